@@ -1,0 +1,61 @@
+#pragma once
+
+#include "link/vnPacket.h"
+
+#include <QObject>
+
+#include <cstdint>
+
+class vnSerialComs;
+struct RingBuffer;
+
+/**
+ * The packet layer: frames packets onto a serial line and finds them in what comes back.
+ *
+ * A frame is command, data length, 0 to 124 data bytes and a CRC-16/X-25 of all that, low byte
+ * first; docs/protocol.md has the grammar. Nothing marks a frame's start, so the receiver tries
+ * every position; a run of bytes that happens to be a correct frame is taken for one.
+ *
+ * Threads: receivePacket() belongs to one thread; sendPacket() may run on another. Neither
+ * allocates memory or waits for incoming bytes.
+ */
+class vnPacketComs : public QObject
+{
+    Q_OBJECT
+
+public:
+    /** `line` is not owned and must outlive this object's last send or receive. */
+    vnPacketComs(QObject* parent, vnSerialComs* line);
+    ~vnPacketComs() override;
+
+    /**
+     * Frames and writes `packet` in one piece. A data length above 124 becomes 124, in the record
+     * too, and the record's `crc` becomes the one sent. False when the line did not take the whole
+     * frame; the line's lastError() has the reason.
+     */
+    bool sendPacket(vnPacket& packet);
+
+    /**
+     * Takes in every byte that the line has ready, then removes the first correct frame from what
+     * is buffered, along with all bytes in front of it.
+     *
+     * True with the frame in `packet`; its data bytes past the data length read 0x99. False when no
+     * complete correct frame is buffered: `packet` is then undefined, and all but the newest 128
+     * bytes are forgotten. Call it until it returns false: frames that arrived together are
+     * returned one a call. The buffer holds 1240 bytes; what arrives above that in one go is lost.
+     */
+    bool receivePacket(vnPacket& packet);
+
+    /** Writes `length` bytes as they are, without framing; result as of vnSerialComs::writeData. */
+    bool writeRaw(const uint8_t* bytes, uint32_t length);
+
+    /** CRC-16/X-25 of `length` bytes; 0x0000 for none, 0x906E for the ASCII digits 1 to 9. */
+    static uint16_t calculateCRC(const uint8_t* bytes, uint16_t length);
+
+private:
+    void drainLine();
+    bool frameAt(uint32_t offset, uint32_t buffered, vnPacket& packet) const;
+
+    vnSerialComs* serial;
+    RingBuffer* received; ///< owned: created in the constructor, destroyed in the destructor
+};

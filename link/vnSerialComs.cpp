@@ -1,0 +1,218 @@
+#include "link/vnSerialComs.h"
+
+#include <QDeadlineTimer>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <optional>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace {
+
+struct LineRate
+{
+    int baudRate;
+    speed_t speed;
+};
+
+constexpr std::array<LineRate, 8> lineRates{{
+    {1200, B1200},
+    {1800, B1800},
+    {2400, B2400},
+    {4800, B4800},
+    {9600, B9600},
+    {19200, B19200},
+    {38400, B38400},
+    {115200, B115200},
+}};
+
+std::optional<speed_t> terminalSpeed(int baudRate)
+{
+    const auto* const row =
+        std::find_if(lineRates.begin(), lineRates.end(),
+                     [baudRate](const LineRate& rate) { return rate.baudRate == baudRate; });
+    if (row == lineRates.end())
+        return std::nullopt;
+    return row->speed;
+}
+
+void makeRaw(termios& line, speed_t speed)
+{
+    line.c_iflag &= ~static_cast<tcflag_t>(IGNBRK | BRKINT | PARMRK | INPCK | ISTRIP | INLCR |
+                                           IGNCR | ICRNL | IUCLC | IXON | IXANY | IXOFF | IMAXBEL);
+    line.c_iflag |= IGNPAR;
+    line.c_oflag &= ~static_cast<tcflag_t>(OPOST | OLCUC | ONLCR | OCRNL | ONOCR | ONLRET | OFILL |
+                                           OFDEL | NLDLY | CRDLY | TABDLY | BSDLY | VTDLY | FFDLY);
+    line.c_cflag &= ~static_cast<tcflag_t>(CSIZE | PARENB | PARODD | HUPCL | CRTSCTS);
+    line.c_cflag |= CS8 | CSTOPB | CREAD | CLOCAL;
+    line.c_lflag &= ~static_cast<tcflag_t>(ISIG | ICANON | ECHO | FLUSHO | PENDIN | IEXTEN);
+    line.c_lflag |= NOFLSH;
+    cfsetospeed(&line, speed);
+    cfsetispeed(&line, speed);
+}
+
+bool hasControllingTerminal()
+{
+    const int terminal = ::open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (terminal < 0)
+        return false;
+    ::close(terminal);
+    return true;
+}
+
+/**
+ * A session leader without a controlling terminal gets the first terminal it opens as one, and is
+ * then killed by the hang-up of that line. Giving the terminal up again raises SIGHUP itself.
+ */
+void giveUpControllingTerminal(int descriptor)
+{
+    struct sigaction ignore = {};
+    struct sigaction previous = {};
+    ignore.sa_handler = SIG_IGN;
+    sigaction(SIGHUP, &ignore, &previous);
+    ::ioctl(descriptor, TIOCNOTTY);
+    sigaction(SIGHUP, &previous, nullptr);
+}
+
+int openDevice(const QString& path)
+{
+    const bool wouldBecomeControlling = getsid(0) == getpid() && !hasControllingTerminal();
+    const int descriptor = ::open(path.toLocal8Bit().constData(), O_RDWR);
+    if (descriptor >= 0 && wouldBecomeControlling)
+        giveUpControllingTerminal(descriptor);
+    return descriptor;
+}
+
+} // namespace
+
+vnSerialComs::vnSerialComs(QObject* parent, const QString& initialPortName, int initialBaudRate)
+    : QObject(parent), portName(initialPortName), baudRate(initialBaudRate)
+{
+}
+
+vnSerialComs::~vnSerialComs()
+{
+    closePort();
+}
+
+bool vnSerialComs::openPort(const QString& newPortName, int newBaudRate)
+{
+    closePort();
+    if (!newPortName.isEmpty())
+        portName = newPortName;
+    if (newBaudRate != 0)
+        baudRate = newBaudRate;
+    if (portName.isEmpty()) {
+        error = NoPortName;
+        return false;
+    }
+    if (baudRate == 0) {
+        error = InvalidBaudRate;
+        return false;
+    }
+
+    const int descriptor = openDevice(portName);
+    if (descriptor < 0) {
+        error = OpenFailed;
+        return false;
+    }
+    if (descriptor == 0) { // means "none" in this class, so a device that got it cannot be kept
+        ::close(descriptor);
+        error = OpenFailed;
+        return false;
+    }
+    if (!configure(descriptor)) {
+        ::close(descriptor);
+        return false;
+    }
+
+    fd = descriptor;
+    lineStuck = false;
+    error = NoError;
+    openFlag = true;
+    return true;
+}
+
+bool vnSerialComs::configure(int descriptor)
+{
+    const std::optional<speed_t> speed = terminalSpeed(baudRate);
+    if (!speed) {
+        error = InvalidBaudRate;
+        return false;
+    }
+    termios line = {};
+    if (tcgetattr(descriptor, &line) != 0) {
+        error = ConfigureFailed;
+        return false;
+    }
+    makeRaw(line, *speed);
+    if (tcsetattr(descriptor, TCSANOW, &line) != 0) {
+        error = ConfigureFailed;
+        return false;
+    }
+    return true;
+}
+
+bool vnSerialComs::closePort()
+{
+    if (!openFlag)
+        return false;
+    std::unique_lock writing(writeLock);
+    std::unique_lock reading(readLock);
+    openFlag = false;
+    if (fd != 0) {
+        ::close(fd);
+        fd = 0;
+    }
+    writing.unlock();
+    reading.unlock();
+    return true;
+}
+
+bool vnSerialComs::writeData(const uint8_t* bytes, uint32_t length)
+{
+    const std::lock_guard writing(writeLock);
+    if (!openFlag || fd == 0) {
+        error = OpenFailed;
+        return false;
+    }
+    const bool complete = waitUntilWritable() && ::write(fd, bytes, length) == ssize_t{length};
+    error = complete ? NoError : WriteFailed;
+    return complete;
+}
+
+bool vnSerialComs::waitUntilWritable()
+{
+    const QDeadlineTimer deadline(lineStuck ? 0 : writeWaitMs);
+    pollfd line = {.fd = fd, .events = POLLOUT, .revents = 0};
+    int ready = -1;
+    do {
+        ready = ::poll(&line, 1, static_cast<int>(deadline.remainingTime()));
+    } while (ready < 0 && errno == EINTR);
+    lineStuck = ready == 0;
+    return ready > 0;
+}
+
+bool vnSerialComs::readData(uint8_t* buffer, uint32_t size, uint32_t& bytesRead)
+{
+    const std::lock_guard reading(readLock);
+    bytesRead = 0;
+    if (!openFlag || fd == 0) {
+        error = OpenFailed;
+        return false;
+    }
+    pollfd line = {.fd = fd, .events = POLLIN | POLLPRI, .revents = 0};
+    if (::poll(&line, 1, 0) != 0) {
+        const ssize_t taken = ::read(fd, buffer, size);
+        bytesRead = taken > 0 ? static_cast<uint32_t>(taken) : 0;
+    }
+    error = NoError;
+    return true;
+}
