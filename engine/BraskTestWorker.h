@@ -1,0 +1,117 @@
+#pragma once
+
+#include "engine/PendingPacket.h"
+#include "engine/TestConfig.h"
+#include "engine/TestStats.h"
+#include "link/vnPortEnumerator.h"
+
+#include <QList>
+#include <QMap>
+#include <QObject>
+#include <QString>
+
+class QTimer;
+class vnPacketComs;
+class vnSerialComs;
+struct vnPacket;
+
+/**
+ * The test engine: owns the link to the module and runs one stress test at a time over it.
+ *
+ * Three states: idle, connected, running (connected too). A run pings the module at a fixed rate,
+ * matches every echo to its ping and compares the payloads, gives up pings that stay unanswered
+ * for longer than the time-out, and at its end counts each ping it sent as received or lost.
+ *
+ * Threads: knows nothing of the one it lives in. Make it without a parent, move it to a thread of
+ * its own with a running event loop, and reach it by queued invocation of the public slots only;
+ * listen by queued connections. It holds up its thread for 100 ms after opening a port, for
+ * 2 x time-out + 500 ms at the end of a run, and up to 1.5 s when the line takes no more bytes.
+ * Register TestConfig, TestStats and QList<portInfo> as meta types before its first use.
+ */
+class BraskTestWorker : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit BraskTestWorker(QObject* parent = nullptr);
+    /** Ends a run and closes the port first, with all their signals. */
+    ~BraskTestWorker() override;
+
+signals:
+    /** Every 100 ms during a run, and once at its end, before the summary line. */
+    void statisticsUpdated(TestStats stats);
+    /**
+     * One line for the operator; `type` is "INFO", "SUCCESS", "WARNING", "ERROR" or "TIMEOUT".
+     * Sent, echoed and timed-out pings are reported for the ids 0 to 9 and each multiple of 100;
+     * every failed send, changed echo, error reply, report and ping lost at the end is reported.
+     */
+    void logMessage(QString type, QString msg);
+    /** Once for each connection, disconnection or start that failed. */
+    void errorOccurred(QString error);
+    /** Once a run, as its last signal. */
+    void testCompleted();
+    /** Once for each connection that was tried while there was none, and for each that ended. */
+    void connectionChanged(bool connected);
+    /** Once for each refreshPorts(), after its log lines. */
+    void portsEnumerated(QList<portInfo> ports);
+
+public slots:
+    /** Lists the serial ports; allowed in every state. */
+    void refreshPorts();
+    /**
+     * Opens the device `port` at `baudRate` bits per second, blanks the module's screen and keeps
+     * it refreshed from then on. A warning line, and nothing else, when there is a connection.
+     */
+    void connectToPort(QString port, int baudRate);
+    /** Ends a run, then closes the port. Nothing without a connection. */
+    void disconnectPort();
+    /** Begins a run; an error without a connection, a warning line during a run. */
+    void startTest(TestConfig config);
+    /** Ends the run: waits for late echoes, counts what stays unanswered as lost, reports. */
+    void stopTest();
+    /** Ends a run and closes the port, each if there is one. */
+    void cleanup();
+
+private slots:
+    void sendNextPacket();
+    void checkTimeouts();
+    void pollForPackets();
+    void updateLCDDisplay();
+
+private:
+    void resetStatistics();
+    void recordLatency(qint64 latencyMs);
+    void updateSuccessRate();
+    static bool isReported(quint64 sequenceId);
+
+    void startRunTimers();
+    void endRunTimers();
+    void waitForFinalReplies();
+    void giveUpPending();
+
+    void handlePacket(const vnPacket& packet);
+    void matchEcho(const vnPacket& packet);
+
+    void clearLCD();
+    void sendLCDText(int row, int column, QString text);
+
+    vnSerialComs* serialPort;         ///< child
+    vnPacketComs* packetComs;         ///< child, speaks over serialPort
+    vnPortEnumerator* portEnumerator; ///< owned, deleted in the destructor
+
+    bool testRunning = false;
+    bool connected = false;
+    TestConfig config;
+    TestStats stats;
+    QMap<quint64, PendingPacket> pendingPackets; ///< by sequence id
+    quint64 nextSequenceId = 0;
+
+    // Children; these five exist during a run only.
+    QTimer* sendTimer = nullptr; ///< inactive while the sender pauses at its limit of open pings
+    QTimer* timeoutTimer = nullptr;
+    QTimer* pollTimer = nullptr;
+    QTimer* statsTimer = nullptr;
+    QTimer* durationTimer = nullptr; ///< only in a run of limited duration
+
+    QTimer* lcdTimer = nullptr; ///< child, from the first connection on
+};
