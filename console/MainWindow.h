@@ -1,0 +1,118 @@
+#pragma once
+
+#include "engine/TestStats.h"
+#include "link/vnPortEnumerator.h"
+
+#include <QList>
+#include <QMainWindow>
+#include <QString>
+
+class BraskTestWorker;
+class QComboBox;
+class QFile;
+class QGroupBox;
+class QLabel;
+class QPushButton;
+class QSpinBox;
+class QTextEdit;
+class QTextStream;
+class QThread;
+class QTimer;
+
+/**
+ * The operator's window: connection, test settings, live statistics, log, and the event file that
+ * each run leaves in the working directory.
+ *
+ * Lives on the GUI thread, nothing of it may be called from another. It owns the engine's thread
+ * and reaches the engine only by queued calls, so no wait of the engine ever holds up the window;
+ * closing it is the exception: the destructor waits until the engine has ended a running test,
+ * 2 x time-out + 500 ms as a rule, and the event file is complete. It shows modal boxes for wrong
+ * input and for engine errors, none while it is being destroyed.
+ */
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    /** Starts the engine's thread at once and the first port scan 100 ms later. */
+    explicit MainWindow(QWidget* parent = nullptr);
+    ~MainWindow() override;
+
+private slots:
+    void onRefreshPorts();
+    void onConnectClicked();
+    void onStartTest();
+    void onStopTest();
+    void onClearStats();
+    void onStatisticsUpdated(TestStats stats);
+    void onLogMessage(QString type, QString msg);
+    void onErrorOccurred(QString error);
+    void onTestCompleted();
+    void onConnectionChanged(bool connected);
+    void updateTestDuration();
+
+private:
+    void startEngine();
+    void setupUi();
+    void setupMenu();
+    void setupConnections();
+
+    QGroupBox* createConnectionGroup();
+    void populateBaudRates();
+    void showPorts(const QList<portInfo>& ports);
+    void updateConnectionState(bool connected);
+
+    QGroupBox* createTestConfigGroup();
+    void setTestRunning(bool running);
+    void endRecording();
+
+    QGroupBox* createStatisticsGroup();
+
+    void createLogView();
+    void appendLog(const QString& type, const QString& msg);
+    void trimLog();
+    void saveLog();
+
+    void openEventFile();
+    void writeEvent(const QString& type, const QString& msg);
+    void closeEventFile();
+
+    // Widgets belong to the Qt tree.
+    QComboBox* portCombo = nullptr;
+    QPushButton* refreshButton = nullptr;
+    QComboBox* baudCombo = nullptr;
+    QPushButton* connectButton = nullptr;
+
+    QSpinBox* ppsSpin = nullptr;
+    QSpinBox* minSizeSpin = nullptr;
+    QSpinBox* maxSizeSpin = nullptr;
+    QSpinBox* timeoutSpin = nullptr;
+    QSpinBox* durationSpin = nullptr;
+    QPushButton* startButton = nullptr;
+    QPushButton* stopButton = nullptr;
+    QPushButton* clearStatsButton = nullptr;
+
+    QLabel* sentLabel = nullptr;
+    QLabel* receivedLabel = nullptr;
+    QLabel* lostLabel = nullptr;
+    QLabel* successRateLabel = nullptr;
+    QLabel* avgLatencyLabel = nullptr;
+    QLabel* minLatencyLabel = nullptr;
+    QLabel* maxLatencyLabel = nullptr;
+    QLabel* durationLabel = nullptr;
+
+    QTextEdit* logView = nullptr;
+
+    QThread* workerThread = nullptr; ///< child
+    BraskTestWorker* worker =
+        nullptr; ///< lives in workerThread and is deleted there when that has finished
+
+    bool isConnected = false;   ///< as the engine last reported
+    bool isTestRunning = false; ///< from the start click until the engine reports the run's end
+    TestStats currentStats;     ///< the figures now shown
+    QTimer* durationDisplayTimer = nullptr; ///< child
+
+    QFile* csvFile = nullptr;         ///< owned; exists from a start to the run's end
+    QTextStream* csvStream = nullptr; ///< owned; null when the file could not be opened
+    QString csvFileName;              ///< of the current or last run
+};
