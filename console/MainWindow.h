@@ -104,8 +104,8 @@ private:
     QTextEdit* logView = nullptr;
 
     QThread* workerThread = nullptr; ///< child
-    BraskTestWorker* worker =
-        nullptr; ///< lives in workerThread and is deleted there when that has finished
+    /** Lives in workerThread, and is deleted there when that has finished. */
+    BraskTestWorker* worker = nullptr;
 
     bool isConnected = false;   ///< as the engine last reported
     bool isTestRunning = false; ///< from the start click until the engine reports the run's end

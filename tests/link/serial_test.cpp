@@ -1,0 +1,175 @@
+#include "link/vnSerialComs.h"
+#include "tests/support/RawLine.h"
+
+#include <QElapsedTimer>
+#include <QTemporaryFile>
+#include <QTest>
+
+#include <termios.h>
+
+namespace {
+
+bool writeFrame(vnSerialComs& port, qsizetype size)
+{
+    const QByteArray bytes(size, 'x');
+    return port.writeData(reinterpret_cast<const uint8_t*>(bytes.constData()),
+                          static_cast<uint32_t>(size));
+}
+
+} // namespace
+
+class SerialTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void refusesWhatItCannotOpen_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("rate");
+        QTest::addColumn<int>("code");
+        QTest::newRow("no name") << QString() << 9600 << int(vnSerialComs::NoPortName);
+        QTest::newRow("no rate") << "LINE" << 0 << int(vnSerialComs::InvalidBaudRate);
+        QTest::newRow("57600") << "LINE" << 57600 << int(vnSerialComs::InvalidBaudRate);
+        QTest::newRow("230400") << "LINE" << 230400 << int(vnSerialComs::InvalidBaudRate);
+        QTest::newRow("negative") << "LINE" << -9600 << int(vnSerialComs::InvalidBaudRate);
+        QTest::newRow("no device") << "/nowhere/tty" << 9600 << int(vnSerialComs::OpenFailed);
+        QTest::newRow("regular file") << "FILE" << 9600 << int(vnSerialComs::ConfigureFailed);
+    }
+
+    void refusesWhatItCannotOpen()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, rate);
+        const RawLine line;
+        QTemporaryFile file;
+        QVERIFY(file.open());
+        if (name == "LINE")
+            name = line.path();
+        if (name == "FILE")
+            name = file.fileName();
+
+        vnSerialComs port(nullptr, QString(), 0);
+        QVERIFY(!port.openPort(name, rate));
+        QTEST(port.lastError(), "code");
+        QVERIFY(!port.isOpen());
+    }
+
+    void setsTheLine_data()
+    {
+        QTest::addColumn<int>("rate");
+        QTest::addColumn<uint>("speed");
+        const QList<std::pair<int, speed_t>> rates{
+            {1200, B1200}, {1800, B1800},   {2400, B2400},   {4800, B4800},
+            {9600, B9600}, {19200, B19200}, {38400, B38400}, {115200, B115200}};
+        for (const auto& [rate, speed] : rates)
+            QTest::addRow("%d", rate) << rate << uint(speed);
+    }
+
+    void setsTheLine()
+    {
+        QFETCH(int, rate);
+        QFETCH(uint, speed);
+        const RawLine line;
+        termios before = {};
+        tcgetattr(line.otherEnd(), &before);
+        before.c_iflag |= ICRNL | IXON | ISTRIP | BRKINT | IGNBRK;
+        before.c_oflag |= OPOST | ONLCR;
+        before.c_cflag |= PARENB | CRTSCTS | HUPCL;
+        before.c_cflag &= ~static_cast<tcflag_t>(CSIZE | CLOCAL);
+        before.c_lflag |= ICANON | ECHO | ISIG | IEXTEN | TOSTOP;
+        tcsetattr(line.otherEnd(), TCSANOW, &before);
+
+        vnSerialComs port(nullptr, line.path(), rate);
+        QVERIFY(port.openPort(QString(), 0));
+        termios now = {};
+        tcgetattr(line.otherEnd(), &now);
+        QCOMPARE(cfgetospeed(&now), speed);
+        QCOMPARE(cfgetispeed(&now), speed);
+        QCOMPARE(now.c_iflag & (ICRNL | IXON | ISTRIP | BRKINT | IGNBRK | IGNPAR),
+                 tcflag_t{IGNPAR});
+        QCOMPARE(now.c_oflag, tcflag_t{0});
+        // A pseudo-terminal forces CS8 and no parity by itself.
+        QCOMPARE(now.c_cflag & (CSIZE | CSTOPB | CREAD | CLOCAL | PARENB | HUPCL | CRTSCTS),
+                 tcflag_t{CS8 | CSTOPB | CREAD | CLOCAL});
+        QCOMPARE(now.c_lflag & (ICANON | ECHO | ISIG | IEXTEN | NOFLSH | TOSTOP),
+                 tcflag_t{NOFLSH | TOSTOP});
+        QVERIFY(std::equal(std::begin(now.c_cc), std::end(now.c_cc), std::begin(before.c_cc)));
+    }
+
+    void remembersTheLastPort()
+    {
+        RawLine line;
+        vnSerialComs port(nullptr, QString(), 0);
+        uint32_t bytesRead = 7;
+        uint8_t byte = 0;
+        QVERIFY(!port.readData(&byte, 1, bytesRead));
+        QCOMPARE(bytesRead, 0U);
+        QVERIFY(!writeFrame(port, 4));
+        QCOMPARE(port.lastError(), int(vnSerialComs::OpenFailed));
+        QVERIFY(!port.closePort());
+
+        QVERIFY(port.openPort(line.path(), 115200));
+        QVERIFY(port.closePort());
+        QVERIFY(!port.closePort());
+        QVERIFY(port.openPort(QString(), 0));
+        QCOMPARE(port.lastError(), int(vnSerialComs::NoError));
+        QVERIFY(writeFrame(port, 128));
+        QCOMPARE(line.take(128), QByteArray(128, 'x'));
+        QVERIFY(port.readData(&byte, 1, bytesRead));
+        QCOMPARE(bytesRead, 0U);
+        line.send("ab");
+        QVERIFY(port.readData(&byte, 1, bytesRead));
+        QCOMPARE(bytesRead, 1U);
+        QCOMPARE(byte, uint8_t{'a'});
+    }
+
+    /** Under a session leader the process dies here if it had kept the line as its terminal. */
+    void outlivesAHangUp()
+    {
+        RawLine line;
+        vnSerialComs port(nullptr, line.path(), 9600);
+        QVERIFY(port.openPort(QString(), 0));
+        line.hangUp();
+        uint8_t byte = 0;
+        uint32_t bytesRead = 7;
+        QVERIFY(port.readData(&byte, 1, bytesRead));
+        QCOMPARE(bytesRead, 0U);
+        QVERIFY(!writeFrame(port, 12));
+        QCOMPARE(port.lastError(), int(vnSerialComs::WriteFailed));
+        QVERIFY(port.closePort());
+    }
+
+    void givesUpOnAFullLine_data()
+    {
+        QTest::addColumn<int>("size");
+        for (const int size : {12, 77, 128})
+            QTest::addRow("frames of %d", size) << size;
+    }
+
+    void givesUpOnAFullLine()
+    {
+        QFETCH(int, size);
+        RawLine line;
+        vnSerialComs port(nullptr, line.path(), 115200);
+        QVERIFY(port.openPort(QString(), 0));
+        QElapsedTimer clock;
+        do {
+            clock.start();
+        } while (writeFrame(port, size));
+        QCOMPARE(port.lastError(), int(vnSerialComs::WriteFailed));
+        QVERIFY(clock.elapsed() >= vnSerialComs::writeWaitMs);
+
+        // A line known to be stuck is not waited for again, or closing would take for ever.
+        clock.start();
+        for (int i = 0; i < 100; ++i)
+            QVERIFY(!writeFrame(port, size));
+        QVERIFY(clock.elapsed() < vnSerialComs::writeWaitMs);
+
+        QVERIFY(!line.takeAll().isEmpty());
+        QVERIFY(writeFrame(port, size));
+    }
+};
+
+QTEST_GUILESS_MAIN(SerialTest)
+#include "serial_test.moc"
