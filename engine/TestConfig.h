@@ -11,6 +11,6 @@ struct TestConfig
     int maxDataSize = 124;     ///< bytes, 0 to 124; a payload has 8 at the least all the same
     int timeoutMs = 500;       ///< 50 to 5000; a ping older than this is given up
     int durationSec = 0;       ///< 0 to 3600; 0 runs until it is stopped
-    QString csvFilePath;       ///< event file of the run; carried along, never read by the engine
+    QString csvFilePath{};     ///< event file of the run; carried along, never read by the engine
 };
 Q_DECLARE_METATYPE(TestConfig)

@@ -1,0 +1,429 @@
+#include "engine/BraskTestWorker.h"
+#include "link/vnPacketComs.h"
+#include "tests/support/EngineRecord.h"
+#include "tests/support/RawLine.h"
+
+#include <QDateTime>
+#include <QRegularExpression>
+#include <QSet>
+#include <QTemporaryFile>
+#include <QTest>
+#include <QtEndian>
+
+namespace {
+
+/**
+ * An engine whose every step the test takes itself: it lives in the test's thread, whose event
+ * loop never runs, so no timer of the engine fires.
+ */
+struct Bench
+{
+    RawLine line;
+    BraskTestWorker worker;
+    EngineRecord record{&worker};
+
+    void connectIt()
+    {
+        worker.connectToPort(line.path(), 115200);
+        line.take(4); // the request that blanks the screen
+        record.take();
+    }
+
+    void start(int minDataSize, int maxDataSize, int timeoutMs)
+    {
+        worker.startTest({.packetsPerSecond = 1,
+                          .minDataSize = minDataSize,
+                          .maxDataSize = maxDataSize,
+                          .timeoutMs = timeoutMs});
+        record.take();
+    }
+
+    void step(const char* slot) { QMetaObject::invokeMethod(&worker, slot, Qt::DirectConnection); }
+
+    /** Sends one ping and returns its payload as the module sees it; empty when nothing was sent.
+     */
+    QByteArray ping()
+    {
+        step("sendNextPacket");
+        const QByteArray bytes = line.takeAll();
+        return bytes.mid(2, bytes.size() - qsizetype{vnFrameOverhead});
+    }
+
+    void answer(const QByteArray& frames)
+    {
+        line.send(frames);
+        step("pollForPackets");
+    }
+
+    void letPingsAge(int ms) const
+    {
+        const qint64 end = QDateTime::currentMSecsSinceEpoch() + ms;
+        while (QDateTime::currentMSecsSinceEpoch() <= end)
+            QTest::qSleep(1);
+    }
+};
+
+QByteArray echo(const QByteArray& payload)
+{
+    return frame(0x40, payload);
+}
+
+QByteArray withLastByteChanged(QByteArray payload)
+{
+    payload.back() = static_cast<char>(payload.back() ^ 1);
+    return payload;
+}
+
+/** Latencies depend on the machine, so they read "?ms" here. */
+QStringList withoutLatencies(QStringList lines)
+{
+    return lines.replaceInStrings(QRegularExpression("(Packet \\d+: |% )\\d+ms$"), "\\1?ms");
+}
+
+} // namespace
+
+class EngineTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void hasTheInterfaceThatCallersName()
+    {
+        const QList<QByteArray> expected{"statisticsUpdated(TestStats)",
+                                         "logMessage(QString,QString)",
+                                         "errorOccurred(QString)",
+                                         "testCompleted()",
+                                         "connectionChanged(bool)",
+                                         "portsEnumerated(QList<portInfo>)",
+                                         "refreshPorts()",
+                                         "connectToPort(QString,int)",
+                                         "disconnectPort()",
+                                         "startTest(TestConfig)",
+                                         "stopTest()",
+                                         "cleanup()",
+                                         "sendNextPacket()",
+                                         "checkTimeouts()",
+                                         "pollForPackets()",
+                                         "updateLCDDisplay()"};
+        QList<QByteArray> methods;
+        const QMetaObject& meta = BraskTestWorker::staticMetaObject;
+        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
+            methods.append(meta.method(i).methodSignature());
+        QCOMPARE(methods, expected);
+    }
+
+    void refusesConnections_data()
+    {
+        QTest::addColumn<QString>("port");
+        QTest::addColumn<int>("rate");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("no name") << "" << 9600 << "No port name specified";
+        QTest::newRow("rate") << "LINE" << 57600 << "Invalid baud rate";
+        QTest::newRow("no device")
+            << "/nowhere/%1%2" << 9600 << "Failed to open port - may be in use or doesn't exist";
+        QTest::newRow("no terminal") << "FILE" << 9600 << "Failed to configure port settings";
+    }
+
+    void refusesConnections()
+    {
+        QFETCH(QString, port);
+        QFETCH(int, rate);
+        QFETCH(QString, reason);
+        QTemporaryFile file;
+        QVERIFY(file.open());
+        Bench bench;
+        port.replace("LINE", bench.line.path()).replace("FILE", file.fileName());
+        bench.worker.connectToPort(port, rate);
+        QCOMPARE(bench.record.take(),
+                 (QStringList{"INFO: Attempting to connect to " + port + " at " +
+                                  QString::number(rate) + " baud...",
+                              "error: Connection failed: " + reason, "disconnected"}));
+        bench.worker.disconnectPort();
+        QCOMPARE(bench.record.take(), QStringList());
+    }
+
+    void reportsALifeInOrder()
+    {
+        Bench bench;
+        const QString port = bench.line.path();
+        bench.worker.startTest({});
+        bench.worker.stopTest();
+        bench.worker.connectToPort(port, 9600);
+        QCOMPARE(bench.line.take(4), frame(6));
+        bench.worker.connectToPort(port, 9600);
+        bench.worker.startTest({.timeoutMs = 50});
+        bench.worker.startTest({.timeoutMs = 5000});
+        bench.worker.disconnectPort();
+        bench.worker.disconnectPort();
+        const QStringList expected{
+            "error: Cannot start test: Not connected to a port",
+            "INFO: Attempting to connect to " + port + " at 9600 baud...",
+            "connected",
+            "SUCCESS: Connected to " + port + " at 9600 baud",
+            "WARNING: Already connected. Disconnect first.",
+            "INFO: Test started",
+            "WARNING: Test already running",
+            "INFO: Waiting for final replies...",
+            "statistics 0/0/0",
+            "INFO: Test stopped. Sent: 0, Received: 0, Lost: 0, Success: 0.0%",
+            "completed",
+            "disconnected",
+            "INFO: Disconnected from port",
+        };
+        QCOMPARE(bench.record.take(), expected);
+    }
+
+    void drawsPayloadSizes_data()
+    {
+        QTest::addColumn<int>("minimum");
+        QTest::addColumn<int>("maximum");
+        QTest::addColumn<QSet<qsizetype>>("sizes");
+        QTest::newRow("one size") << 124 << 124 << QSet<qsizetype>{124};
+        QTest::newRow("too small") << 0 << 5 << QSet<qsizetype>{8};
+        QTest::newRow("partly too small") << 5 << 10 << QSet<qsizetype>{8, 9, 10};
+    }
+
+    void drawsPayloadSizes()
+    {
+        QFETCH(int, minimum);
+        QFETCH(int, maximum);
+        Bench bench;
+        bench.connectIt();
+        bench.start(minimum, maximum, 50);
+        QSet<qsizetype> sizes;
+        for (int i = 0; i < 200; ++i)
+            sizes.insert(bench.ping().size());
+        QTEST(sizes, "sizes");
+    }
+
+    void numbersAndReportsPings()
+    {
+        Bench bench;
+        bench.connectIt();
+        bench.start(10, 10, 1000);
+        QStringList expected;
+        for (quint64 id = 0; id <= 300; ++id) {
+            const QByteArray payload = bench.ping();
+            QCOMPARE(qFromLittleEndian<quint64>(payload.constData()), id);
+            bench.answer(echo(payload));
+            if (id < 10 || id % 100 == 0)
+                expected << QStringLiteral("INFO: Sent packet %1 (10 bytes)").arg(id)
+                         << QStringLiteral("SUCCESS: Packet %1: ?ms").arg(id);
+        }
+        QCOMPARE(withoutLatencies(bench.record.take()), expected);
+        bench.worker.stopTest();
+        QCOMPARE(bench.record.stats.packetsReceived, quint64{301});
+        QVERIFY(bench.record.stats.minLatencyMs <= bench.record.stats.avgLatencyMs);
+        QVERIFY(bench.record.stats.avgLatencyMs <= bench.record.stats.maxLatencyMs);
+
+        // A new run begins at 0 again.
+        bench.start(10, 10, 50);
+        QCOMPARE(qFromLittleEndian<quint64>(bench.ping().constData()), quint64{0});
+    }
+
+    void sortsReplies()
+    {
+        struct Case
+        {
+            std::function<QByteArray(const QByteArray& payload)> reply;
+            QStringList lines;
+            quint64 received;
+            quint64 lost;
+        };
+        const QByteArray unknownId(8, '\xFF');
+        const auto bare = [](int command, const QByteArray& data = {}) {
+            return [=](const QByteArray&) { return frame(static_cast<uint8_t>(command), data); };
+        };
+        const QList<Case> cases{
+            {[](auto p) { return echo(p); }, {"SUCCESS: Packet 0: ?ms"}, 1, 0},
+            {[](auto p) { return echo(withLastByteChanged(p)); },
+             {"ERROR: Packet 1: Data mismatch! Expected 20 bytes, got 20"},
+             0,
+             1},
+            {[](auto p) { return echo(p.left(12)); },
+             {"ERROR: Packet 2: Data mismatch! Expected 20 bytes, got 12"},
+             0,
+             1},
+            {[](auto p) { return echo(p.left(7)); },
+             {"WARNING: Received reply with insufficient data"},
+             0,
+             0},
+            {bare(0x40, unknownId),
+             {"WARNING: Received reply for unknown sequence ID: 18446744073709551615"},
+             0,
+             0},
+            {[](auto p) { return echo(p) + echo(p); },
+             {"SUCCESS: Packet 5: ?ms", "WARNING: Received reply for unknown sequence ID: 5"},
+             1,
+             0},
+            {[](auto p) { return frame(0x46, p) + frame(0x5F, p); }, {}, 0, 0},
+            {[](auto p) { return frame(0x85) + echo(p) + frame(0xC0, "\x07"); },
+             {"INFO: Device report: 0x85", "SUCCESS: Packet 7: ?ms",
+              "ERROR: Device error response: 0xc0, error code: 7"},
+             1,
+             0},
+            {bare(0xC3), {"ERROR: Device error response: 0xc3, error code: 0"}, 0, 0},
+            {bare(0xFF, "\xFE\x01"), {"ERROR: Device error response: 0xff, error code: 254"}, 0, 0},
+            {bare(0x80), {"INFO: Device report: 0x80"}, 0, 0},
+            {bare(0xBF), {"INFO: Device report: 0xbf"}, 0, 0},
+            {bare(0x41), {"WARNING: Received unexpected packet with command: 0x41"}, 0, 0},
+            {bare(0x05), {"WARNING: Received unexpected packet with command: 0x05"}, 0, 0},
+        };
+        Bench bench;
+        bench.connectIt();
+        bench.start(20, 20, 50);
+        quint64 received = 0;
+        quint64 lost = 0;
+        for (const Case& c : cases) {
+            const QByteArray payload = bench.ping();
+            bench.record.take();
+            bench.answer(c.reply(payload));
+            QCOMPARE(withoutLatencies(bench.record.take()), c.lines);
+            received += c.received;
+            lost += c.lost;
+        }
+        bench.worker.stopTest();
+        const auto sent = static_cast<quint64>(cases.size());
+        const auto silent = bench.record.take().filter("lost (final timeout)").size();
+        QCOMPARE(bench.record.stats.packetsReceived, received);
+        QCOMPARE(bench.record.stats.packetsLost, lost + static_cast<quint64>(silent));
+        QCOMPARE(bench.record.stats.packetsSent, sent);
+        QCOMPARE(received + bench.record.stats.packetsLost, sent);
+    }
+
+    void matchesEchoesOfTheFinalWait()
+    {
+        Bench bench;
+        bench.connectIt();
+        bench.start(20, 20, 50);
+        const QByteArray first = bench.ping();
+        const QByteArray second = bench.ping();
+        bench.ping();
+        bench.record.take();
+        bench.line.send(echo(first) + echo(withLastByteChanged(second)) + frame(0xC0));
+        bench.worker.stopTest();
+        QCOMPARE(bench.record.take(),
+                 (QStringList{"INFO: Waiting for final replies...",
+                              "ERROR: Packet 1: Data mismatch! Expected 20 bytes, got 20",
+                              "ERROR: Device error response: 0xc0, error code: 0",
+                              "TIMEOUT: Packet 2 lost (final timeout)", "statistics 3/1/2",
+                              "INFO: Test stopped. Sent: 3, Received: 1, Lost: 2, Success: 33.3%",
+                              "completed"}));
+        QCOMPARE(bench.record.stats.minLatencyMs, TestStats::noLatencyYet);
+        QCOMPARE(bench.record.stats.totalLatencyMs, quint64{0});
+    }
+
+    void givesUpLatePings()
+    {
+        Bench bench;
+        bench.connectIt();
+        bench.start(8, 8, 50);
+        QList<QByteArray> payloads;
+        for (int i = 0; i < 12; ++i)
+            payloads.append(bench.ping());
+        bench.answer(echo(payloads.at(3)));
+        bench.letPingsAge(51);
+        bench.record.take();
+        bench.step("checkTimeouts");
+        QStringList expected;
+        for (const int id : {0, 1, 2, 4, 5, 6, 7, 8, 9})
+            expected << QStringLiteral("TIMEOUT: Packet %1 timeout after 50ms").arg(id);
+        QCOMPARE(bench.record.take(), expected);
+        bench.step("checkTimeouts");
+        bench.answer(echo(payloads.at(11)));
+        QCOMPARE(bench.record.take(),
+                 QStringList{"WARNING: Received reply for unknown sequence ID: 11"});
+        bench.worker.stopTest();
+        QVERIFY(bench.record.take().contains(
+            "INFO: Test stopped. Sent: 12, Received: 1, Lost: 11, Success: 8.3%"));
+    }
+
+    void pausesAndResumes()
+    {
+        Bench bench;
+        bench.connectIt();
+        bench.start(8, 8, 5000);
+        QList<QByteArray> payloads;
+        for (int i = 0; i < 1000; ++i)
+            payloads.append(bench.ping());
+        bench.record.take();
+        QCOMPARE(bench.ping(), QByteArray());
+        QCOMPARE(bench.record.take(),
+                 QStringList{"WARNING: Too many pending packets (1000), pausing send"});
+
+        for (int i = 0; i < 500; ++i)
+            bench.answer(echo(payloads.at(i)));
+        bench.record.take();
+        bench.step("checkTimeouts");
+        QCOMPARE(bench.record.take(), QStringList());
+        bench.answer(echo(payloads.at(501)));
+        bench.step("checkTimeouts");
+        bench.step("checkTimeouts");
+        QCOMPARE(bench.record.take(), QStringList{"INFO: Resuming packet sending"});
+        QCOMPARE(qFromLittleEndian<quint64>(bench.ping().constData()), quint64{1000});
+    }
+
+    void countsOnlyWhatTheLineTook()
+    {
+        Bench bench;
+        bench.connectIt();
+        bench.start(8, 8, 50);
+        bench.ping();
+        bench.record.take();
+        bench.line.hangUp();
+        bench.step("sendNextPacket");
+        bench.step("sendNextPacket");
+        bench.step("pollForPackets");
+        bench.worker.disconnectPort();
+        QCOMPARE(bench.record.take(),
+                 (QStringList{"ERROR: Failed to send packet 1", "ERROR: Failed to send packet 2",
+                              "INFO: Waiting for final replies...",
+                              "TIMEOUT: Packet 0 lost (final timeout)", "statistics 1/0/1",
+                              "INFO: Test stopped. Sent: 1, Received: 0, Lost: 1, Success: 0.0%",
+                              "completed", "disconnected", "INFO: Disconnected from port"}));
+    }
+
+    void writesTheModulesScreen()
+    {
+        Bench bench;
+        bench.step("updateLCDDisplay");
+        bench.connectIt();
+        QCOMPARE(screenTexts(bench), (QStringList{"DATE", "0,1 Ready"}));
+        bench.start(8, 8, 50);
+        QCOMPARE(screenTexts(bench), (QStringList{"DATE", "0,1 Tx:0 Rx:0"}));
+        bench.answer(echo(bench.ping()));
+        QCOMPARE(screenTexts(bench), (QStringList{"DATE", "0,1 Tx:1 Rx:1", "0,2 OK:100% ?ms"}));
+        bench.ping();
+        bench.letPingsAge(51);
+        bench.step("checkTimeouts");
+        QCOMPARE(screenTexts(bench),
+                 (QStringList{"DATE", "0,1 Tx:2 Rx:1", "0,2 OK:50% ?ms", "0,3 Lost:1"}));
+        bench.worker.stopTest();
+        QCOMPARE(screenTexts(bench), (QStringList{"DATE", "0,1 Ready"}));
+    }
+
+private:
+    /** The "column,row text" of each request of one refresh; the clock's row reads "DATE". */
+    static QStringList screenTexts(Bench& bench)
+    {
+        static const QRegularExpression clock("^0,0 \\d\\d/\\d\\d/\\d\\d \\d\\d:\\d\\d:\\d\\d$");
+        bench.step("updateLCDDisplay");
+        QByteArray bytes = bench.line.takeAll();
+        QStringList texts;
+        while (!bytes.isEmpty()) {
+            const auto length = static_cast<uint8_t>(bytes.at(1));
+            const QByteArray data = bytes.mid(2, length);
+            if (bytes.left(length + 4) != frame(31, data))
+                return {"not a text request: " + bytes.toHex()};
+            texts += QStringLiteral("%1,%2 %3")
+                         .arg(int{data.at(0)})
+                         .arg(int{data.at(1)})
+                         .arg(QString::fromLocal8Bit(data.mid(2)));
+            bytes.remove(0, length + 4);
+        }
+        return withoutLatencies(texts).replaceInStrings(clock, "DATE");
+    }
+};
+
+QTEST_GUILESS_MAIN(EngineTest)
+#include "engine_test.moc"
