@@ -1,0 +1,22 @@
+#pragma once
+
+#include "simulator/ModuleCounts.h"
+
+#include <QByteArray>
+
+#include <vector>
+
+/** A run of bytes for the line. */
+struct AnswerPiece
+{
+    QByteArray bytes;      ///< never empty
+    int pauseBeforeMs = 0; ///< silence between the piece in front and this one
+    ModuleCounts tally;    ///< what is to be counted when the last byte is out
+};
+
+/** All that one request makes the module send; it leaves in one go or not at all. */
+struct Answer
+{
+    std::vector<AnswerPiece> pieces;
+    quint64 ModuleCounts::*countIfLost = &ModuleCounts::repliesLost;
+};

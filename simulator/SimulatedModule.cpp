@@ -1,0 +1,146 @@
+#include "simulator/SimulatedModule.h"
+
+#include "simulator/DelayedAnswers.h"
+#include "simulator/LineReader.h"
+#include "simulator/LineWriter.h"
+#include "simulator/Pty.h"
+#include "simulator/moduleAnswers.h"
+#include "simulator/moduleFrame.h"
+
+#include <QTimer>
+
+namespace {
+
+constexpr quint8 pingRequest = 0;
+constexpr quint8 clearRequest = 6;
+constexpr quint8 writeRequest = 31;
+/** Column and row, in front of the text. */
+constexpr qsizetype writePrefix = 2;
+/** Longer than a byte takes at 1200 baud, shorter than any tool's patience. */
+constexpr int quietMs = 30;
+
+} // namespace
+
+SimulatedModule::SimulatedModule(const ModuleFaults& settings, QObject* parent)
+    : QObject(parent), faults(settings), plan(settings)
+{
+}
+
+SimulatedModule::~SimulatedModule() = default;
+
+bool SimulatedModule::open()
+{
+    pty = Pty::open(error);
+    if (!pty)
+        return false;
+    path = pty->path();
+    traffic = std::make_unique<QObject>();
+    auto* reader = new LineReader(*pty, faults.baudRate, traffic.get());
+    writer = new LineWriter(*pty, faults.baudRate, totals, traffic.get());
+    delayed = new DelayedAnswers(traffic.get());
+    quiet = new QTimer(traffic.get());
+    quiet->setSingleShot(true);
+    quiet->setInterval(quietMs);
+    connect(reader, &LineReader::bytesArrived, this, &SimulatedModule::onBytes);
+    connect(delayed, &DelayedAnswers::due, this, &SimulatedModule::deliver);
+    connect(quiet, &QTimer::timeout, this, &SimulatedModule::onQuiet);
+    if (faults.unplugAfterMs >= 0)
+        QTimer::singleShot(faults.unplugAfterMs, Qt::PreciseTimer, this, &SimulatedModule::unplug);
+    if (faults.stallAfterMs >= 0)
+        QTimer::singleShot(faults.stallAfterMs, Qt::PreciseTimer, this, &SimulatedModule::stall);
+    return true;
+}
+
+ModuleCounts SimulatedModule::counts() const
+{
+    ModuleCounts now = totals;
+    now.unanswered =
+        now.pingsReceived - now.echoesIntact - now.echoesDamaged - now.dropped - now.overrun;
+    return now;
+}
+
+void SimulatedModule::unplug()
+{
+    if (!pty)
+        return;
+    traffic.reset();
+    pty.reset();
+    emit unplugged();
+}
+
+void SimulatedModule::stall()
+{
+    traffic.reset();
+}
+
+void SimulatedModule::onBytes(const QByteArray& bytes)
+{
+    parser.feed(bytes);
+    answerAll(RequestParser::Line::Busy);
+}
+
+void SimulatedModule::onQuiet()
+{
+    answerAll(RequestParser::Line::Quiet);
+}
+
+void SimulatedModule::answerAll(RequestParser::Line line)
+{
+    while (const std::optional<ReceivedPacket> packet = parser.next(line)) {
+        if ((packet->command & moduleFrame::typeMask) == 0)
+            answerRequest(*packet);
+        else
+            ++totals.packetsIgnored;
+    }
+    quiet->stop();
+    if (parser.isWaiting() && line == RequestParser::Line::Busy)
+        quiet->start();
+}
+
+void SimulatedModule::answerRequest(const ReceivedPacket& request)
+{
+    switch (request.command) {
+    case pingRequest:
+        answerPing(request.data);
+        break;
+    case clearRequest:
+        ++totals.lcdRequests;
+        display.clear();
+        deliver(moduleAnswers::reply(request.command));
+        break;
+    case writeRequest:
+        ++totals.lcdRequests;
+        if (request.data.size() < writePrefix) {
+            deliver(moduleAnswers::errorReply(request.command, moduleAnswers::TooShort));
+            break;
+        }
+        display.write(static_cast<quint8>(request.data[0]), static_cast<quint8>(request.data[1]),
+                      request.data.mid(writePrefix));
+        deliver(moduleAnswers::reply(request.command));
+        break;
+    default:
+        ++totals.otherRequests;
+        deliver(moduleAnswers::errorReply(request.command, moduleAnswers::UnknownRequest));
+    }
+}
+
+void SimulatedModule::answerPing(const QByteArray& data)
+{
+    ++totals.pingsReceived;
+    const PingDecisions decisions = plan.next();
+    if (decisions.drop) {
+        ++totals.dropped;
+        return;
+    }
+    const Answer answer = moduleAnswers::echo(data, decisions);
+    if (faults.delayMs == 0 && faults.jitterMs == 0)
+        deliver(answer);
+    else if (!delayed->hold(answer, decisions.delayUs))
+        ++totals.overrun;
+}
+
+void SimulatedModule::deliver(const Answer& answer)
+{
+    if (!writer->send(answer))
+        ++(totals.*answer.countIfLost);
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "simulator/Answer.h"
+#include "simulator/FaultPlan.h"
+
+/** What a module sends. Stateless functions; any thread. */
+namespace moduleAnswers {
+
+/** Code of an error reply: why there is no other. */
+enum ErrorCode : quint8 {
+    PingRefused = 0x01,    ///< the error reply that stands in for an echo
+    UnknownRequest = 0x02, ///< no such request
+    TooShort = 0x03,       ///< data bytes are missing
+};
+
+/** Silence between the two pieces of a split answer, in milliseconds. */
+inline constexpr int splitPauseMs = 15;
+
+/** The faultless answer without data. */
+Answer reply(quint8 request);
+Answer errorReply(quint8 request, ErrorCode code);
+/** The answer to a ping with this payload, with all its faults; `plan.drop` and `plan.delayUs` are
+ * the caller's. */
+Answer echo(const QByteArray& pingData, const PingDecisions& plan);
+
+} // namespace moduleAnswers
