@@ -1,0 +1,41 @@
+# shellcheck shell=bash
+# Debian packages of this project, and the function that installs the missing ones. Sourced.
+
+# To build the programs, and to run the window with a simulated module.
+# shellcheck disable=SC2034  # read by the scripts that source this file
+run_packages=(g++ cmake ninja-build pkg-config qt6-base-dev libudev-dev umockdev fonts-dejavu-core)
+
+# To drive the window on a virtual screen and to take its picture.
+# shellcheck disable=SC2034  # read by the scripts that source this file
+gui_packages=(xvfb xdotool dbus at-spi2-core python3 python3-gi gir1.2-atspi-2.0 imagemagick)
+
+is_installed() {
+    [[ $(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
+}
+
+# install_missing PACKAGE...: asks neither apt nor sudo for anything when all of them are there.
+install_missing() {
+    local package missing=() as_root=()
+    for package in "$@"; do
+        is_installed "$package" || missing+=("$package")
+    done
+    ((${#missing[@]})) || return 0
+
+    local plea="Please install these Debian packages first: ${missing[*]}"
+    if ((EUID != 0)); then
+        if ! command -v sudo >/dev/null; then
+            echo "$plea" >&2
+            return 1
+        fi
+        as_root=(sudo)
+    fi
+    local apt=(env DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=300)
+    echo "Installing ${missing[*]}" >&2
+    # A package list that could not be refreshed may still be good enough to install from.
+    "${as_root[@]}" "${apt[@]}" update >&2 </dev/null || true
+    if ! "${as_root[@]}" "${apt[@]}" install -y --no-install-recommends "${missing[@]}" \
+        >&2 </dev/null; then
+        echo "$plea" >&2
+        return 1
+    fi
+}
