@@ -1,0 +1,69 @@
+#!/usr/bin/python3
+"""SCENARIO MODULE WINDOW: one life of the whole program, as whoever sits before it would see it."""
+
+import pathlib
+import signal
+import sys
+import tempfile
+import time
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts" / "lib"))
+from bench import Failure, Module, Window  # noqa: E402  (found by the line above)
+from demo_run import (connect, event_rows, finished_run, run_script,  # noqa: E402
+                      start_run, wait_for_the_end)
+
+# At the default time-out of 500 ms the end of a run waits 1.5 s for replies. The rest is leeway.
+END_SECONDS = 1.5 + 3
+
+
+def run_until_echoes(window):
+    """A fast endless run of large frames, which fill an unread line within a second."""
+    connect(window)
+    start_run(window, **{"Packets/Second": 200, "Min Data Size": 100})
+    window.wait("frames are echoed", lambda: int(window.value("Packets Received:")) > 20)
+
+
+def end_run(window, directory):
+    """Stops the run, leaves the port and the program; none of it may hang on the dead line."""
+    window.click("Stop Test")
+    stopped = time.monotonic()
+    wait_for_the_end(window, END_SECONDS)
+    print(f"The run ended {time.monotonic() - stopped:.1f} s after 'Stop Test'")
+    window.click("Disconnect")
+    window.wait("disconnected", lambda: window.button("Connect"))
+    window.wait("the status bar says so", lambda: window.status() == "Disconnected")
+    event_rows(directory)
+    if code := window.close():
+        raise Failure(f"the window ended with {code}")
+
+
+def finished(_module, window, directory):
+    finished_run(window, directory)
+
+
+def unplugged(module, window, directory):
+    run_until_echoes(window)
+    module.process.terminate()  # closes the line and takes the port away
+    window.wait("no frame gets through", lambda: "Failed to send packet" in window.log_text())
+    end_run(window, directory)
+
+
+def stalled(module, window, directory):
+    run_until_echoes(window)
+    module.process.send_signal(signal.SIGSTOP)  # the line stays open, and unread it fills up
+    try:
+        window.wait("frames are lost", lambda: not window.value("Packets Lost:").startswith("0 "))
+        end_run(window, directory)
+    finally:
+        module.process.send_signal(signal.SIGCONT)
+
+
+def main():
+    scenario = {each.__name__: each for each in (finished, unplugged, stalled)}[sys.argv[1]]
+    with tempfile.TemporaryDirectory(prefix="packetbrask-") as directory, \
+            Module(sys.argv[2], directory) as module, Window(sys.argv[3], directory) as window:
+        scenario(module, window, directory)
+
+
+if __name__ == "__main__":
+    run_script(main)
