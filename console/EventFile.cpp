@@ -1,6 +1,6 @@
 #include "console/MainWindow.h"
 
-#include "console/EventRow.h"
+#include "engine/EventRow.h"
 
 #include <QDateTime>
 #include <QFile>

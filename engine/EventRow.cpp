@@ -1,4 +1,4 @@
-#include "console/EventRow.h"
+#include "engine/EventRow.h"
 
 #include <QDateTime>
 #include <QRegularExpression>

@@ -1,0 +1,88 @@
+#include "engine/BraskTestWorker.h"
+#include "tests/support/EngineRecord.h"
+#include "tests/support/ModuleThread.h"
+
+#include <QTest>
+#include <QThread>
+
+Q_DECLARE_METATYPE(ModuleFaults)
+
+/** Whole runs, engine and module each in a thread of its own, judged by what the module counted. */
+class FaultsTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        qRegisterMetaType<QList<portInfo>>("QList<portInfo>");
+        qRegisterMetaType<TestStats>("TestStats");
+        qRegisterMetaType<TestConfig>("TestConfig");
+    }
+
+    void agreesWithTheModule_data()
+    {
+        QTest::addColumn<ModuleFaults>("faults");
+        QTest::newRow("none") << ModuleFaults{};
+        QTest::newRow("many") << ModuleFaults{.seed = 1,
+                                              .drop = 0.1,
+                                              .corrupt = 0.05,
+                                              .alter = 0.05,
+                                              .truncate = 0.05,
+                                              .duplicate = 0.1,
+                                              .garbage = 0.2,
+                                              .errorReply = 0.05,
+                                              .report = 0.1,
+                                              .split = 0.1};
+        QTest::newRow("answers overtake") << ModuleFaults{.delayMs = 5, .jitterMs = 60};
+        QTest::newRow("slow line") << ModuleFaults{.baudRate = 38400};
+    }
+
+    void agreesWithTheModule()
+    {
+        QFETCH(ModuleFaults, faults);
+        ModuleThread module(faults);
+        QThread thread;
+        auto* worker = new BraskTestWorker;
+        EngineRecord record(worker);
+        worker->moveToThread(&thread);
+        connect(&thread, &QThread::finished, worker, &QObject::deleteLater);
+        thread.start();
+        QMetaObject::invokeMethod(worker, "connectToPort", Q_ARG(QString, module.path()),
+                                  Q_ARG(int, 115200));
+        const TestConfig config{.packetsPerSecond = 200,
+                                .minDataSize = 8,
+                                .maxDataSize = 16,
+                                .timeoutMs = 400,
+                                .durationSec = 1};
+        QMetaObject::invokeMethod(worker, "startTest", Q_ARG(TestConfig, config));
+        QTRY_COMPARE_WITH_TIMEOUT(record.completed, 1, 30000);
+        thread.quit();
+        thread.wait();
+
+        const ModuleCounts truth = module.counts();
+        const TestStats& seen = record.stats;
+        QVERIFY(seen.packetsSent > 20);
+        QCOMPARE(seen.packetsSent, truth.pingsReceived);
+        QCOMPARE(seen.packetsReceived + seen.packetsLost, seen.packetsSent);
+        // Random bytes may by chance be a correct frame, which can swallow the start of an echo;
+        // such a frame has a random command and so shows as a line that no answer accounts for.
+        const auto linesWith = [&](const char* text) {
+            return static_cast<quint64>(record.lines.filter(text).size());
+        };
+        const quint64 chanceFrames = linesWith("Device report") - truth.reports +
+                                     linesWith("Device error response") - truth.errorReplies +
+                                     linesWith("unexpected packet");
+        QVERIFY(seen.packetsReceived <= truth.echoesIntact);
+        QVERIFY2(truth.echoesIntact - seen.packetsReceived <= chanceFrames,
+                 qPrintable(QStringLiteral("%1 intact, %2 received, %3 by chance")
+                                .arg(truth.echoesIntact)
+                                .arg(seen.packetsReceived)
+                                .arg(chanceFrames)));
+        const auto reached = record.lines.indexOf("INFO: Test duration reached");
+        QCOMPARE(record.lines.value(reached + 1), "INFO: Waiting for final replies...");
+    }
+};
+
+QTEST_GUILESS_MAIN(FaultsTest)
+#include "faults_test.moc"
