@@ -47,7 +47,7 @@ ReceivedPacket RequestParser::take(qsizetype offset)
 {
     const auto dataLength = static_cast<quint8>(buffer.at(offset + 1));
     ReceivedPacket packet{static_cast<quint8>(buffer.at(offset)),
-                                buffer.mid(offset + headerLength, dataLength)};
+                          buffer.mid(offset + headerLength, dataLength)};
     buffer.remove(0, offset + dataLength + qsizetype{vnFrameOverhead});
     return packet;
 }
