@@ -93,7 +93,7 @@ private:
     void matchEcho(const vnPacket& packet);
 
     void clearLCD();
-    void sendLCDText(int row, int column, QString text);
+    void sendLCDText(int row, int column, const QString& text);
 
     vnSerialComs* serialPort;         ///< child
     vnPacketComs* packetComs;         ///< child, speaks over serialPort

@@ -45,7 +45,7 @@ void BraskTestWorker::clearLCD()
     packetComs->sendPacket(request);
 }
 
-void BraskTestWorker::sendLCDText(int row, int column, QString text)
+void BraskTestWorker::sendLCDText(int row, int column, const QString& text)
 {
     if (!connected)
         return;

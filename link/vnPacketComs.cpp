@@ -66,8 +66,7 @@ bool vnPacketComs::sendPacket(vnPacket& packet)
     const uint32_t covered = headerLength + packet.dataLength;
     packet.crc = calculateCRC(frameBytes(packet), static_cast<uint16_t>(covered));
 
-    std::array<uint8_t, vnMaxFrameLength>
-        frame; // NOLINT(*-member-init): filled as far as it is used
+    std::array<uint8_t, vnMaxFrameLength> frame{};
     std::memcpy(frame.data(), frameBytes(packet), covered);
     frame[covered] = static_cast<uint8_t>(packet.crc & 0xFFU);
     frame[covered + 1] = static_cast<uint8_t>(packet.crc >> 8U);

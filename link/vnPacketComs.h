@@ -52,6 +52,15 @@ public:
     /** CRC-16/X-25 of `length` bytes; 0x0000 for none, 0x906E for the ASCII digits 1 to 9. */
     static uint16_t calculateCRC(const uint8_t* bytes, uint16_t length);
 
+    /**
+     * The text of an error code, which is the first data byte of an error reply; a code that the
+     * protocol does not name gets the text of 0x01. Never null; points into a constant table. Any
+     * thread.
+     */
+    static const char* errorText(uint32_t code);
+    /** The name of interface 0 to 4; null for every other id. Points into a constant table. */
+    static const char* interfaceName(int id);
+
 private:
     void drainLine();
     bool frameAt(uint32_t offset, uint32_t buffered, vnPacket& packet) const;

@@ -7,10 +7,10 @@
 /** One serial port as discovery found it. */
 struct portInfo
 {
-    QString portName;     ///< absolute path of the device node, such as /dev/ttyUSB0
-    QString description;  ///< "ttyUSB0 = MODEL" when the model is known, else "ttyUSB0"
-    QString friendlyName; ///< the same text as `description`
-    bool isAvailable;     ///< true for every listed port
+    QString portName;        ///< absolute path of the device node, such as /dev/ttyUSB0
+    QString description;     ///< "ttyUSB0 = MODEL" when the model is known, else "ttyUSB0"
+    QString friendlyName;    ///< the same text as `description`
+    bool isAvailable = true; ///< true for every listed port
 };
 Q_DECLARE_METATYPE(portInfo)
 
