@@ -430,6 +430,7 @@ void SimulatorTest::losesWholeAnswersWhenNobodyReads()
     QCOMPARE(counts.echoesIntact + counts.overrun, sent);
     QVERIFY(counts.echoesIntact * 128 >= LineWriter::queueLimit);
     QCOMPARE(received, frame(0x40, pingData(1, 124)).repeated(int(counts.echoesIntact)));
+    QCOMPARE(module.answerTo(request), frame(0x40, pingData(1, 124))); // there is room again
 }
 
 void SimulatorTest::stallsAndUnplugs()
