@@ -33,6 +33,7 @@ QGroupBox* MainWindow::createConnectionGroup()
 {
     portCombo = new QComboBox;
     portCombo->setMinimumWidth(200);
+    portCombo->setSizeAdjustPolicy(QComboBox::AdjustToContents); // model names can be long
     refreshButton = new QPushButton(QStringLiteral("Refresh"));
     baudCombo = new QComboBox;
     baudCombo->setMinimumWidth(100);

@@ -69,7 +69,8 @@ bool hasControllingTerminal()
 
 /**
  * A session leader without a controlling terminal gets the first terminal it opens as one, and is
- * then killed by the hang-up of that line. Giving the terminal up again raises SIGHUP itself.
+ * then killed by the hang-up of that line. Giving the terminal up again raises SIGHUP itself. Where
+ * it cannot be given up, SIGHUP stays ignored: this program has no other terminal to be told of.
  */
 void giveUpControllingTerminal(int descriptor)
 {
@@ -77,8 +78,8 @@ void giveUpControllingTerminal(int descriptor)
     struct sigaction previous = {};
     ignore.sa_handler = SIG_IGN;
     sigaction(SIGHUP, &ignore, &previous);
-    ::ioctl(descriptor, TIOCNOTTY);
-    sigaction(SIGHUP, &previous, nullptr);
+    if (::ioctl(descriptor, TIOCNOTTY) == 0)
+        sigaction(SIGHUP, &previous, nullptr);
 }
 
 int openDevice(const QString& path)

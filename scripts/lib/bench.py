@@ -95,12 +95,12 @@ class Module(Program):
 class Window(Program):
     """The window program in `directory`, where its event files go.
 
-    It must not lead a session: the test bed refuses TIOCNOTTY, by which a leader gives up the
-    controlling terminal that the port has become, and the hang-up at the end would kill it.
+    It leads a session without a terminal, as it does when a desktop starts it; the hang-up of a
+    port that became its controlling terminal would kill it.
     """
 
     def __init__(self, program, directory):
-        super().__init__("window", [program], directory, dict(os.environ))
+        super().__init__("window", [program], directory, dict(os.environ), new_session=True)
         self.application = None
         try:
             self.application = self.wait("the window is shown", self._find_application, 60)

@@ -45,7 +45,7 @@ struct Bench
     QByteArray ping()
     {
         step("sendNextPacket");
-        const QByteArray bytes = line.takeAll();
+        const QByteArray bytes = line.take(0);
         return bytes.mid(2, bytes.size() - qsizetype{vnFrameOverhead});
     }
 
@@ -408,7 +408,7 @@ private:
     {
         static const QRegularExpression clock("^0,0 \\d\\d/\\d\\d/\\d\\d \\d\\d:\\d\\d:\\d\\d$");
         bench.step("updateLCDDisplay");
-        QByteArray bytes = bench.line.takeAll();
+        QByteArray bytes = bench.line.take(0);
         QStringList texts;
         while (!bytes.isEmpty()) {
             const auto length = static_cast<uint8_t>(bytes.at(1));

@@ -1,39 +1,24 @@
 #include "tests/support/RawLine.h"
 
-#include "link/vnPacketComs.h"
+#include "simulator/moduleFrame.h"
 
 #include <QDeadlineTimer>
-#include <QtEndian>
 
 #include <array>
-#include <cstdlib>
 
 #include <fcntl.h>
-#include <poll.h>
+#include <sched.h>
 #include <sys/ioctl.h>
-#include <termios.h>
 #include <unistd.h>
 
-namespace {
-
-int waitingToBeRead(int descriptor)
+RawLine::RawLine()
 {
-    int count = 0;
-    ioctl(descriptor, FIONREAD, &count);
-    return count;
-}
-
-} // namespace
-
-RawLine::RawLine() : master(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC))
-{
-    grantpt(master);
-    unlockpt(master);
-    slave = open(ptsname(master), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    termios line = {};
-    tcgetattr(slave, &line);
-    cfmakeraw(&line);
-    tcsetattr(slave, TCSANOW, &line);
+    QString error;
+    pty = Pty::open(error);
+    if (!pty)
+        qFatal("%s", qPrintable(error));
+    linePath = pty->path();
+    observer = open(qPrintable(linePath), O_RDWR | O_NOCTTY | O_CLOEXEC);
 }
 
 RawLine::~RawLine()
@@ -41,62 +26,43 @@ RawLine::~RawLine()
     hangUp();
 }
 
-QString RawLine::path() const
-{
-    return QString::fromLocal8Bit(ptsname(master));
-}
-
 void RawLine::send(const QByteArray& bytes)
 {
-    const int expected = waitingToBeRead(slave) + static_cast<int>(bytes.size());
-    if (write(master, bytes.constData(), static_cast<size_t>(bytes.size())) != bytes.size())
+    const auto waiting = [this] {
+        int count = 0;
+        ioctl(observer, FIONREAD, &count);
+        return count;
+    };
+    const qsizetype expected = waiting() + bytes.size();
+    if (pty->write(bytes.constData(), bytes.size()) != bytes.size())
         qFatal("the pseudo-terminal did not take %lld bytes", static_cast<long long>(bytes.size()));
     const QDeadlineTimer deadline(5000);
-    while (waitingToBeRead(slave) < expected && !deadline.hasExpired())
+    while (waiting() < expected && !deadline.hasExpired())
         sched_yield();
-}
-
-QByteArray RawLine::takeOnce(int timeoutMs)
-{
-    std::array<char, 4096> buffer{};
-    pollfd line = {.fd = master, .events = POLLIN, .revents = 0};
-    if (poll(&line, 1, timeoutMs) <= 0)
-        return {};
-    const ssize_t taken = read(master, buffer.data(), buffer.size());
-    return QByteArray(buffer.data(), std::max<qsizetype>(taken, 0));
 }
 
 QByteArray RawLine::take(qsizetype count)
 {
     QByteArray bytes;
+    std::array<char, 4096> buffer{};
     const QDeadlineTimer deadline(5000);
-    while (bytes.size() < count && !deadline.hasExpired())
-        bytes += takeOnce(static_cast<int>(deadline.remainingTime()));
-    return bytes;
-}
-
-QByteArray RawLine::takeAll()
-{
-    QByteArray bytes;
-    for (QByteArray more = takeOnce(0); !more.isEmpty(); more = takeOnce(0))
-        bytes += more;
+    qsizetype taken = 0;
+    do {
+        taken = pty ? pty->read(buffer.data(), buffer.size()) : 0;
+        bytes.append(buffer.data(), std::max<qsizetype>(taken, 0));
+    } while (taken > 0 || (bytes.size() < count && !deadline.hasExpired()));
     return bytes;
 }
 
 void RawLine::hangUp()
 {
-    for (int* descriptor : {&master, &slave}) {
-        if (*descriptor >= 0)
-            close(*descriptor);
-        *descriptor = -1;
-    }
+    pty.reset();
+    if (observer >= 0)
+        close(observer);
+    observer = -1;
 }
 
 QByteArray frame(uint8_t command, const QByteArray& data)
 {
-    QByteArray bytes;
-    bytes.append(static_cast<char>(command)).append(static_cast<char>(data.size())).append(data);
-    const uint16_t crc = qToLittleEndian(vnPacketComs::calculateCRC(
-        reinterpret_cast<const uint8_t*>(bytes.constData()), static_cast<uint16_t>(bytes.size())));
-    return bytes.append(reinterpret_cast<const char*>(&crc), sizeof crc);
+    return moduleFrame::make(command, data);
 }
