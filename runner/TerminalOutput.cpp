@@ -1,0 +1,91 @@
+#include "runner/TerminalOutput.h"
+
+#include <QDateTime>
+
+#include <cerrno>
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr auto eraseLine = "\r\033[K";
+constexpr int usualColumns = 80;
+
+QString colourOf(const QString& type)
+{
+    if (type == u"SUCCESS")
+        return QStringLiteral("\033[32m");
+    if (type == u"ERROR")
+        return QStringLiteral("\033[31m");
+    if (type == u"WARNING" || type == u"TIMEOUT")
+        return QStringLiteral("\033[33m");
+    return {};
+}
+
+/** Nothing can be done about a standard error that takes no more. */
+void writeAll(QByteArray bytes)
+{
+    while (!bytes.isEmpty()) {
+        const ssize_t taken =
+            ::write(STDERR_FILENO, bytes.constData(), static_cast<size_t>(bytes.size()));
+        if (taken < 0 && errno == EINTR)
+            continue;
+        if (taken <= 0)
+            return;
+        bytes.remove(0, taken);
+    }
+}
+
+} // namespace
+
+TerminalOutput::TerminalOutput(bool beQuiet)
+    : quiet(beQuiet), onTerminal(::isatty(STDERR_FILENO) != 0),
+      coloured(onTerminal && !qEnvironmentVariableIsSet("NO_COLOR"))
+{
+}
+
+TerminalOutput::~TerminalOutput()
+{
+    showStatus({});
+}
+
+void TerminalOutput::log(const QDateTime& time, const QString& type, const QString& message)
+{
+    if (quiet)
+        return;
+    QString line = QStringLiteral("[%1] %2: %3")
+                       .arg(time.toString(QStringLiteral("hh:mm:ss.zzz")), type, message);
+    const QString colour = coloured ? colourOf(type) : QString();
+    if (!colour.isEmpty())
+        line = colour + line + QStringLiteral("\033[0m");
+    print(line);
+}
+
+void TerminalOutput::complain(const QString& message)
+{
+    print(QStringLiteral("packetbrask-run: ") + message);
+}
+
+void TerminalOutput::showStatus(const QString& text)
+{
+    if (quiet || !onTerminal || (text.isEmpty() && status.isEmpty()))
+        return;
+    status = text;
+    writeAll((QLatin1String(eraseLine) + drawnStatus()).toLocal8Bit());
+}
+
+void TerminalOutput::print(const QString& line)
+{
+    const QString before = status.isEmpty() ? QString() : QLatin1String(eraseLine);
+    // In one piece, so that another writer cannot come between a line and its status line.
+    writeAll((before + line + u'\n' + drawnStatus()).toLocal8Bit());
+}
+
+QString TerminalOutput::drawnStatus() const
+{
+    winsize size = {};
+    const bool known = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    // The last column stays free: a terminal may wrap as soon as that is filled.
+    return status.left((known ? size.ws_col : usualColumns) - 1);
+}

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "engine/TestConfig.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+/** What the command line of packetbrask-run asks for. */
+struct RunOptions
+{
+    enum class Outcome { Run, ListPorts, ShowText, Error };
+
+    Outcome outcome = Outcome::Run;
+    QString message; ///< the help, the version, or in one line what is wrong
+    QString port;    ///< path of the device
+    int baudRate = 115200;
+    TestConfig config;                 ///< `csvFilePath` names the event file; empty: none
+    QString reportPath;                ///< "-": standard output; empty: no report
+    double maxLossPercent = 0;         ///< 0 to 100
+    std::optional<int> maxLatencyMs{}; ///< none: no limit
+    bool quiet = false;
+};
+
+/** Reads `arguments`, the program's name first. Of an option given twice the last one counts. */
+RunOptions parseRunOptions(const QStringList& arguments);

@@ -1,0 +1,8 @@
+#pragma once
+
+#include "runner/verdict.h"
+
+#include <QJsonObject>
+
+/** The report of a finished run; docs/runner.md lists its fields and their units. Pure. */
+QJsonObject runReport(const RunOptions& options, const RunOutcome& outcome, const Verdict& verdict);
