@@ -1,0 +1,309 @@
+#include "tests/support/ModuleThread.h"
+#include "tests/support/RawLine.h"
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+Q_DECLARE_METATYPE(ModuleFaults)
+
+namespace {
+
+constexpr int patienceMs = 60000;
+
+/** packetbrask-run at work. */
+class Program : public QProcess
+{
+public:
+    explicit Program(
+        const QStringList& arguments, const std::function<void()>& inChild = [] {})
+    {
+        setChildProcessModifier(inChild);
+        start(RUN_PROGRAM, arguments);
+        setReadChannel(StandardError);
+    }
+    /** True once standard error has this text. */
+    bool says(const QByteArray& text)
+    {
+        const QDeadlineTimer deadline(patienceMs);
+        while (!errors.contains(text)) {
+            if (!waitForReadyRead(int(deadline.remainingTime())))
+                return false;
+            errors += readAllStandardError();
+        }
+        return true;
+    }
+    int statusOnceEnded()
+    {
+        const bool ended = waitForFinished(patienceMs) && exitStatus() == NormalExit;
+        errors += readAllStandardError();
+        return ended ? exitCode() : -1;
+    }
+
+    QByteArray errors;
+};
+
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QJsonObject objectIn(const QByteArray& text)
+{
+    return QJsonDocument::fromJson(text).object();
+}
+
+bool isCompleteEventFile(const QByteArray& text)
+{
+    const QList<QByteArray> rows = text.split('\n');
+    return rows.value(0).startsWith("Timestamp,") && rows.value(1).endsWith(",Test started") &&
+           rows.value(rows.size() - 2).contains("Test stopped. Sent: ") && rows.last().isEmpty();
+}
+
+} // namespace
+
+/** The built program against a module in this process. */
+class RunProgramTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        folder = std::make_unique<QTemporaryDir>();
+        events = folder->filePath("events.csv");
+        report = folder->filePath("report.json");
+    }
+
+    void judgesRuns_data()
+    {
+        QTest::addColumn<ModuleFaults>("faults");
+        QTest::addColumn<QStringList>("limits");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("word");
+        QTest::newRow("passed") << ModuleFaults{} << QStringList{"--max-latency", "400"} << 0
+                                << "passed";
+        QTest::newRow("silent") << ModuleFaults{.drop = 1} << QStringList{"--max-loss", "100"} << 1
+                                << "failed";
+        QTest::newRow("late") << ModuleFaults{.delayMs = 60} << QStringList{"--max-latency", "50"}
+                              << 1 << "failed";
+    }
+
+    void judgesRuns()
+    {
+        QFETCH(ModuleFaults, faults);
+        QFETCH(QStringList, limits);
+        QFETCH(int, status);
+        ModuleThread module(faults);
+        Program program(limits + QStringList{"--port", module.path(), "--duration", "1", "--json",
+                                             report, "--events", events, "--quiet"});
+        QCOMPARE(program.statusOnceEnded(), status);
+        const QJsonObject written = objectIn(contentOf(report));
+        QTEST(written["verdict"].toString(), "word");
+        QCOMPARE(written["exitStatus"].toInt(), status);
+        QCOMPARE(program.errors.count('\n'), written["reasons"].toArray().size());
+        QVERIFY(isCompleteEventFile(contentOf(events)));
+    }
+
+    void endsWithoutARun_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("complaint");
+        QTest::newRow("usage") << QStringList{"--port", "x", "--rate", "0"} << 2
+                               << QByteArray("--rate: \"0\" is not allowed, only a whole number");
+        QTest::newRow("no such port") << QStringList{"--port", "/nowhere/tty"} << 3
+                                      << QByteArray("(/nowhere/tty: No such file or directory)");
+        QTest::newRow("no terminal") << QStringList{"--port", "/dev/null"} << 3
+                                     << QByteArray("Failed to configure port settings (/dev/null)");
+    }
+
+    void endsWithoutARun()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QByteArray, complaint);
+        Program program(arguments + QStringList{"--quiet", "--json", report, "--events", events});
+        QTEST(program.statusOnceEnded(), "status");
+        QVERIFY2(program.errors.contains(complaint), program.errors);
+        QCOMPARE(program.errors.count('\n'), 1);
+        QVERIFY(QDir(folder->path()).isEmpty());
+    }
+
+    void noticesALostLine_data()
+    {
+        QTest::addColumn<bool>("unplugged");
+        QTest::newRow("unplugged") << true;
+        QTest::newRow("stuck") << false;
+    }
+
+    void noticesALostLine()
+    {
+        QFETCH(bool, unplugged);
+        ModuleThread module;
+        Program program({"--port", module.path(), "--rate", "1000", "--min-size", "124",
+                         "--timeout", "100", "--json", report, "--events", events});
+        QVERIFY(program.says("SUCCESS: Packet"));
+        unplugged ? module.unplug() : module.stall();
+        QCOMPARE(program.statusOnceEnded(), 4);
+        QCOMPARE(objectIn(contentOf(report))["verdict"].toString(), "lineLost");
+        QVERIFY(isCompleteEventFile(contentOf(events)));
+    }
+
+    void touchesNothingThatIsThere_data()
+    {
+        QTest::addColumn<QString>("option");
+        QTest::addColumn<QString>("name");
+        for (const char* text : {"--events=full", "--events=link", "--events=none/file",
+                                 "--json=none/file", "--json=."}) {
+            const QStringList parts = QString(text).split('=');
+            QTest::newRow(text) << parts[0] << parts[1];
+        }
+    }
+
+    void touchesNothingThatIsThere()
+    {
+        QFETCH(QString, option);
+        QFETCH(QString, name);
+        QFile full(folder->filePath("full"));
+        QVERIFY(full.open(QIODevice::WriteOnly) && full.write("mine") == 4);
+        full.close();
+        QVERIFY(QFile::link(folder->filePath("target"), folder->filePath("link")));
+        ModuleThread module;
+        Program program({"--port", module.path(), option, folder->filePath(name)});
+        QCOMPARE(program.statusOnceEnded(), 5);
+        QVERIFY2(program.errors.contains("cannot write"), program.errors);
+        QCOMPARE(contentOf(full.fileName()), "mine");
+        QCOMPARE(QDir(folder->path()).entryList(QDir::Files | QDir::System).size(), 2);
+        QCOMPARE(module.counts().pingsReceived, 0);
+    }
+
+    void goesOnWithoutItsEventFile()
+    {
+        ModuleThread module;
+        Program program({"--port", module.path(), "--duration", "1", "--quiet", "--events", events,
+                         "--json", "-"},
+                        [] {
+                            const rlimit limit{1000, 1000};
+                            setrlimit(RLIMIT_FSIZE, &limit);
+                        });
+        QCOMPARE(program.statusOnceEnded(), 5);
+        const QByteArray output = program.readAllStandardOutput();
+        QCOMPARE(objectIn(output)["verdict"].toString(), "outputFailed");
+        QCOMPARE(objectIn(output)["packetsSent"].toInteger(),
+                 qint64(module.counts().pingsReceived));
+        const QByteArray rows = contentOf(events);
+        QVERIFY(rows.size() > 800 && rows.endsWith('\n'));
+        Program another({"--port", module.path(), "--duration", "1", "--quiet", "--json", "-"},
+                        [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); });
+        QCOMPARE(another.statusOnceEnded(), 5);
+    }
+
+    void endsInOrderOnASignal()
+    {
+        ModuleThread module;
+        Program program({"--port", module.path(), "--events", events, "--json", "-", "--max-loss",
+                         "90", "--rate", "50"});
+        QVERIFY(program.says("SUCCESS: Packet 0:"));
+        program.terminate();
+        QVERIFY(program.says("Waiting for final replies..."));
+        program.terminate();
+        QCOMPARE(program.statusOnceEnded(), 0);
+        QVERIFY(isCompleteEventFile(contentOf(events)));
+        QVERIFY(!program.errors.contains('\033'));
+        QJsonParseError error{};
+        const QByteArray output = program.readAllStandardOutput();
+        const QJsonObject written = QJsonDocument::fromJson(output, &error).object();
+        QCOMPARE(error.error, QJsonParseError::NoError);
+        QVERIFY(written["achievedPacketsPerSecond"].isDouble());
+        QVERIFY(QDateTime::fromString(written["start"].toString(), Qt::ISODateWithMs) <
+                QDateTime::fromString(written["end"].toString(), Qt::ISODateWithMs));
+    }
+
+    void agreesWithTheModule()
+    {
+        ModuleThread module({.seed = 1,
+                             .drop = 0.1,
+                             .corrupt = 0.05,
+                             .alter = 0.05,
+                             .truncate = 0.05,
+                             .duplicate = 0.1,
+                             .errorReply = 0.05,
+                             .report = 0.1,
+                             .split = 0.1});
+        Program program({"--port", module.path(), "--rate", "200", "--timeout", "1000",
+                         "--duration", "1", "--json", "-"});
+        QCOMPARE(program.statusOnceEnded(), 1);
+        const QJsonObject seen = objectIn(program.readAllStandardOutput());
+        const ModuleCounts truth = module.counts();
+        const auto received = quint64(seen["packetsReceived"].toInteger());
+        QCOMPARE(quint64(seen["packetsSent"].toInteger()), truth.pingsReceived);
+        QCOMPARE(received + quint64(seen["packetsLost"].toInteger()), truth.pingsReceived);
+        // A damaged answer may hold a correct frame by chance, which can swallow an echo's start;
+        // it has a random command and so shows as a line that no answer accounts for.
+        const auto lines = [&](const char* text) { return quint64(program.errors.count(text)); };
+        const quint64 chanceFrames = lines("Device report") - truth.reports +
+                                     lines("Device error response") - truth.errorReplies +
+                                     lines("unexpected packet");
+        QVERIFY(received <= truth.echoesIntact && truth.echoesIntact - received <= chanceFrames);
+    }
+
+    void keepsTheStatusLineApart_data()
+    {
+        QTest::addColumn<bool>("coloured");
+        QTest::newRow("colours") << true;
+        QTest::newRow("NO_COLOR") << false;
+    }
+
+    void keepsTheStatusLineApart()
+    {
+        QFETCH(bool, coloured);
+        ModuleThread module;
+        RawLine terminal;
+        Program program({"--port", module.path(), "--rate", "4", "--duration", "2"}, [&] {
+            coloured ? unsetenv("NO_COLOR") : setenv("NO_COLOR", "1", 1);
+            dup2(terminal.otherEnd(), STDERR_FILENO);
+        });
+        QCOMPARE(program.statusOnceEnded(), 0);
+        QByteArray shown;
+        while (!shown.contains("Disconnected from port")) {
+            const QByteArray more = terminal.take(1);
+            QVERIFY2(!more.isEmpty(), shown);
+            shown += more;
+        }
+        QVERIFY2(shown.contains("1 s of 2 s | sent "), shown);
+        QCOMPARE(shown.contains("\033[32m["), coloured);
+        for (const QByteArray& line : shown.split('\n')) {
+            const QByteArray left = line.mid(line.lastIndexOf("\033[K") + 1);
+            QVERIFY2(!left.contains("| sent "), shown);
+        }
+    }
+
+    void listsPorts()
+    {
+        QProcess program;
+        program.start(UMOCKDEV_RUN, {"--device", PORT_DESCRIPTION, "--", RUN_PROGRAM, "--list"});
+        QVERIFY(program.waitForFinished(patienceMs));
+        const QList<QByteArray> lines = program.readAllStandardOutput().split('\n');
+        QCOMPARE(lines.size(), 5);
+        QVERIFY(lines.contains("/dev/ttyUSB0\tttyUSB0 = USB_Serial"));
+        QCOMPARE(program.exitCode(), 0);
+    }
+
+private:
+    std::unique_ptr<QTemporaryDir> folder; ///< a new one for each case
+    QString events;
+    QString report;
+};
+
+QTEST_GUILESS_MAIN(RunProgramTest)
+#include "run_program_test.moc"
