@@ -123,20 +123,16 @@ private slots:
                               int min, int max) {
             return TestStats{sent, received, lost, rate, avg, min, max};
         };
-        QTest::newRow("none") << TestStats{}
-                              << QStringList{"0", "0", "0 (0.0%)", "0.0%", "- ms", "- ms", "- ms"};
-        QTest::newRow("some") << stats(200, 150, 50, 75.0, 12, 0, 480)
-                              << QStringList{"200",   "150",  "50 (25.0%)", "75.0%",
-                                             "12 ms", "0 ms", "480 ms"};
-        QTest::newRow("rounded") << stats(3, 2, 1, 200.0 / 3, 1, 1, 2)
-                                 << QStringList{"3",    "2",    "1 (33.3%)", "66.7%",
-                                                "1 ms", "1 ms", "2 ms"};
-        QTest::newRow("nothing back")
-            << stats(4, 0, 4, 0.0, 5, 5, 5)
-            << QStringList{"4", "0", "4 (100.0%)", "0.0%", "- ms", "- ms", "- ms"};
-        QTest::newRow("nothing timed")
-            << stats(1, 1, 0, 100.0, 0, TestStats::noLatencyYet, 0)
-            << QStringList{"1", "1", "0 (0.0%)", "100.0%", "- ms", "- ms", "- ms"};
+        const int none = TestStats::noLatencyYet;
+        const auto add = [&](const char* name, const TestStats& record, const char* texts) {
+            QTest::newRow(name) << record << QString(texts).split('|');
+        };
+        add("none", {}, "0|0|0 (0.0%)|0.0%|- ms|- ms|- ms");
+        add("some", stats(200, 150, 50, 75.0, 12, 0, 480),
+            "200|150|50 (25.0%)|75.0%|12 ms|0 ms|480 ms");
+        add("rounded", stats(3, 2, 1, 200.0 / 3, 1, 1, 2), "3|2|1 (33.3%)|66.7%|1 ms|1 ms|2 ms");
+        add("lost", stats(4, 0, 4, 0.0, 5, 5, 5), "4|0|4 (100.0%)|0.0%|- ms|- ms|- ms");
+        add("not timed", stats(1, 1, 0, 100.0, 0, none, 0), "1|1|0 (0.0%)|100.0%|- ms|- ms|- ms");
     }
 
     void showsStatistics()

@@ -23,9 +23,7 @@ private slots:
         QCOMPARE(texts.size(), 35);
         QCOMPARE(vnPacketComs::errorText(0xFFFFFFFF), unknown);
         QCOMPARE(vnPacketComs::errorText(0x00), "Ok");
-        QCOMPARE(vnPacketComs::errorText(0x03), "Invalid command length/options");
         QCOMPARE(vnPacketComs::errorText(0x1A), "Storage is full");
-        QCOMPARE(vnPacketComs::errorText(0x1E), "Out of memory");
         QCOMPARE(vnPacketComs::errorText(0x27), "Font slot already in use");
     }
 
