@@ -25,8 +25,9 @@ QString openFault(const QString& path)
 {
     const QByteArray device = path.toLocal8Bit();
     const int descriptor = ::open(device.constData(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    const int error = errno; // before the look-up of the group changes it
     if (descriptor < 0)
-        return openFaultText(errno, owningGroup(device));
+        return openFaultText(error, owningGroup(device));
     ::close(descriptor);
     return {};
 }

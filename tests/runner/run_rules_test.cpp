@@ -3,6 +3,7 @@
 #include "runner/openFault.h"
 #include "runner/runReport.h"
 
+#include <QDir>
 #include <QJsonObject>
 #include <QTest>
 
@@ -147,10 +148,11 @@ private slots:
         QVERIFY(fails(10, 1202));
     }
 
-    void namesTheGroupThatMayOpen()
+    void tellsWhyAPortDoesNotOpen()
     {
         QVERIFY(openFaultText(EACCES, "dialout").contains("owned by group dialout"));
         QVERIFY(!openFaultText(ENOENT, "dialout").contains("dialout"));
+        QCOMPARE(openFault(QDir::tempPath()), qt_error_string(EISDIR));
     }
 };
 
