@@ -9,6 +9,8 @@
 #include "runner/runReport.h"
 #include "runner/statusText.h"
 
+#include <QCoreApplication>
+
 namespace {
 
 constexpr int statusMs = 1000;
@@ -64,6 +66,10 @@ void RunSession::onConnectionChanged(bool connected)
     if (connected) {
         beginRun();
     } else if (stage == Stage::Disconnecting) {
+        thread.quit();
+        thread.wait();
+        // The engine has one more line to say, and that may be on its way yet.
+        QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
         emit finished(exitStatus);
     } else {
         const QString reason = openFault(options.port);
