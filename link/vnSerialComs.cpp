@@ -69,8 +69,9 @@ bool hasControllingTerminal()
 
 /**
  * A session leader without a controlling terminal gets the first terminal it opens as one, and is
- * then killed by the hang-up of that line. Giving the terminal up again raises SIGHUP itself. Where
- * it cannot be given up, SIGHUP stays ignored: this program has no other terminal to be told of.
+ * then killed by the hang-up of that line. Giving the terminal up again raises SIGHUP itself, in
+ * the whole process group. Where it cannot be given up, SIGHUP stays ignored: this program has no
+ * other terminal to be told of.
  */
 void giveUpControllingTerminal(int descriptor)
 {

@@ -1,11 +1,9 @@
 #include "engine/BraskTestWorker.h"
 #include "tests/support/EngineRecord.h"
-#include "tests/support/ModuleThread.h"
+#include "tests/support/ModuleProcess.h"
 
 #include <QTest>
 #include <QThread>
-
-Q_DECLARE_METATYPE(ModuleFaults)
 
 /** Whole runs, engine and module each in a thread of its own, judged by what the module counted. */
 class FaultsTest : public QObject
@@ -22,26 +20,19 @@ private slots:
 
     void agreesWithTheModule_data()
     {
-        QTest::addColumn<ModuleFaults>("faults");
-        QTest::newRow("none") << ModuleFaults{};
-        QTest::newRow("many") << ModuleFaults{.seed = 1,
-                                              .drop = 0.1,
-                                              .corrupt = 0.05,
-                                              .alter = 0.05,
-                                              .truncate = 0.05,
-                                              .duplicate = 0.1,
-                                              .garbage = 0.2,
-                                              .errorReply = 0.05,
-                                              .report = 0.1,
-                                              .split = 0.1};
-        QTest::newRow("answers overtake") << ModuleFaults{.delayMs = 5, .jitterMs = 60};
-        QTest::newRow("slow line") << ModuleFaults{.baudRate = 38400};
+        QTest::addColumn<QString>("options");
+        QTest::newRow("none") << "";
+        QTest::newRow("many") << "--seed 1 --drop 0.1 --corrupt 0.05 --alter 0.05 --truncate 0.05 "
+                                 "--duplicate 0.1 --garbage 0.2 --error-reply 0.05 --report 0.1 "
+                                 "--split 0.1";
+        QTest::newRow("answers overtake") << "--delay 5 --jitter 60";
+        QTest::newRow("slow line") << "--baud 38400";
     }
 
     void agreesWithTheModule()
     {
-        QFETCH(ModuleFaults, faults);
-        ModuleThread module(faults);
+        QFETCH(QString, options);
+        ModuleProcess module(options.split(' ', Qt::SkipEmptyParts));
         QThread thread;
         auto* worker = new BraskTestWorker;
         EngineRecord record(worker);
@@ -60,23 +51,26 @@ private slots:
         thread.quit();
         thread.wait();
 
-        const ModuleCounts truth = module.counts();
+        const QJsonObject truth = module.summary();
+        const auto count = [&](const char* name) {
+            return static_cast<quint64>(truth.value(QLatin1String(name)).toInteger());
+        };
         const TestStats& seen = record.stats;
         QVERIFY(seen.packetsSent > 20);
-        QCOMPARE(seen.packetsSent, truth.pingsReceived);
+        QCOMPARE(seen.packetsSent, count("pingsReceived"));
         QCOMPARE(seen.packetsReceived + seen.packetsLost, seen.packetsSent);
         // Random bytes may by chance be a correct frame, which can swallow the start of an echo;
         // such a frame has a random command and so shows as a line that no answer accounts for.
         const auto linesWith = [&](const char* text) {
             return static_cast<quint64>(record.lines.filter(text).size());
         };
-        const quint64 chanceFrames = linesWith("Device report") - truth.reports +
-                                     linesWith("Device error response") - truth.errorReplies +
+        const quint64 chanceFrames = linesWith("Device report") - count("reports") +
+                                     linesWith("Device error response") - count("errorReplies") +
                                      linesWith("unexpected packet");
-        QVERIFY(seen.packetsReceived <= truth.echoesIntact);
-        QVERIFY2(truth.echoesIntact - seen.packetsReceived <= chanceFrames,
+        QVERIFY(seen.packetsReceived <= count("echoesIntact"));
+        QVERIFY2(count("echoesIntact") - seen.packetsReceived <= chanceFrames,
                  qPrintable(QStringLiteral("%1 intact, %2 received, %3 by chance")
-                                .arg(truth.echoesIntact)
+                                .arg(count("echoesIntact"))
                                 .arg(seen.packetsReceived)
                                 .arg(chanceFrames)));
         const auto reached = record.lines.indexOf("INFO: Test duration reached");
