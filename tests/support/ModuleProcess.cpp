@@ -48,3 +48,25 @@ QJsonObject ModuleProcess::summary()
         return {};
     return QJsonDocument::fromJson(file.readAll()).object();
 }
+
+QString ModuleProcess::disagreement(qint64 sent, qint64 received, qint64 lost, const QString& log)
+{
+    const qint64 intact = counted("echoesIntact");
+    const auto unaccounted = [&](const char* line, const char* count) {
+        return std::max<qint64>(0, log.count(line) - counted(count));
+    };
+    const qint64 byChance = unaccounted("Device report", "reports") +
+                            unaccounted("Device error response", "errorReplies") +
+                            log.count("unexpected packet");
+    const bool agrees = sent == counted("pingsReceived") && received + lost == sent &&
+                        received <= intact && intact - received <= byChance;
+    return agrees ? QString()
+                  : QStringLiteral("sent %1, received %2, lost %3; the module received %4 and "
+                                   "echoed %5; %6 frames by chance")
+                        .arg(sent)
+                        .arg(received)
+                        .arg(lost)
+                        .arg(counted("pingsReceived"))
+                        .arg(intact)
+                        .arg(byChance);
+}

@@ -25,6 +25,17 @@ public:
     void stall();
     /** Ends the module; what it truly did, by the names of docs/simulator.md. */
     QJsonObject summary();
+    /** One count of the summary. */
+    qint64 counted(const QString& name) { return summary().value(name).toInteger(); }
+
+    /**
+     * Ends the module and judges figures of a run by its summary; empty when they agree. `log`
+     * holds the engine's lines. Random bytes may by chance be a correct frame, which can swallow
+     * the start of an echo; such a frame has a random command and so shows as a line that no answer
+     * accounts for, and each of them excuses one echo. Do not let the module send error replies
+     * twice.
+     */
+    QString disagreement(qint64 sent, qint64 received, qint64 lost, const QString& log);
 
 private:
     QTemporaryDir directory;
