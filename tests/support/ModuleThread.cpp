@@ -1,20 +1,26 @@
 #include "tests/support/ModuleThread.h"
 
-namespace {
-
-template <typename Call> void inThreadOf(SimulatedModule* module, Call call)
+void TaskRunner::run(const std::function<void()>& task)
 {
-    QMetaObject::invokeMethod(module, call, Qt::BlockingQueuedConnection);
+    current = &task;
+    handedOver.release();
+    QMetaObject::invokeMethod(this, "runTask", Qt::QueuedConnection);
+    done.acquire();
 }
 
-} // namespace
-
-ModuleThread::ModuleThread(const ModuleFaults& faults) : module(new SimulatedModule(faults))
+void TaskRunner::runTask()
 {
-    module->moveToThread(&thread);
-    QObject::connect(&thread, &QThread::finished, module, &QObject::deleteLater);
+    handedOver.acquire();
+    (*current)();
+    done.release();
+}
+
+ModuleThread::ModuleThread(const ModuleFaults& faults)
+{
+    runner.moveToThread(&thread);
     thread.start();
-    inThreadOf(module, [this] {
+    runner.run([&] {
+        module = std::make_unique<SimulatedModule>(faults);
         if (!module->open())
             qFatal("%s", qPrintable(module->errorText()));
         linePath = module->linePath();
@@ -23,6 +29,7 @@ ModuleThread::ModuleThread(const ModuleFaults& faults) : module(new SimulatedMod
 
 ModuleThread::~ModuleThread()
 {
+    runner.run([this] { module.reset(); });
     thread.quit();
     thread.wait();
 }
@@ -30,16 +37,16 @@ ModuleThread::~ModuleThread()
 ModuleCounts ModuleThread::counts()
 {
     ModuleCounts now;
-    inThreadOf(module, [&] { now = module->counts(); });
+    runner.run([&] { now = module->counts(); });
     return now;
 }
 
 void ModuleThread::unplug()
 {
-    inThreadOf(module, [this] { module->unplug(); });
+    runner.run([this] { module->unplug(); });
 }
 
 void ModuleThread::stall()
 {
-    inThreadOf(module, [this] { module->stall(); });
+    runner.run([this] { module->stall(); });
 }
