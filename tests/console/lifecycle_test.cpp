@@ -1,4 +1,4 @@
-#include "tests/support/ModuleProcess.h"
+#include "simulator/ModuleThread.h"
 #include "tests/support/WindowBench.h"
 
 #include <QElapsedTimer>
@@ -52,7 +52,7 @@ private slots:
     {
         QFETCH(int, trouble);
         WindowBench bench;
-        ModuleProcess module;
+        ModuleThread module;
         startRun(bench, module, Trouble(trouble));
         QElapsedTimer clock;
         clock.start();
@@ -64,7 +64,7 @@ private slots:
     void connectsAgain()
     {
         WindowBench bench;
-        const ModuleProcess module;
+        const ModuleThread module;
         for (int i = 0; i < 3; ++i) {
             QVERIFY(bench.connectTo(module.path()));
             QCOMPARE(bench.status(), "Connected to the module");
@@ -77,7 +77,7 @@ private slots:
     }
 
 private:
-    static void startRun(WindowBench& bench, ModuleProcess& module, Trouble trouble)
+    static void startRun(WindowBench& bench, ModuleThread& module, Trouble trouble)
     {
         QVERIFY(bench.connectTo(module.path()));
         bench.named<QSpinBox>("Packets/Second:")->setValue(1000);
@@ -109,7 +109,7 @@ private:
     static void stopsInTheMiddle(Trouble trouble)
     {
         WindowBench bench;
-        ModuleProcess module;
+        ModuleThread module;
         startRun(bench, module, trouble);
         QElapsedTimer clock;
         clock.start();

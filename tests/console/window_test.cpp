@@ -1,4 +1,4 @@
-#include "tests/support/ModuleProcess.h"
+#include "simulator/ModuleThread.h"
 #include "tests/support/WindowBench.h"
 
 #include "engine/TestStats.h"
@@ -208,7 +208,7 @@ private slots:
             QVERIFY(taken.open(QIODevice::WriteOnly));
             taken.write("an earlier run\n");
         }
-        const ModuleProcess module;
+        const ModuleThread module;
         QVERIFY(bench.connectTo(module.path()));
         for (int run = 2; run <= 3; ++run) {
             bench.named<QSpinBox>("Timeout:")->setValue(50);

@@ -1,9 +1,12 @@
 #include "engine/BraskTestWorker.h"
+#include "simulator/ModuleThread.h"
 #include "tests/support/EngineRecord.h"
-#include "tests/support/ModuleProcess.h"
+#include "tests/support/RunTruth.h"
 
 #include <QTest>
 #include <QThread>
+
+Q_DECLARE_METATYPE(ModuleFaults)
 
 /** Whole runs, engine and module each in a thread of its own, judged by what the module counted. */
 class FaultsTest : public QObject
@@ -20,19 +23,18 @@ private slots:
 
     void agreesWithTheModule_data()
     {
-        QTest::addColumn<QString>("options");
-        QTest::newRow("none") << "";
-        QTest::newRow("many") << "--seed 1 --drop 0.1 --corrupt 0.05 --alter 0.05 --truncate 0.05 "
-                                 "--duplicate 0.1 --garbage 0.2 --report 0.1 --split 0.1";
-        QTest::newRow("errors") << "--seed 2 --error-reply 0.3 --garbage 0.1 --report 0.1";
-        QTest::newRow("answers overtake") << "--delay 5 --jitter 60";
-        QTest::newRow("slow line") << "--baud 38400";
+        QTest::addColumn<ModuleFaults>("faults");
+        QTest::newRow("none") << ModuleFaults{};
+        QTest::newRow("many") << manyFaults();
+        QTest::newRow("errors") << ModuleFaults{.seed = 2, .garbage = 0.1, .errorReply = 0.3};
+        QTest::newRow("answers overtake") << ModuleFaults{.delayMs = 5, .jitterMs = 60};
+        QTest::newRow("slow line") << ModuleFaults{.baudRate = 38400};
     }
 
     void agreesWithTheModule()
     {
-        QFETCH(QString, options);
-        ModuleProcess module(options.split(' ', Qt::SkipEmptyParts));
+        QFETCH(ModuleFaults, faults);
+        ModuleThread module(faults);
         QThread thread;
         auto* worker = new BraskTestWorker;
         EngineRecord record(worker);
@@ -53,8 +55,8 @@ private slots:
 
         const TestStats& seen = record.stats;
         QVERIFY(seen.packetsSent > 20);
-        QCOMPARE(module.disagreement(qint64(seen.packetsSent), qint64(seen.packetsReceived),
-                                     qint64(seen.packetsLost), record.lines.join('\n')),
+        QCOMPARE(disagreement(module, seen.packetsSent, seen.packetsReceived, seen.packetsLost,
+                              record.lines.join('\n')),
                  QString());
         const auto reached = record.lines.indexOf("INFO: Test duration reached");
         QCOMPARE(record.lines.value(reached + 1), "INFO: Waiting for final replies...");

@@ -1,5 +1,6 @@
-#include "tests/support/ModuleProcess.h"
+#include "simulator/ModuleThread.h"
 #include "tests/support/RawLine.h"
+#include "tests/support/RunTruth.h"
 
 #include <QDeadlineTimer>
 #include <QDir>
@@ -13,6 +14,8 @@
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <unistd.h>
+
+Q_DECLARE_METATYPE(ModuleFaults)
 
 namespace {
 
@@ -85,23 +88,22 @@ private slots:
 
     void judgesRuns_data()
     {
-        QTest::addColumn<QStringList>("faults");
-        QTest::addColumn<QStringList>("limits");
+        QTest::addColumn<ModuleFaults>("faults");
+        QTest::addColumn<QString>("limit");
         QTest::addColumn<bool>("passes");
-        using Words = QStringList;
-        QTest::newRow("passed") << Words{} << Words{"--max-latency", "400"} << true;
-        QTest::newRow("silent") << Words{"--drop", "1"} << Words{"--max-loss", "100"} << false;
-        QTest::newRow("late") << Words{"--delay", "60"} << Words{"--max-latency", "50"} << false;
+        QTest::newRow("passed") << ModuleFaults{} << "--max-latency=400" << true;
+        QTest::newRow("silent") << ModuleFaults{.drop = 1} << "--max-loss=100" << false;
+        QTest::newRow("late") << ModuleFaults{.delayMs = 60} << "--max-latency=50" << false;
     }
 
     void judgesRuns()
     {
-        QFETCH(QStringList, faults);
-        QFETCH(QStringList, limits);
+        QFETCH(ModuleFaults, faults);
+        QFETCH(QString, limit);
         QFETCH(bool, passes);
-        ModuleProcess module(faults);
-        Program program(limits + QStringList{"--port", module.path(), "--duration", "1", "--json",
-                                             report, "--events", events, "--quiet"});
+        ModuleThread module(faults);
+        Program program({limit, "--port", module.path(), "--duration", "1", "--json", report,
+                         "--events", events, "--quiet"});
         QCOMPARE(program.statusOnceEnded(), passes ? 0 : 1);
         const QJsonObject written = objectIn(contentOf(report));
         QCOMPARE(written["verdict"].toString(), passes ? "passed" : "failed");
@@ -135,9 +137,9 @@ private slots:
 
     void noticesALostLine()
     {
-        for (const auto loseTheLine : {&ModuleProcess::unplug, &ModuleProcess::stall}) {
+        for (const auto loseTheLine : {&ModuleThread::unplug, &ModuleThread::stall}) {
             init();
-            ModuleProcess module;
+            ModuleThread module;
             Program program({"--port", module.path(), "--rate", "1000", "--min-size", "124",
                              "--timeout", "100", "--json", report, "--events", events});
             QVERIFY(program.says("SUCCESS: Packet"));
@@ -154,7 +156,7 @@ private slots:
         QVERIFY(full.open(QIODevice::WriteOnly) && full.write("mine") == 4);
         full.close();
         QVERIFY(QFile::link("target", folder->filePath("link")));
-        ModuleProcess module;
+        ModuleThread module;
         for (const QStringList& target : {QStringList{"--events", "full"},
                                           {"--events", "link"},
                                           {"--events", "none/file"},
@@ -166,12 +168,12 @@ private slots:
             QCOMPARE(contentOf(full.fileName()), "mine");
             QCOMPARE(QDir(folder->path()).entryList(QDir::Files | QDir::System).size(), 2);
         }
-        QCOMPARE(module.counted("pingsReceived"), 0);
+        QCOMPARE(module.counts().pingsReceived, quint64{0});
     }
 
     void goesOnWithoutItsEventFile()
     {
-        ModuleProcess module;
+        ModuleThread module;
         Program program({"--port", module.path(), "--duration", "1", "--quiet", "--events", events,
                          "--json", "-"},
                         [] {
@@ -190,7 +192,7 @@ private slots:
 
     void endsInOrderOnASignal()
     {
-        ModuleProcess module;
+        ModuleThread module;
         Program program({"--port", module.path(), "--events", events, "--json", "-", "--max-loss",
                          "90", "--rate", "50"});
         QVERIFY(program.says("SUCCESS: Packet 0:"));
@@ -211,18 +213,14 @@ private slots:
 
     void agreesWithTheModule()
     {
-        ModuleProcess module(
-            QString("--seed 1 --drop 0.1 --corrupt 0.05 --alter 0.05 --garbage 0.1 "
-                    "--truncate 0.05 --error-reply 0.05 "
-                    "--report 0.1 --split 0.1")
-                .split(' '));
+        ModuleThread module(manyFaults());
         Program program({"--port", module.path(), "--rate", "200", "--timeout", "1000",
                          "--duration", "1", "--json", "-"});
         QCOMPARE(program.statusOnceEnded(), 1);
         const QJsonObject seen = objectIn(program.readAllStandardOutput());
-        QCOMPARE(module.disagreement(seen["packetsSent"].toInteger(),
-                                     seen["packetsReceived"].toInteger(),
-                                     seen["packetsLost"].toInteger(), program.errors),
+        const auto figure = [&](const char* name) { return quint64(seen[name].toInteger()); };
+        QCOMPARE(disagreement(module, figure("packetsSent"), figure("packetsReceived"),
+                              figure("packetsLost"), program.errors),
                  QString());
     }
 
@@ -230,7 +228,7 @@ private slots:
     {
         for (const bool coloured : {false, true}) {
             coloured ? qunsetenv("NO_COLOR") : qputenv("NO_COLOR", "1");
-            ModuleProcess module;
+            ModuleThread module;
             RawLine terminal;
             Program program({"--port", module.path(), "--rate", "4", "--duration", "2"},
                             [&] { dup2(terminal.otherEnd(), STDERR_FILENO); });

@@ -1,5 +1,5 @@
+#include "simulator/ModuleThread.h"
 #include "simulator/RequestParser.h"
-#include "tests/support/ModuleThread.h"
 #include "tests/support/RawLine.h"
 
 #include <QtTest>

@@ -1,4 +1,4 @@
-#include "tests/support/ModuleThread.h"
+#include "simulator/ModuleThread.h"
 
 void TaskRunner::run(const std::function<void()>& task)
 {
