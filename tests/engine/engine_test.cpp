@@ -102,32 +102,23 @@ private slots:
         QCOMPARE(methods, expected.split(' '));
     }
 
-    void refusesConnections_data()
-    {
-        QTest::addColumn<QString>("port");
-        QTest::addColumn<int>("rate");
-        QTest::addColumn<QString>("reason");
-        QTest::newRow("no name") << "" << 9600 << "No port name specified";
-        QTest::newRow("rate") << "LINE" << 57600 << "Invalid baud rate";
-        QTest::newRow("no device")
-            << "/nowhere/%1%2" << 9600 << "Failed to open port - may be in use or doesn't exist";
-        QTest::newRow("no terminal") << "FILE" << 9600 << "Failed to configure port settings";
-    }
-
     void refusesConnections()
     {
-        QFETCH(QString, port);
-        QFETCH(int, rate);
-        QFETCH(QString, reason);
+        Bench bench;
         QTemporaryFile file;
         QVERIFY(file.open());
-        Bench bench;
-        port.replace("LINE", bench.line.path()).replace("FILE", file.fileName());
-        bench.worker.connectToPort(port, rate);
-        QCOMPARE(bench.record.take(),
-                 (QStringList{"INFO: Attempting to connect to " + port + " at " +
-                                  QString::number(rate) + " baud...",
-                              "error: Connection failed: " + reason, "disconnected"}));
+        const QList<std::tuple<QString, int, QString>> cases{
+            {"", 9600, "No port name specified"},
+            {"/nowhere/%1%2", 9600, "Failed to open port - may be in use or doesn't exist"},
+            {bench.line.path(), 57600, "Invalid baud rate"},
+            {file.fileName(), 9600, "Failed to configure port settings"}};
+        for (const auto& [port, rate, reason] : cases) {
+            bench.worker.connectToPort(port, rate);
+            QCOMPARE(bench.record.take(),
+                     (QStringList{"INFO: Attempting to connect to " + port + " at " +
+                                      QString::number(rate) + " baud...",
+                                  "error: Connection failed: " + reason, "disconnected"}));
+        }
         bench.worker.disconnectPort();
         QCOMPARE(bench.record.take(), QStringList());
     }
@@ -163,27 +154,20 @@ private slots:
         QCOMPARE(bench.record.take(), expected);
     }
 
-    void drawsPayloadSizes_data()
-    {
-        QTest::addColumn<int>("minimum");
-        QTest::addColumn<int>("maximum");
-        QTest::addColumn<QSet<qsizetype>>("sizes");
-        QTest::newRow("one size") << 124 << 124 << QSet<qsizetype>{124};
-        QTest::newRow("too small") << 0 << 5 << QSet<qsizetype>{8};
-        QTest::newRow("partly too small") << 5 << 10 << QSet<qsizetype>{8, 9, 10};
-    }
-
     void drawsPayloadSizes()
     {
-        QFETCH(int, minimum);
-        QFETCH(int, maximum);
         Bench bench;
         bench.connectIt();
-        bench.start(minimum, maximum, 50);
-        QSet<qsizetype> sizes;
-        for (int i = 0; i < 200; ++i)
-            sizes.insert(bench.ping().size());
-        QTEST(sizes, "sizes");
+        const QList<std::tuple<int, int, QSet<qsizetype>>> cases{
+            {124, 124, {124}}, {0, 5, {8}}, {5, 10, {8, 9, 10}}};
+        for (const auto& [minimum, maximum, expected] : cases) {
+            bench.start(minimum, maximum, 50);
+            QSet<qsizetype> sizes;
+            for (int i = 0; i < 200; ++i)
+                sizes.insert(bench.ping().size());
+            QCOMPARE(sizes, expected);
+            bench.worker.stopTest();
+        }
     }
 
     void numbersAndReportsPings()

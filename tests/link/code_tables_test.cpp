@@ -23,7 +23,6 @@ private slots:
         QCOMPARE(texts.size(), 35);
         QCOMPARE(vnPacketComs::errorText(0xFFFFFFFF), unknown);
         QCOMPARE(vnPacketComs::errorText(0x00), "Ok");
-        QCOMPARE(vnPacketComs::errorText(0x1A), "Storage is full");
         QCOMPARE(vnPacketComs::errorText(0x27), "Font slot already in use");
     }
 

@@ -23,36 +23,26 @@ class SerialTest : public QObject
     Q_OBJECT
 
 private slots:
-    void refusesWhatItCannotOpen_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<int>("rate");
-        QTest::addColumn<int>("code");
-        QTest::newRow("no name") << QString() << 9600 << int(vnSerialComs::NoPortName);
-        QTest::newRow("no rate") << "LINE" << 0 << int(vnSerialComs::InvalidBaudRate);
-        QTest::newRow("57600") << "LINE" << 57600 << int(vnSerialComs::InvalidBaudRate);
-        QTest::newRow("230400") << "LINE" << 230400 << int(vnSerialComs::InvalidBaudRate);
-        QTest::newRow("negative") << "LINE" << -9600 << int(vnSerialComs::InvalidBaudRate);
-        QTest::newRow("no device") << "/nowhere/tty" << 9600 << int(vnSerialComs::OpenFailed);
-        QTest::newRow("regular file") << "FILE" << 9600 << int(vnSerialComs::ConfigureFailed);
-    }
-
     void refusesWhatItCannotOpen()
     {
-        QFETCH(QString, name);
-        QFETCH(int, rate);
         const RawLine line;
         QTemporaryFile file;
         QVERIFY(file.open());
-        if (name == "LINE")
-            name = line.path();
-        if (name == "FILE")
-            name = file.fileName();
-
-        vnSerialComs port(nullptr, QString(), 0);
-        QVERIFY(!port.openPort(name, rate));
-        QTEST(port.lastError(), "code");
-        QVERIFY(!port.isOpen());
+        using Port = vnSerialComs;
+        const QList<std::tuple<QString, int, int>> cases{
+            {"", 9600, Port::NoPortName},
+            {line.path(), 0, Port::InvalidBaudRate},
+            {line.path(), 57600, Port::InvalidBaudRate},
+            {line.path(), 230400, Port::InvalidBaudRate},
+            {line.path(), -9600, Port::InvalidBaudRate},
+            {"/nowhere/tty", 9600, Port::OpenFailed},
+            {file.fileName(), 9600, Port::ConfigureFailed}};
+        for (const auto& [name, rate, code] : cases) {
+            vnSerialComs port(nullptr, QString(), 0);
+            QVERIFY(!port.openPort(name, rate));
+            QCOMPARE(port.lastError(), code);
+            QVERIFY(!port.isOpen());
+        }
     }
 
     void setsTheLine()
@@ -131,16 +121,9 @@ private slots:
         QVERIFY(port.closePort());
     }
 
-    void givesUpOnAFullLine_data()
-    {
-        QTest::addColumn<int>("size");
-        for (const int size : {12, 77, 128})
-            QTest::addRow("frames of %d", size) << size;
-    }
-
     void givesUpOnAFullLine()
     {
-        QFETCH(int, size);
+        const qsizetype size = 77;
         RawLine line;
         vnSerialComs port(nullptr, line.path(), 115200);
         QVERIFY(port.openPort(QString(), 0));
