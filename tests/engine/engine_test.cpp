@@ -63,6 +63,16 @@ struct Bench
     }
 };
 
+/** Connected, and in a run. */
+struct RunningBench : Bench
+{
+    RunningBench(int minDataSize, int maxDataSize, int timeoutMs)
+    {
+        connectIt();
+        start(minDataSize, maxDataSize, timeoutMs);
+    }
+};
+
 QByteArray echo(const QByteArray& payload)
 {
     return frame(0x40, payload);
@@ -172,9 +182,7 @@ private slots:
 
     void numbersAndReportsPings()
     {
-        Bench bench;
-        bench.connectIt();
-        bench.start(10, 10, 1000);
+        RunningBench bench(10, 10, 1000);
         QStringList expected;
         for (quint64 id = 0; id <= 300; ++id) {
             const QByteArray payload = bench.ping();
@@ -207,29 +215,18 @@ private slots:
         const auto bare = [](uint8_t command, const QByteArray& data = {}) {
             return [=](const QByteArray&) { return frame(command, data); };
         };
-        // clang-format off: one kind of reply a line
+        // One kind of reply a line.
+        // clang-format off
         const QList<Case> cases{
             {[](auto p) { return echo(p); }, {"SUCCESS: Packet 0: ?ms"}, 1},
-            {[](auto p) { return echo(withLastByteChanged(p)); },
-             {"ERROR: Packet 1: Data mismatch! Expected 20 bytes, got 20"},
-             0,
-             1},
-            {[](auto p) { return echo(p.left(12)); },
-             {"ERROR: Packet 2: Data mismatch! Expected 20 bytes, got 12"},
-             0,
-             1},
-            {[](auto p) { return echo(p.left(7)); },
-             {"WARNING: Received reply with insufficient data"}},
-            {bare(0x40, QByteArray(8, '\xFF')),
-             {"WARNING: Received reply for unknown sequence ID: 18446744073709551615"}},
-            {[](auto p) { return echo(p) + echo(p); },
-             {"SUCCESS: Packet 5: ?ms", "WARNING: Received reply for unknown sequence ID: 5"},
-             1},
+            {[](auto p) { return echo(withLastByteChanged(p)); }, {"ERROR: Packet 1: Data mismatch! Expected 20 bytes, got 20"}, 0, 1},
+            {[](auto p) { return echo(p.left(12)); }, {"ERROR: Packet 2: Data mismatch! Expected 20 bytes, got 12"}, 0, 1},
+            {[](auto p) { return echo(p.left(7)); }, {"WARNING: Received reply with insufficient data"}},
+            {bare(0x40, QByteArray(8, '\xFF')), {"WARNING: Received reply for unknown sequence ID: 18446744073709551615"}},
+            {[](auto p) { return echo(p) + echo(p); }, {"SUCCESS: Packet 5: ?ms", "WARNING: Received reply for unknown sequence ID: 5"}, 1},
             {[](auto p) { return frame(0x46, p) + frame(0x5F, p); }, {}},
             {[](auto p) { return frame(0x85) + echo(p) + frame(0xC0, "\x07"); },
-             {"INFO: Device report: 0x85", "SUCCESS: Packet 7: ?ms",
-              "ERROR: Device error response: 0xc0, error code: 7"},
-             1},
+             {"INFO: Device report: 0x85", "SUCCESS: Packet 7: ?ms", "ERROR: Device error response: 0xc0, error code: 7"}, 1},
             {bare(0xC3), {"ERROR: Device error response: 0xc3, error code: 0"}},
             {bare(0xFF, "\xFE\x01"), {"ERROR: Device error response: 0xff, error code: 254"}},
             {bare(0x80), {"INFO: Device report: 0x80"}},
@@ -238,9 +235,7 @@ private slots:
             {bare(0x05), {"WARNING: Received unexpected packet with command: 0x05"}},
         };
         // clang-format on
-        Bench bench;
-        bench.connectIt();
-        bench.start(20, 20, 50);
+        RunningBench bench(20, 20, 50);
         quint64 received = 0;
         quint64 lost = 0;
         for (const Case& c : cases) {
@@ -261,9 +256,7 @@ private slots:
 
     void matchesEchoesOfTheFinalWait()
     {
-        Bench bench;
-        bench.connectIt();
-        bench.start(20, 20, 50);
+        RunningBench bench(20, 20, 50);
         const QByteArray first = bench.ping();
         const QByteArray second = bench.ping();
         bench.ping();
@@ -283,9 +276,7 @@ private slots:
 
     void givesUpLatePings()
     {
-        Bench bench;
-        bench.connectIt();
-        bench.start(8, 8, 50);
+        RunningBench bench(8, 8, 50);
         QList<QByteArray> payloads;
         for (int i = 0; i < 12; ++i)
             payloads.append(bench.ping());
@@ -308,9 +299,7 @@ private slots:
 
     void pausesAndResumes()
     {
-        Bench bench;
-        bench.connectIt();
-        bench.start(8, 8, 5000);
+        RunningBench bench(8, 8, 5000);
         QList<QByteArray> payloads;
         for (int i = 0; i < 1000; ++i)
             payloads.append(bench.ping());
@@ -333,9 +322,7 @@ private slots:
 
     void countsOnlyWhatTheLineTook()
     {
-        Bench bench;
-        bench.connectIt();
-        bench.start(8, 8, 50);
+        RunningBench bench(8, 8, 50);
         bench.ping();
         bench.record.take();
         bench.line.hangUp();

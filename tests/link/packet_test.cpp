@@ -107,15 +107,15 @@ private slots:
         const QByteArray a = frame(0x40, "first");
         const QByteArray b = frame(0x46);
         const QByteArray full = frame(0x5F, fullData);
-        // clang-format off: one case a line
+        // One case a line.
+        // clang-format off
         QTest::newRow("together") << Bytes{a + b + full} << Bytes{a, b, full};
         QTest::newRow("stray byte in front") << Bytes{noise(1) + a} << Bytes{a};
         QTest::newRow("garbage in front") << Bytes{noise(5) + a + noise(3) + b} << Bytes{a, b};
         QTest::newRow("bad check in front") << Bytes{withFlippedBit(a, 70) + b} << Bytes{b};
         QTest::newRow("incomplete in front") << Bytes{a.chopped(3) + b} << Bytes{b};
         QTest::newRow("nothing but noise") << Bytes{noise(200), a} << Bytes{a};
-        QTest::newRow("newest survive")
-            << Bytes{noise(200) + full.chopped(1), full.last(1)} << Bytes{full};
+        QTest::newRow("newest survive") << Bytes{noise(200) + full.chopped(1), full.last(1)} << Bytes{full};
         QTest::newRow("older do not") << Bytes{a.chopped(1) + noise(128), a.last(1)} << Bytes{};
         QTest::newRow("buffer just full") << Bytes{noise(1112) + full} << Bytes{full};
         QTest::newRow("buffer overrun") << Bytes{noise(1113) + full} << Bytes{};
@@ -132,7 +132,7 @@ private slots:
         QTEST(frames, "found");
     }
 
-    /** Often enough for the ring to wrap. */
+    /** As often as makes the ring wrap. */
     void joinsAFrameCutAnywhere()
     {
         Link link;
