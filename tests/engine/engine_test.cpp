@@ -97,21 +97,6 @@ class EngineTest : public QObject
     Q_OBJECT
 
 private slots:
-    void hasTheInterfaceThatCallersName()
-    {
-        const QByteArray expected =
-            "statisticsUpdated(TestStats) logMessage(QString,QString) errorOccurred(QString) "
-            "testCompleted() connectionChanged(bool) portsEnumerated(QList<portInfo>) "
-            "refreshPorts() connectToPort(QString,int) disconnectPort() startTest(TestConfig) "
-            "stopTest() cleanup() sendNextPacket() checkTimeouts() pollForPackets() "
-            "updateLCDDisplay()";
-        QList<QByteArray> methods;
-        const QMetaObject& meta = BraskTestWorker::staticMetaObject;
-        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
-            methods.append(meta.method(i).methodSignature());
-        QCOMPARE(methods, expected.split(' '));
-    }
-
     void refusesConnections()
     {
         Bench bench;

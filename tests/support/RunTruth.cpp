@@ -26,10 +26,13 @@ QString disagreement(ModuleThread& module, quint64 sent, quint64 received, quint
                              unaccounted("unexpected packet", 0);
     const bool agrees = sent == truth.pingsReceived && received + lost == sent &&
                         received <= truth.echoesIntact && truth.echoesIntact - received <= byChance;
-    const QList<quint64> figures{sent,    received, lost, truth.pingsReceived, truth.echoesIntact,
-                                 byChance};
-    QStringList texts{"sent, received, lost; pings, intact echoes, chance frames:"};
-    for (const quint64 figure : figures)
-        texts += QString::number(figure);
-    return agrees ? QString() : texts.join(' ');
+    const auto text =
+        QStringLiteral("%1 sent, %2 received, %3 lost; %4 pings, %5 echoes, %6 strays");
+    return agrees ? QString()
+                  : text.arg(sent)
+                        .arg(received)
+                        .arg(lost)
+                        .arg(truth.pingsReceived)
+                        .arg(truth.echoesIntact)
+                        .arg(byChance);
 }
