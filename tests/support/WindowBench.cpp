@@ -60,17 +60,13 @@ bool WindowBench::connectTo(const QString& path)
     ports->clear();
     ports->addItem("the module", path);
     QTest::mouseClick(button("Connect"), Qt::LeftButton);
-    return QTest::qWaitFor([this] { return button("Disconnect") != nullptr; }) && logShows(" baud");
+    return QTest::qWaitFor([this] { return button("Disconnect") != nullptr; }) &&
+           logHas("SUCCESS: Connected");
 }
 
-bool WindowBench::logShows(const QString& ending) const
+bool WindowBench::logHas(const QString& text) const
 {
-    const auto shown = [&] {
-        const QStringList lines = log();
-        return std::any_of(lines.begin(), lines.end(),
-                           [&](const QString& line) { return line.endsWith(ending); });
-    };
-    return QTest::qWaitFor(shown, 20000);
+    return QTest::qWaitFor([&] { return logView()->toPlainText().contains(text); }, 20000);
 }
 
 QStringList WindowBench::eventFiles() const

@@ -37,8 +37,8 @@ public:
 
     /** Lists `path` as the only port and clicks "Connect"; true once connected. */
     bool connectTo(const QString& path);
-    /** True once the log has a line that ends so. */
-    bool logShows(const QString& ending) const;
+    /** True once the log has this text, false when it does not come. */
+    bool logHas(const QString& text) const;
     /** What the event files hold, by name. */
     QStringList eventFiles() const;
     static QStringList rowsOf(const QString& fileName);
