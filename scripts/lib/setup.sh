@@ -9,6 +9,10 @@ run_packages=(g++ cmake ninja-build pkg-config qt6-base-dev libudev-dev umockdev
 # shellcheck disable=SC2034  # read by the scripts that source this file
 gui_packages=(xvfb xdotool dbus at-spi2-core python3 python3-gi gir1.2-atspi-2.0 imagemagick)
 
+# To build the benchmarks and to run them on a virtual screen.
+# shellcheck disable=SC2034  # read by the scripts that source this file
+bench_packages=(libbenchmark-dev libboost-dev libxcb1-dev xvfb python3)
+
 # To make the Debian package, to check it, and to install it into a system of its own.
 # shellcheck disable=SC2034  # read by the scripts that source this file
 package_packages=(help2man librsvg2-bin dpkg-dev file lintian desktop-file-utils appstream)
