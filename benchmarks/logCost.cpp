@@ -18,7 +18,7 @@ constexpr int batch = 100;
 constexpr int batchesAtAPoint = 5;
 constexpr int maximumLines = 10000;
 constexpr int rounds = 8;
-constexpr int trims = 12;
+constexpr int trims = 24;
 
 double threadMicroseconds()
 {
