@@ -2,7 +2,6 @@
 
 #include <QScrollBar>
 #include <QTest>
-#include <QTextBlock>
 #include <QTextCursor>
 
 namespace {
@@ -27,8 +26,7 @@ void BareLog::add(const QString& type, const QString& msg)
     if (edit.document()->blockCount() <= maximumLines)
         return;
     QTextCursor cursor(edit.document());
-    cursor.setPosition(edit.document()->findBlockByNumber(trimmedLines).position(),
-                       QTextCursor::KeepAnchor);
+    cursor.movePosition(QTextCursor::Down, QTextCursor::KeepAnchor, trimmedLines);
     cursor.removeSelectedText();
 }
 
