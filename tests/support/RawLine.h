@@ -13,8 +13,6 @@ class RawLine
 public:
     RawLine();
     ~RawLine();
-    RawLine(const RawLine&) = delete;
-    RawLine& operator=(const RawLine&) = delete;
 
     /** The path that the code under test opens. */
     QString path() const { return linePath; }

@@ -20,8 +20,6 @@ public:
     /** Returns when the first port scan has been shown. */
     WindowBench();
     ~WindowBench();
-    WindowBench(const WindowBench&) = delete;
-    WindowBench& operator=(const WindowBench&) = delete;
 
     /** The button with this text; null when there is none. */
     QPushButton* button(const QString& text) const;
