@@ -1,6 +1,7 @@
 #include "console/MainWindow.h"
 
 #include <QApplication>
+#include <QIcon>
 
 int main(int argc, char* argv[])
 {
@@ -8,6 +9,9 @@ int main(int argc, char* argv[])
     QCoreApplication::setOrganizationName(QStringLiteral("Varnott"));
     QCoreApplication::setApplicationName(QStringLiteral("PacketBrask"));
     QCoreApplication::setApplicationVersion(QStringLiteral("1.0"));
+    // The name of the installed desktop entry, by which a desktop finds the icon and the title.
+    QGuiApplication::setDesktopFileName(QStringLiteral("example.varnott.PacketBrask"));
+    QGuiApplication::setWindowIcon(QIcon::fromTheme(QGuiApplication::desktopFileName()));
 
     MainWindow window;
     window.show();
