@@ -21,7 +21,7 @@ trap 'exit 143' TERM HUP
 mkdir -m 700 "$private/home" "$private/run"
 mkfifo "$private/display"
 # The server picks a free display number by itself, so two of them never get the same one.
-Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp -noreset \
+Xvfb -displayfd 3 -screen 0 "${PACKETBRASK_SCREEN:-1280x1024x24}" -nolisten tcp -noreset \
     3>"$private/display" >"$private/screen.log" 2>&1 &
 screen=$!
 if ! read -r -t 60 number <"$private/display"; then
