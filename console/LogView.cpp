@@ -34,6 +34,7 @@ QString lineColour(const QString& type)
 void MainWindow::createLogView()
 {
     logView = new QTextEdit;
+    logView->setAccessibleName(QStringLiteral("Log")); // no caption says so
     logView->setReadOnly(true);
     logView->setMaximumHeight(250);
     logView->setPlaceholderText(QStringLiteral("Log messages will appear here..."));
