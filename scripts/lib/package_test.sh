@@ -15,16 +15,17 @@ cp "$package" "$work/packetbrask.deb"
 cat >"$work/in-system.sh" <<'SCRIPT'
 set -euo pipefail
 system=$1 result=$2
-inside() { chroot "$system" env -i PATH=/usr/bin:/bin HOME=/tmp LC_ALL=C.UTF-8 DISPLAY="$DISPLAY" "$@"; }
+# An array, for a function in the background would be a process between this one and the program.
+inside=(chroot "$system" env -i PATH=/usr/bin:/bin HOME=/tmp LC_ALL=C.UTF-8 DISPLAY="$DISPLAY")
 fail() { echo "FAILED: $*" >&2 && exit 1; }
 
-inside packetbrask-run --version
-inside packetbrask-module --help >/dev/null
+"${inside[@]}" packetbrask-run --version
+"${inside[@]}" packetbrask-module --help >/dev/null
 for program in packetbrask packetbrask-module packetbrask-run; do
-    inside test -s "/usr/share/man/man1/$program.1.gz" || fail "no manual page of $program"
+    "${inside[@]}" test -s "/usr/share/man/man1/$program.1.gz" || fail "no manual page of $program"
 done
 
-inside sh -c 'cd /tmp && exec packetbrask' >"$system/tmp/window.log" 2>&1 &
+"${inside[@]}" sh -c 'cd /tmp && exec packetbrask' >"$system/tmp/window.log" 2>&1 &
 window=$!
 trap 'kill "$window" 2>/dev/null; wait "$window" || true' EXIT # or mmdebstrap would wait for it
 # Ends by itself when the window is there; --sync alone would outlive a program that has failed.
@@ -42,7 +43,7 @@ for _ in {1..100}; do
 done
 ((colours >= 20)) || fail "the window stays empty"
 class=$(xprop -id "$number" WM_CLASS | sed 's/.*"\(.*\)".*"\(.*\)".*/\1/')
-inside grep -qx "StartupWMClass=$class" /usr/share/applications/example.varnott.PacketBrask.desktop ||
+"${inside[@]}" grep -qx "StartupWMClass=$class" /usr/share/applications/example.varnott.PacketBrask.desktop ||
     fail "no desktop entry is for windows of the class '$class'"
 echo "The installed window came up with the class $class"
 SCRIPT
