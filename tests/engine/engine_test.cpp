@@ -1,6 +1,6 @@
 #include "engine/BraskTestWorker.h"
+#include "engine/EventRow.h"
 #include "link/vnPacketComs.h"
-#include "tests/support/EngineRecord.h"
 #include "tests/support/RawLine.h"
 
 #include <QDateTime>
@@ -10,7 +10,39 @@
 #include <QTest>
 #include <QtEndian>
 
+#include <utility>
+
 namespace {
+
+/**
+ * All that an engine reports, as one sequence of lines: "TYPE: message", "error: ...",
+ * "connected", "disconnected", "statistics SENT/RECEIVED/LOST" and "completed".
+ */
+struct EngineRecord : public QObject
+{
+    explicit EngineRecord(BraskTestWorker* worker)
+    {
+        using Worker = BraskTestWorker;
+        connect(worker, &Worker::logMessage, this,
+                [this](const QString& type, const QString& msg) { lines += type + ": " + msg; });
+        connect(worker, &Worker::errorOccurred, this,
+                [this](const QString& error) { lines += "error: " + error; });
+        connect(worker, &Worker::connectionChanged, this,
+                [this](bool connected) { lines += connected ? "connected" : "disconnected"; });
+        connect(worker, &Worker::testCompleted, this, [this] { lines += "completed"; });
+        connect(worker, &Worker::statisticsUpdated, this, [this](const TestStats& now) {
+            stats = now;
+            const QString text = QStringLiteral("statistics %1/%2/%3");
+            lines += text.arg(now.packetsSent).arg(now.packetsReceived).arg(now.packetsLost);
+        });
+    }
+
+    /** What came since the last take. */
+    QStringList take() { return std::exchange(lines, {}); }
+
+    QStringList lines;
+    TestStats stats; ///< the last ones reported
+};
 
 /**
  * An engine whose every step the test takes itself: it lives in the test's thread, whose event
@@ -340,6 +372,46 @@ private slots:
                  (QStringList{"DATE", "0,1 Tx:2 Rx:1", "0,2 OK:50% ?ms", "0,3 Lost:1"}));
         bench.worker.stopTest();
         QCOMPARE(screenTexts(bench), (QStringList{"DATE", "0,1 Ready"}));
+    }
+
+    void fillsTheColumnsOfAnEvent_data()
+    {
+        QTest::addColumn<QString>("type");
+        QTest::addColumn<QString>("message");
+        QTest::addColumn<QString>("row"); // behind the time
+        const auto add = [](const char* type, const char* message, const char* row) {
+            QTest::newRow(message) << type << message << row;
+        };
+        add("INFO", "Test started", ",INFO,,,Test started");
+        add("INFO", "Sent packet 3 (77 bytes)", "3,INFO,77,,Sent packet 3 (77 bytes)");
+        add("SUCCESS", "Packet 18446744073709551615: 12ms",
+            "18446744073709551615,SUCCESS,,12,Packet 18446744073709551615: 12ms");
+        add("SUCCESS", "Packet 4: -3ms", "4,SUCCESS,,-3,Packet 4: -3ms");
+        add("ERROR", "Failed to send packet 10", "10,ERROR,,,Failed to send packet 10");
+        add("TIMEOUT", "Packet 5 timeout after 500ms", "5,TIMEOUT,,,Packet 5 timeout after 500ms");
+        add("TIMEOUT", "Packet 6 lost (final timeout)",
+            "6,TIMEOUT,,,Packet 6 lost (final timeout)");
+        add("ERROR", "Packet 7: Data mismatch! Expected 20 bytes, got 12",
+            "7,ERROR,20,,\"Packet 7: Data mismatch! Expected 20 bytes, got 12\"");
+        add("WARNING", "Received reply for unknown sequence ID: 8",
+            "8,WARNING,,,Received reply for unknown sequence ID: 8");
+        add("INFO", "Test stopped. Sent: 4, Received: 3, Lost: 1, Success: 75.0%",
+            ",INFO,,,\"Test stopped. Sent: 4, Received: 3, Lost: 1, Success: 75.0%\"");
+        add("INFO", "Port: /dev/ttyUSB0 - a \"%1\"",
+            ",INFO,,,\"Port: /dev/ttyUSB0 - a \"\"%1\"\"\"");
+        add("INFO", "two\nlines", ",INFO,,,\"two\nlines\"");
+        add("INFO", "returned\r", ",INFO,,,\"returned\r\"");
+        add("INFO", "Packet 5: 6ms\n", ",INFO,,,\"Packet 5: 6ms\n\"");
+        add("a,b", "", ",\"a,b\",,,");
+    }
+
+    void fillsTheColumnsOfAnEvent()
+    {
+        QFETCH(QString, type);
+        QFETCH(QString, message);
+        QFETCH(QString, row);
+        const QDateTime time(QDate(2027, 1, 2), QTime(8, 3, 9, 42));
+        QCOMPARE(eventRow(time, type, message), "2027-01-02 08:03:09.042," + row + "\n");
     }
 
 private:
