@@ -60,7 +60,7 @@ const KnownModel* findModel(int model)
 int digitAt(const QString& text, qsizetype index)
 {
     bool isDigit = false;
-    const int value = text.mid(index, 1).toInt(&isDigit, 16);
+    const int value = QStringView(text).mid(index, 1).toInt(&isDigit, 16);
     return isDigit ? value : -1;
 }
 
@@ -77,7 +77,8 @@ bool ModuleVersion::parse(const QString& text)
     const qsizetype colon = text.indexOf(u':');
     if (colon < 5 || !text.contains(u"VNA"))
         return false;
-    model = text.mid(3, 3).toInt();
+    const QString modelDigits = text.mid(3, 3);
+    model = modelDigits.contains(QChar::Null) ? 0 : modelDigits.toInt(); // toInt() ends at a NUL
     versionAMajor = digitAt(text, colon + 2);
     versionAMinor = digitAt(text, colon + 4);
     versionBMajor = digitAt(text, colon + 7);

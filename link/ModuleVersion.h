@@ -5,9 +5,10 @@
 /**
  * What a module's version text says of it: its model and two version numbers.
  *
- * The text begins "VNA", three decimal digits of the model, and has a colon at index 5 or later,
- * behind which the digits of the two versions stand at fixed places; docs/protocol.md draws it. A
- * version digit is 0-9 or a-f for 10 to 15, in either case. A plain record; any thread.
+ * A module's text begins "VNA" and three decimal digits of the model, and has a colon at index 5 or
+ * later, behind which the digits of the two versions stand at fixed places; docs/protocol.md draws
+ * it. "VNA" is accepted anywhere, and the model may be padded with blanks or signed. A version
+ * digit is 0-9 or a-f for 10 to 15, in either case. A plain record; any thread.
  */
 struct ModuleVersion
 {
