@@ -43,6 +43,8 @@ void MainWindow::writeEvent(const QString& type, const QString& msg)
 {
     if (csvStream == nullptr)
         return;
+    // A stream that has failed takes no more to the file, but keeps every later row in memory.
+    csvStream->resetStatus();
     *csvStream << eventRow(QDateTime::currentDateTime(), type, msg);
     csvStream->flush();
 }
