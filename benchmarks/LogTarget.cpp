@@ -34,9 +34,12 @@ LogTarget::LogTarget(const QString& kind, LineSource& source)
 {
     if (kind == "window") {
         bench = std::make_unique<WindowBench>();
-        // By name: it is a private slot.
-        QObject::connect(&source, SIGNAL(line(QString, QString)), bench->window.get(),
-                         SLOT(onLogMessage(QString, QString)));
+        // By name: it is a private slot. Qt compares signatures without the blank that the format
+        // wants in them.
+        // clang-format off
+        QObject::connect(&source, SIGNAL(line(QString,QString)), bench->window.get(),
+                         SLOT(onLogMessage(QString,QString)));
+        // clang-format on
     } else {
         bare = std::make_unique<BareLog>();
         QObject::connect(&source, &LineSource::line, bare.get(), &BareLog::add);

@@ -43,8 +43,7 @@ void RunSession::startEngine()
     connect(worker, &BraskTestWorker::errorOccurred, this, &RunSession::onErrorOccurred);
     connect(worker, &BraskTestWorker::logMessage, this, &RunSession::onLogMessage);
     connect(worker, &BraskTestWorker::testCompleted, this, &RunSession::onTestCompleted);
-    connect(worker, &BraskTestWorker::statisticsUpdated, this,
-            [this](const TestStats& stats) { outcome.stats = stats; });
+    connect(worker, &BraskTestWorker::statisticsUpdated, this, &RunSession::onStatisticsUpdated);
     thread.start();
 }
 
@@ -140,6 +139,11 @@ void RunSession::updateStatus()
 {
     outcome.sendingMs = clock.elapsed();
     output.showStatus(statusText(outcome, options.config.durationSec));
+}
+
+void RunSession::onStatisticsUpdated(TestStats stats)
+{
+    outcome.stats = stats;
 }
 
 void RunSession::onTestCompleted()

@@ -44,6 +44,8 @@ private:
     void onConnectionChanged(bool connected);
     void onErrorOccurred(const QString& error);
     void onLogMessage(const QString& type, const QString& message);
+    // By value: the thread sanitizer cannot see that Qt hands a signal's argument over.
+    void onStatisticsUpdated(TestStats stats);
     void onTestCompleted();
 
     void beginRun();

@@ -183,7 +183,7 @@ RunOptions parseRunOptions(const QStringList& arguments)
         return options;
     } else if (!parser.positionalArguments().isEmpty()) {
         options.message = QStringLiteral("\"%1\" is not allowed, only options; --help lists them")
-                              .arg(parser.positionalArguments().first());
+                              .arg(parser.positionalArguments().constFirst());
     } else if (parser.isSet(QStringLiteral("list"))) {
         options.outcome = RunOptions::Outcome::ListPorts;
     } else {

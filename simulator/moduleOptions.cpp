@@ -174,7 +174,7 @@ ModuleOptions parseModuleOptions(const QStringList& arguments)
         return options;
     } else if (!parser.positionalArguments().isEmpty()) {
         options.message = QStringLiteral("\"%1\" is not allowed, only options; --help lists them")
-                              .arg(parser.positionalArguments().first());
+                              .arg(parser.positionalArguments().constFirst());
     } else {
         ValueReader reader(parser, options.message);
         readValues(reader, options);
