@@ -1,83 +1,170 @@
 #include "simulator/ModuleThread.h"
 #include "tests/support/WindowBench.h"
+#include "tests/support/processes.h"
 
 #include <QElapsedTimer>
+#include <QMessageBox>
 #include <QTest>
 
-/** A test from the first click to the last, with a module that works, goes away or hangs. */
+#include <csignal>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace {
+
+/** Returns when an engine that sends is held up in a write: the line was full at several looks. */
+void waitUntilFull(const QString& linePath)
+{
+    pollfd line{::open(qPrintable(linePath), O_RDWR | O_NOCTTY), POLLOUT, 0};
+    int looks = 0;
+    QTRY_VERIFY(::poll(&line, 1, 0) == 0 && ++looks >= 3);
+    ::close(line.fd);
+}
+
+/** No file of this process grows past `bytes` any more, as on a full disk. */
+void leaveRoomOnTheDisk(rlim_t bytes)
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit room{};
+    getrlimit(RLIMIT_FSIZE, &room);
+    room.rlim_cur = std::min(bytes, room.rlim_max);
+    setrlimit(RLIMIT_FSIZE, &room);
+}
+
+} // namespace
+
+/** Sessions from the first click to the last, with trouble at every point. */
 class LifecycleTest : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void endsARun_data()
+    static void initTestCase() { const WindowBench opensWhatStaysOpen; }
+    void init() { useBefore = processUse(); }
+    void cleanup()
+    {
+        leaveRoomOnTheDisk(RLIM_INFINITY);
+        QTRY_VERIFY(processUse() <= useBefore); // a thread that has ended may linger a little
+    }
+
+    void endsInOrder_data()
     {
         QTest::addColumn<QString>("trouble");
+        QTest::addColumn<QString>("moment");
         QTest::addColumn<bool>("closes");
-        for (const char* trouble : {"works", "unplugged", "stalled"}) {
-            QTest::addRow("%s", trouble) << trouble << false;
-            QTest::addRow("%s, window closed", trouble) << trouble << true;
+        for (const char* moment : {"idle", "running", "waiting"}) {
+            for (const char* trouble : {"working", "slow", "unplugged", "stalled"}) {
+                QTest::addRow("%s %s", trouble, moment) << trouble << moment << false;
+                QTest::addRow("%s %s, closed", trouble, moment) << trouble << moment << true;
+            }
         }
     }
 
-    void endsARun()
+    void endsInOrder()
     {
         QFETCH(QString, trouble);
+        QFETCH(QString, moment);
         QFETCH(bool, closes);
+        const bool runs = moment != "idle";
         WindowBench bench;
-        ModuleThread module;
+        ModuleThread module({.baudRate = trouble == "slow" ? 19200 : 0});
         QVERIFY(bench.connectTo(module.path()));
-        bench.named<QSpinBox>("Packets/Second:")->setValue(1000);
-        bench.named<QSpinBox>("Timeout:")->setValue(100);
-        bench.button("Start Test")->click();
-        for (const char* name : {"Disconnect", "Start Test"})
-            QVERIFY(!bench.button(name)->isEnabled());
-        QVERIFY(!bench.named<QSpinBox>("Timeout:")->isEnabled());
-        QTRY_VERIFY(bench.figure("Packets Received:").toInt() > 0);
-        if (trouble != "works") { // until the line is gone, or full
-            trouble == "stalled" ? module.stall() : module.unplug();
-            QVERIFY(bench.logHas("ERROR: Failed to send packet"));
+        QCOMPARE(bench.status(), "Connected to the module");
+        QVERIFY(!bench.named<QComboBox>("Port:")->isEnabled());
+        if (runs) {
+            bench.startRun(1000, 100);
+            QVERIFY(!bench.button("Disconnect")->isEnabled() &&
+                    !bench.button("Start Test")->isEnabled());
+            QVERIFY(!bench.named<QSpinBox>("Timeout:")->isEnabled());
+            QTRY_VERIFY(bench.figure("Packets Sent:").toInt() > 0);
         }
+        if (moment == "waiting") {
+            bench.button("Stop Test")->click();
+            QVERIFY(bench.logHas("Waiting for final replies..."));
+        }
+        if (trouble == "unplugged" || trouble == "stalled")
+            trouble == "stalled" ? module.stall() : module.unplug();
+        if (moment == "running" && (trouble == "stalled" || trouble == "slow"))
+            waitUntilFull(module.path());
 
         QElapsedTimer clock;
         clock.start();
-        closes ? bench.window.reset() : stopAndDisconnect(bench);
+        if (closes)
+            bench.window.reset();
+        QVERIFY(closes || !runs || bench.stops());
         // The final wait, and some time for a line that takes nothing.
         QVERIFY2(clock.elapsed() < 2 * 100 + 500 + 3000,
                  qPrintable(QString::number(clock.elapsed())));
         const QStringList rows = WindowBench::rowsOf(bench.eventFiles().value(0));
-        QVERIFY(rows.value(1).endsWith(",,INFO,,,Test started"));
-        QVERIFY2(rows.constLast().contains("\"Test stopped. Sent: "), qPrintable(rows.constLast()));
+        QCOMPARE(rows.value(1).endsWith(",,INFO,,,Test started"), runs);
+        QCOMPARE(rows.value(rows.size() - 1).contains("\"Test stopped. Sent: "), runs);
+        QCOMPARE(rows.filter("Waiting for final replies...").size(), runs ? 1 : 0);
+        if (closes)
+            return;
+        bench.button("Disconnect")->click();
+        QVERIFY(bench.logHas("INFO: Disconnected from port"));
+        QVERIFY(bench.button("Connect") && bench.named<QComboBox>("Port:")->isEnabled());
+        QCOMPARE(bench.status(), "Disconnected");
+        QVERIFY(trouble != "working" || bench.connectTo(module.path()));
     }
 
-    void connectsAgain()
+    void recoversFromARefusedStart()
     {
-        WindowBench bench;
-        const ModuleThread module;
-        for (int i = 0; i < 3; ++i) {
+        for (const bool disconnecting : {true, false}) {
+            WindowBench bench;
+            const ModuleThread module;
+            QVERIFY(!disconnecting || bench.connectTo(module.path()));
+            const auto start = [&] {
+                if (disconnecting)
+                    bench.button("Disconnect")->click();
+                QMetaObject::invokeMethod(bench.window.get(), "onStartTest");
+                QVERIFY(bench.button("Stop Test")->isEnabled());
+            };
+            WindowBench::withDialog(start, [&](QWidget* dialog) {
+                QCOMPARE(qobject_cast<QMessageBox*>(dialog)->text(),
+                         "Cannot start test: Not connected to a port");
+                QVERIFY(bench.named<QSpinBox>("Timeout:")->isEnabled());
+            });
+            QVERIFY(!bench.button("Start Test")->isEnabled() &&
+                    !bench.button("Stop Test")->isEnabled());
+            const QString file = bench.eventFiles().value(0);
+            const QStringList rows = WindowBench::rowsOf(file);
+            QVERIFY(bench.connectTo(module.path())); // brings lines that belong to no run
+            QCOMPARE(WindowBench::rowsOf(file), rows);
+            QVERIFY(bench.button("Start Test")->isEnabled());
+        }
+    }
+
+    void runsOnWithoutItsEventFile()
+    {
+        for (const QString& trouble :
+             std::initializer_list<QString>{"full", "lost before", "lost"}) {
+            WindowBench bench;
+            ModuleThread module;
             QVERIFY(bench.connectTo(module.path()));
-            QCOMPARE(bench.status(), "Connected to the module");
-            QVERIFY(!bench.named<QComboBox>("Port:")->isEnabled());
-            bench.button("Disconnect")->click();
-            QTRY_VERIFY(bench.button("Connect") != nullptr);
-            QCOMPARE(bench.status(), "Disconnected");
-            QVERIFY(bench.named<QComboBox>("Port:")->isEnabled());
+            QDir disk;
+            QVERIFY(trouble != "lost before" || disk.removeRecursively());
+            bench.startRun(200, 50);
+            QCOMPARE(bench.status().startsWith("Logging to: "), trouble != "lost before");
+            if (trouble == "full")
+                leaveRoomOnTheDisk(200);
+            QVERIFY(trouble != "lost" || disk.removeRecursively());
+            QTRY_VERIFY(bench.received() > 10);
+            leaveRoomOnTheDisk(RLIM_INFINITY); // what did not fit follows
+            QVERIFY(bench.stops());
+            QCOMPARE(quint64(bench.received()), module.counts().pingsReceived);
+            for (const char* line : {"INFO: Test started", "Packet 9: ", "Test stopped. Sent: "})
+                QCOMPARE(bench.log().filter(line).size(), line[0] == 'I' ? 2 : 1);
+            const QStringList rows = WindowBench::rowsOf(bench.eventFiles().value(0));
+            QCOMPARE(rows.filter("Test st").size(), trouble == "full" ? 2 : 0);
         }
     }
 
 private:
-    static void stopAndDisconnect(const WindowBench& bench)
-    {
-        bench.button("Stop Test")->click();
-        QVERIFY(bench.logHas("INFO: Test completed"));
-        QVERIFY(bench.button("Start Test")->isEnabled());
-        QCOMPARE(bench.figure("Packets Sent:").toInt(),
-                 bench.figure("Packets Received:").toInt() +
-                     bench.figure("Packets Lost:").section(' ', 0, 0).toInt());
-        bench.button("Disconnect")->click();
-        QVERIFY(bench.logHas("INFO: Disconnected from port"));
-        QVERIFY(bench.button("Connect")->isEnabled());
-    }
+    std::pair<qsizetype, qsizetype> useBefore;
 };
 
 QTEST_MAIN(LifecycleTest)

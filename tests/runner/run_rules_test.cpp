@@ -16,24 +16,23 @@ private slots:
     void refusesOptions()
     {
         // The last one of each line is at fault.
-        for (const QString line :
-             {"--port=", "--port=x --baud=57600", "--port=x --rate=2.5", "--port=x --rate=1001",
-              "--port=x --max-size=8 --min-size=9", "--port=x --timeout=49", "--port=x --json=",
-              "--port=x --max-loss=nan", "--port=x --max-loss=100.1", "--port=x --max-latency=-1",
-              "--port=x --duration=3601", "--port=x --events=a --json=./a"}) {
+        for (const QString& line : std::initializer_list<QString>{
+                 "--port=", "--port=x --baud=57600", "--port=x --rate=2.5", "--port=x --rate=1001",
+                 "--port=x --max-size=8 --min-size=9", "--port=x --timeout=49",
+                 "--port=x --json=", "--port=x --max-loss=nan", "--port=x --max-loss=100.1",
+                 "--port=x --max-latency=-1", "--port=x --duration=3601",
+                 "--port=x --events=a --json=./a"}) {
             const RunOptions options = parseRunOptions(("program " + line).split(' '));
             const QString named = line.section(' ', -1).replace("=", ": \"");
             QCOMPARE(options.outcome, RunOptions::Outcome::Error);
             QVERIFY2(options.message.startsWith(named + "\" is not allowed"), qPrintable(line));
         }
-    }
-
-    void takesTheEndsOfEachRange()
-    {
-        for (const QString line : {"--baud=1200 --rate=1 --min-size=0 --max-size=0 --timeout=50",
-                                   "--duration=0 --max-loss=0 --max-latency=0",
-                                   "--rate=1000 --min-size=124 --timeout=5000 --duration=3600",
-                                   "--max-loss=100 --max-latency=60000"})
+        // The ends of each range are not.
+        for (const QString& line : std::initializer_list<QString>{
+                 "--baud=1200 --rate=1 --min-size=0 --max-size=0 --timeout=50",
+                 "--duration=0 --max-loss=0 --max-latency=0",
+                 "--rate=1000 --min-size=124 --timeout=5000 --duration=3600",
+                 "--max-loss=100 --max-latency=60000"})
             QCOMPARE(parseRunOptions(("program --port=x " + line).split(' ')).message, QString());
     }
 

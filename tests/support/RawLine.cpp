@@ -1,7 +1,5 @@
 #include "tests/support/RawLine.h"
 
-#include "simulator/moduleFrame.h"
-
 #include <QDeadlineTimer>
 
 #include <array>
@@ -23,7 +21,7 @@ RawLine::RawLine()
 
 RawLine::~RawLine()
 {
-    hangUp();
+    close(observer);
 }
 
 void RawLine::send(const QByteArray& bytes)
@@ -48,21 +46,8 @@ QByteArray RawLine::take(qsizetype count)
     const QDeadlineTimer deadline(5000);
     qsizetype taken = 0;
     do {
-        taken = pty ? pty->read(buffer.data(), buffer.size()) : 0;
+        taken = pty->read(buffer.data(), buffer.size());
         bytes.append(buffer.data(), std::max<qsizetype>(taken, 0));
     } while (taken > 0 || (bytes.size() < count && !deadline.hasExpired()));
     return bytes;
-}
-
-void RawLine::hangUp()
-{
-    pty.reset();
-    if (observer >= 0)
-        close(observer);
-    observer = -1;
-}
-
-QByteArray frame(uint8_t command, const QByteArray& data)
-{
-    return moduleFrame::make(command, data);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "simulator/Pty.h"
+#include "simulator/moduleFrame.h"
 
 #include <QByteArray>
 #include <QString>
@@ -20,8 +21,6 @@ public:
     void send(const QByteArray& bytes);
     /** All that the other end has written, and at least `count` bytes unless that takes 5 s. */
     QByteArray take(qsizetype count);
-    /** A module that goes away: the other end sees a hang-up. */
-    void hangUp();
     /** A descriptor of the other end, to look at its settings. */
     int otherEnd() const { return observer; }
 
@@ -32,4 +31,7 @@ private:
 };
 
 /** The frame of a packet with this command and data, CRC included. */
-QByteArray frame(uint8_t command, const QByteArray& data = {});
+inline QByteArray frame(uint8_t command, const QByteArray& data = {})
+{
+    return moduleFrame::make(command, data);
+}

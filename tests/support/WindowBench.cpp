@@ -1,8 +1,6 @@
 #include "tests/support/WindowBench.h"
 
 #include <QApplication>
-#include <QLabel>
-#include <QStatusBar>
 #include <QTest>
 #include <QTimer>
 
@@ -30,31 +28,7 @@ QPushButton* WindowBench::button(const QString& text) const
     return nullptr;
 }
 
-QWidget* WindowBench::buddyOf(const QString& caption) const
-{
-    for (const QLabel* label : window->findChildren<QLabel*>()) {
-        if (label->text() == caption)
-            return label->buddy();
-    }
-    return nullptr;
-}
-
-QString WindowBench::figure(const QString& caption) const
-{
-    return named<QLabel>(caption)->text();
-}
-
-QString WindowBench::status() const
-{
-    return window->statusBar()->currentMessage();
-}
-
-QStringList WindowBench::log() const
-{
-    return logView()->toPlainText().split('\n');
-}
-
-bool WindowBench::connectTo(const QString& path)
+bool WindowBench::connectTo(const QString& path) const
 {
     auto* ports = named<QComboBox>("Port:");
     ports->clear();
@@ -67,6 +41,25 @@ bool WindowBench::connectTo(const QString& path)
 bool WindowBench::logHas(const QString& text) const
 {
     return QTest::qWaitFor([&] { return logView()->toPlainText().contains(text); }, 20000);
+}
+
+void WindowBench::startRun(int packetsPerSecond, int timeoutMs) const
+{
+    named<QSpinBox>("Packets/Second:")->setValue(packetsPerSecond);
+    named<QSpinBox>("Timeout:")->setValue(timeoutMs);
+    button("Start Test")->click();
+}
+
+bool WindowBench::stops() const
+{
+    for (int click = 0; click < 2; ++click)
+        button("Stop Test")->click();
+    const bool ended = logHas("INFO: Test completed");
+    const int lost = figure("Packets Lost:").section(' ', 0, 0).toInt();
+    return ended && button("Start Test")->isEnabled() && !button("Stop Test")->isEnabled() &&
+           log().filter("INFO: Waiting for final replies...").size() == 1 &&
+           log().filter("INFO: Test completed").size() == 1 &&
+           figure("Packets Sent:").toInt() == received() + lost;
 }
 
 QStringList WindowBench::eventFiles() const
@@ -86,18 +79,15 @@ void WindowBench::withDialog(const std::function<void()>& act,
                              const std::function<void(QWidget*)>& handle)
 {
     QTimer poll;
-    bool handled = false;
     QObject::connect(&poll, &QTimer::timeout, &poll, [&] {
-        QWidget* dialog = QApplication::activeModalWidget();
-        if (dialog == nullptr)
-            return;
-        poll.stop();
-        handled = true;
-        handle(dialog);
-        dialog->close();
+        if (QWidget* dialog = QApplication::activeModalWidget()) {
+            poll.stop();
+            handle(dialog);
+            dialog->close();
+        }
     });
     poll.start(10);
     act();
-    if (!QTest::qWaitFor([&] { return handled; }))
+    if (!QTest::qWaitFor([&] { return !poll.isActive(); }))
         QTest::qFail("no dialog was shown", __FILE__, __LINE__);
 }

@@ -4,8 +4,10 @@
 
 #include <QComboBox>
 #include <QDir>
+#include <QLabel>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QStatusBar>
 #include <QStringList>
 #include <QTemporaryDir>
 #include <QTextEdit>
@@ -26,17 +28,25 @@ public:
     /** The control that the caption with this text names. */
     template <typename Control> Control* named(const QString& caption) const
     {
-        return qobject_cast<Control*>(buddyOf(caption));
+        for (const QLabel* label : window->findChildren<QLabel*>()) {
+            if (label->text() == caption)
+                return qobject_cast<Control*>(label->buddy());
+        }
+        return nullptr;
     }
-    QString figure(const QString& caption) const;
-    QString status() const;
-    QStringList log() const;
+    QString figure(const QString& caption) const { return named<QLabel>(caption)->text(); }
+    QString status() const { return window->statusBar()->currentMessage(); }
+    QStringList log() const { return logView()->toPlainText().split('\n'); }
     QTextEdit* logView() const { return window->findChild<QTextEdit*>(); }
 
     /** Lists `path` as the only port and clicks "Connect"; true once connected. */
-    bool connectTo(const QString& path);
+    bool connectTo(const QString& path) const;
     /** True once the log has this text, false when it does not come. */
     bool logHas(const QString& text) const;
+    int received() const { return figure("Packets Received:").toInt(); }
+    void startRun(int packetsPerSecond, int timeoutMs) const;
+    /** Clicks "Stop Test" twice; true when the run ends once, with a sum that is right. */
+    bool stops() const;
     /** What the event files hold, by name. */
     QStringList eventFiles() const;
     static QStringList rowsOf(const QString& fileName);
@@ -48,8 +58,6 @@ public:
     std::unique_ptr<MainWindow> window;
 
 private:
-    QWidget* buddyOf(const QString& caption) const;
-
     QTemporaryDir directory;
     QString previousDirectory;
 };
