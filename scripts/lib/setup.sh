@@ -13,6 +13,14 @@ gui_packages=(xvfb xdotool dbus at-spi2-core python3 python3-gi gir1.2-atspi-2.0
 # shellcheck disable=SC2034  # read by the scripts that source this file
 bench_packages=(libbenchmark-dev libboost-dev libxcb1-dev xvfb python3)
 
+# To build the fuzzers, to name the lines of what they find and to tell what they reach.
+# shellcheck disable=SC2034  # read by the scripts that source this file
+fuzz_packages=(clang libclang-rt-14-dev llvm)
+
+# To check the sources.
+# shellcheck disable=SC2034  # read by the scripts that source this file
+lint_packages=(clang-format clang-tidy clazy cppcheck shellcheck)
+
 # To make the Debian package, to check it, and to install it into a system of its own.
 # shellcheck disable=SC2034  # read by the scripts that source this file
 package_packages=(help2man librsvg2-bin dpkg-dev file lintian desktop-file-utils appstream)
