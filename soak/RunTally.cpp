@@ -41,7 +41,8 @@ void RunTally::addStats(const TestStats& published)
     const bool forward = published.packetsSent >= stats.packetsSent &&
                          published.packetsReceived >= stats.packetsReceived &&
                          published.packetsLost >= stats.packetsLost;
-    if (!forward || published.packetsReceived + published.packetsLost > published.packetsSent)
+    const bool bounded = published.packetsReceived + published.packetsLost <= published.packetsSent;
+    if (disorder.isEmpty() && !(forward && bounded))
         disorder = QStringLiteral("statistics %1/%2/%3 came after %4/%5/%6 (sent/received/lost)")
                        .arg(published.packetsSent)
                        .arg(published.packetsReceived)
