@@ -147,7 +147,7 @@ private slots:
             QVERIFY(bench.connectTo(module.path()));
             QDir disk;
             QVERIFY(trouble != "lost before" || disk.removeRecursively());
-            bench.startRun(200, 50);
+            bench.startRun(200, 500);
             QCOMPARE(bench.status().startsWith("Logging to: "), trouble != "lost before");
             if (trouble == "full")
                 leaveRoomOnTheDisk(200);
