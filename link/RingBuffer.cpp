@@ -25,7 +25,12 @@ bool RingBuffer::push(uint8_t byte)
     return true;
 }
 
-bool RingBuffer::pop(uint32_t length)
+bool RingBuffer::pop(uint8_t& out)
+{
+    return peek(0, out) && discard(1);
+}
+
+bool RingBuffer::discard(uint32_t length)
 {
     if (length > count())
         return false;

@@ -29,8 +29,10 @@ struct RingBuffer
 
     /** Appends one byte. False, and the byte is dropped, when the ring is full. */
     bool push(uint8_t byte);
+    /** Removes the oldest byte into `out`. False, and `out` untouched, when the ring is empty. */
+    bool pop(uint8_t& out);
     /** Removes the `length` oldest bytes. False, and nothing removed, when fewer are buffered. */
-    bool pop(uint32_t length);
+    bool discard(uint32_t length);
     /**
      * Reads the byte `offset` places behind the oldest one and leaves it there; `offset` must be
      * below count(). False, and `out` untouched, when the ring is empty.

@@ -84,12 +84,12 @@ bool vnPacketComs::receivePacket(vnPacket& packet)
     const uint32_t buffered = received->count();
     for (uint32_t offset = 0; offset + vnFrameOverhead <= buffered; ++offset) {
         if (frameAt(offset, buffered, packet)) {
-            received->pop(offset + packet.dataLength + vnFrameOverhead);
+            received->discard(offset + packet.dataLength + vnFrameOverhead);
             return true;
         }
     }
     if (buffered > vnMaxFrameLength)
-        received->pop(buffered - vnMaxFrameLength);
+        received->discard(buffered - vnMaxFrameLength);
     return false;
 }
 

@@ -1,16 +1,17 @@
 #include "link/vnSerialComs.h"
 
+#include "link/boundedClose.h"
+
 #include <QDeadlineTimer>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <optional>
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/ioctl.h>
+#include <sys/file.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -58,38 +59,24 @@ void makeRaw(termios& line, speed_t speed)
     cfsetispeed(&line, speed);
 }
 
-bool hasControllingTerminal()
-{
-    const int terminal = ::open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC);
-    if (terminal < 0)
-        return false;
-    ::close(terminal);
-    return true;
-}
-
 /**
- * A session leader without a controlling terminal gets the first terminal it opens as one, and is
- * then killed by the hang-up of that line. Giving the terminal up again raises SIGHUP itself, in
- * the whole process group. Where it cannot be given up, SIGHUP stays ignored: this program has no
- * other terminal to be told of.
+ * Without O_NONBLOCK a port that heeds its modem lines would wait for a carrier, for ever; without
+ * O_NOCTTY a session leader would get the line as its controlling terminal and be killed by the
+ * line's hang-up. Once it is open, the descriptor waits like any other.
  */
-void giveUpControllingTerminal(int descriptor)
-{
-    struct sigaction ignore = {};
-    struct sigaction previous = {};
-    ignore.sa_handler = SIG_IGN;
-    sigaction(SIGHUP, &ignore, &previous);
-    if (::ioctl(descriptor, TIOCNOTTY) == 0)
-        sigaction(SIGHUP, &previous, nullptr);
-}
-
 int openDevice(const QString& path)
 {
-    const bool wouldBecomeControlling = getsid(0) == getpid() && !hasControllingTerminal();
-    const int descriptor = ::open(path.toLocal8Bit().constData(), O_RDWR);
-    if (descriptor >= 0 && wouldBecomeControlling)
-        giveUpControllingTerminal(descriptor);
+    const int descriptor =
+        ::open(path.toLocal8Bit().constData(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor >= 0)
+        ::fcntl(descriptor, F_SETFL, ::fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
     return descriptor;
+}
+
+/** False when another program has the device. Ends with the descriptor. */
+bool lockDevice(int descriptor)
+{
+    return ::flock(descriptor, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
 
 } // namespace
@@ -125,7 +112,8 @@ bool vnSerialComs::openPort(const QString& newPortName, int newBaudRate)
         error = OpenFailed;
         return false;
     }
-    if (descriptor == 0) { // means "none" in this class, so a device that got it cannot be kept
+    // 0 means "none" in this class, so a device that got it cannot be kept.
+    if (descriptor == 0 || !lockDevice(descriptor)) {
         ::close(descriptor);
         error = OpenFailed;
         return false;
@@ -162,6 +150,11 @@ bool vnSerialComs::configure(int descriptor)
     return true;
 }
 
+int vnSerialComs::closeWaitMs(int baudRate)
+{
+    return fullFrameBits * 1000 / baudRate + writeWaitMs;
+}
+
 bool vnSerialComs::closePort()
 {
     if (!openFlag)
@@ -170,7 +163,7 @@ bool vnSerialComs::closePort()
     std::unique_lock reading(readLock);
     openFlag = false;
     if (fd != 0) {
-        ::close(fd);
+        closeWithin(fd, closeWaitMs(baudRate));
         fd = 0;
     }
     writing.unlock();

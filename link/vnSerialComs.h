@@ -45,12 +45,19 @@ public:
      * 4800, 9600, 19200, 38400 and 115200 bits per second, no other.
      *
      * False with NoPortName, InvalidBaudRate, OpenFailed or ConfigureFailed; the port is then
-     * closed. The device never stays this process's controlling terminal, so that an adapter
-     * pulled out does not take the program with it.
+     * closed. OpenFailed is also the answer when another program of this kind has the port: an
+     * open port carries an exclusive advisory lock (flock), which programs that take none pass
+     * over. Does not wait for a carrier, and never makes the device this process's controlling
+     * terminal, so that an adapter pulled out does not take the program with it.
      */
     bool openPort(const QString& portName, int baudRate);
 
-    /** True when the port was open and is now closed, false when there was nothing to close. */
+    /**
+     * True when the port was open and is now closed, false when there was nothing to close.
+     *
+     * What is still unsent has closeWaitMs() to leave, and is thrown away when it has not: a line
+     * that takes no bytes does not hold its owner up for longer.
+     */
     bool closePort();
 
     /**
@@ -78,8 +85,15 @@ public:
      * bits a byte takes 1174 ms to leave, and a line that moves nothing in that time is stuck.
      */
     static constexpr int writeWaitMs = 1500;
+    /**
+     * Longest wait of closePort() in milliseconds: what a full frame takes at `baudRate` bits per
+     * second, and writeWaitMs. 2673 at 1200 baud, 1512 at 115200.
+     */
+    static int closeWaitMs(int baudRate);
 
 private:
+    static constexpr int fullFrameBits = 128 * 11;
+
     bool configure(int descriptor);
     bool waitUntilWritable();
 

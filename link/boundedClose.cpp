@@ -1,0 +1,81 @@
+#include "link/boundedClose.h"
+
+#include <QDeadlineTimer>
+
+#include <csignal>
+#include <ctime>
+
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int lookMs = 5;
+
+/** While it lives, no wait of this thread in the kernel that a signal can end lasts for long. */
+class WaitInterrupter
+{
+public:
+    WaitInterrupter()
+    {
+        struct sigaction ignore = {};
+        ignore.sa_handler = [](int) {}; // without SA_RESTART, and ignored signals end no wait
+        sigaction(signalNumber, &ignore, &previousAction);
+        sigset_t own = {};
+        sigemptyset(&own);
+        sigaddset(&own, signalNumber);
+        pthread_sigmask(SIG_UNBLOCK, &own, &previousMask);
+
+        sigevent notice = {};
+        notice.sigev_notify = SIGEV_THREAD_ID;
+        notice.sigev_signo = signalNumber;
+        notice._sigev_un._tid = gettid();
+        running = timer_create(CLOCK_MONOTONIC, &notice, &timer) == 0;
+        const timespec interval = {.tv_sec = 0, .tv_nsec = lookMs * 1'000'000L};
+        const itimerspec again = {.it_interval = interval, .it_value = interval};
+        if (running)
+            timer_settime(timer, 0, &again, nullptr);
+    }
+    ~WaitInterrupter()
+    {
+        if (running)
+            timer_delete(timer);
+        pthread_sigmask(SIG_SETMASK, &previousMask, nullptr);
+        sigaction(signalNumber, &previousAction, nullptr);
+    }
+    WaitInterrupter(const WaitInterrupter&) = delete;
+    WaitInterrupter& operator=(const WaitInterrupter&) = delete;
+
+private:
+    const int signalNumber = SIGRTMAX - 2;
+    struct sigaction previousAction = {};
+    sigset_t previousMask = {};
+    timer_t timer = {};
+    bool running = false;
+};
+
+bool hasUnsent(int descriptor)
+{
+    int unsent = 0;
+    return ::ioctl(descriptor, TIOCOUTQ, &unsent) == 0 && unsent > 0;
+}
+
+} // namespace
+
+void closeWithin(int descriptor, int waitMs)
+{
+    const QDeadlineTimer deadline(waitMs);
+    while (hasUnsent(descriptor) && !deadline.hasExpired())
+        ::poll(nullptr, 0, lookMs);
+    if (hasUnsent(descriptor))
+        tcflush(descriptor, TCOFLUSH);
+    if (!hasUnsent(descriptor)) {
+        ::close(descriptor);
+        return;
+    }
+    // The drivers of USB adapters keep their bytes through a flush, and have close() wait for them.
+    const WaitInterrupter impatience;
+    ::close(descriptor);
+}
