@@ -42,7 +42,8 @@ uint8_t* frameBytes(vnPacket& packet)
 } // namespace
 
 vnPacketComs::vnPacketComs(QObject* parent, vnSerialComs* line)
-    : QObject(parent), serial(line), received(RingBuffer::create(receiveRingCapacity))
+    : QObject(parent), serial(line), received(RingBuffer::create(receiveRingCapacity)),
+      readMoments(receiveRingCapacity)
 {
 }
 
@@ -84,7 +85,9 @@ bool vnPacketComs::receivePacket(vnPacket& packet)
     const uint32_t buffered = received->count();
     for (uint32_t offset = 0; offset + vnFrameOverhead <= buffered; ++offset) {
         if (frameAt(offset, buffered, packet)) {
-            received->discard(offset + packet.dataLength + vnFrameOverhead);
+            const uint32_t end = offset + packet.dataLength + vnFrameOverhead;
+            packetReadNs = readMoments[(received->tail + end - 1) % receiveRingCapacity];
+            received->discard(end);
             return true;
         }
     }
@@ -97,9 +100,14 @@ void vnPacketComs::drainLine()
 {
     std::array<uint8_t, readChunk> chunk{};
     uint32_t bytesRead = 0;
-    while (serial->readData(chunk.data(), readChunk, bytesRead), bytesRead > 0) {
-        for (uint32_t i = 0; i < bytesRead; ++i)
-            received->push(chunk[i]);
+    while (!leavesExcess || received->count() + readChunk <= receiveRingCapacity) {
+        serial->readData(chunk.data(), readChunk, bytesRead);
+        if (bytesRead == 0)
+            return;
+        for (uint32_t i = 0; i < bytesRead; ++i) {
+            if (received->push(chunk[i]))
+                readMoments[(received->head - 1) % receiveRingCapacity] = serial->lastReadNs();
+        }
     }
 }
 

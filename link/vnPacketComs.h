@@ -5,6 +5,7 @@
 #include <QObject>
 
 #include <cstdint>
+#include <vector>
 
 class vnSerialComs;
 struct RingBuffer;
@@ -46,6 +47,18 @@ public:
      */
     bool receivePacket(vnPacket& packet);
 
+    /**
+     * When the read that brought the last byte of the packet last received had returned, by the
+     * line's clock in nanoseconds; 0 before the first packet.
+     */
+    qint64 lastPacketReadNs() const { return packetReadNs; }
+
+    /**
+     * From now on receivePacket() leaves on the line what the buffer has no room for, instead of
+     * losing it. More may then be waiting there when it returns false.
+     */
+    void leaveExcessOnLine() { leavesExcess = true; }
+
     /** Writes `length` bytes as they are, without framing; result as of vnSerialComs::writeData. */
     bool writeRaw(const uint8_t* bytes, uint32_t length);
 
@@ -67,4 +80,7 @@ private:
 
     vnSerialComs* serial;
     RingBuffer* received; ///< owned: created in the constructor, destroyed in the destructor
+    std::vector<qint64> readMoments; ///< of each byte in the ring's storage
+    qint64 packetReadNs = 0;
+    bool leavesExcess = false;
 };

@@ -178,7 +178,9 @@ bool vnSerialComs::writeData(const uint8_t* bytes, uint32_t length)
         error = OpenFailed;
         return false;
     }
-    const bool complete = waitUntilWritable() && ::write(fd, bytes, length) == ssize_t{length};
+    const bool writable = waitUntilWritable();
+    writeNs = clock->nowNs();
+    const bool complete = writable && ::write(fd, bytes, length) == ssize_t{length};
     error = complete ? NoError : WriteFailed;
     return complete;
 }
@@ -205,8 +207,12 @@ bool vnSerialComs::readData(uint8_t* buffer, uint32_t size, uint32_t& bytesRead)
     }
     pollfd line = {.fd = fd, .events = POLLIN | POLLPRI, .revents = 0};
     if (::poll(&line, 1, 0) != 0) {
-        const ssize_t taken = ::read(fd, buffer, size);
-        bytesRead = taken > 0 ? static_cast<uint32_t>(taken) : 0;
+        const ssize_t count = ::read(fd, buffer, size);
+        if (count > 0) {
+            readNs = clock->nowNs();
+            bytesRead = static_cast<uint32_t>(count);
+            taken += bytesRead;
+        }
     }
     error = NoError;
     return true;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "link/SteadyClock.h"
+
 #include <QObject>
 #include <QString>
 
@@ -76,6 +78,17 @@ public:
      */
     bool readData(uint8_t* buffer, uint32_t size, uint32_t& bytesRead);
 
+    /** `steadyClock` takes the moments below from now on; not owned. Not while the port is open. */
+    void setClock(const SteadyClock* steadyClock) { clock = steadyClock; }
+    /** When the last write began, after its wait for room; 0 before the first. Writer's thread. */
+    qint64 lastWriteNs() const { return writeNs; }
+    /** When the last read that brought bytes had returned; 0 before it. Reader's thread. */
+    qint64 lastReadNs() const { return readNs; }
+    /** Bytes read since construction. Reader's thread. */
+    quint64 bytesTaken() const { return taken; }
+
+    /** The open device, to be watched only; 0 while the port is closed. */
+    int descriptor() const { return fd; }
     bool isOpen() const { return openFlag; }
     /** The SerialError of the last open, read or write. */
     int lastError() const { return error; }
@@ -105,4 +118,10 @@ private:
     std::mutex writeLock;
     std::mutex readLock;
     bool lineStuck = false; ///< the last wait for room ran out; guarded by writeLock
+
+    SteadyClock systemClock;
+    const SteadyClock* clock = &systemClock; ///< not owned
+    qint64 writeNs = 0; ///< guarded by writeLock, like what follows by readLock
+    qint64 readNs = 0;
+    quint64 taken = 0;
 };
