@@ -1,6 +1,7 @@
 #include "console/MainWindow.h"
 
 #include "engine/BraskTestWorker.h"
+#include "engine/metaTypes.h"
 
 #include <QCoreApplication>
 #include <QGroupBox>
@@ -17,10 +18,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
 {
     setWindowTitle(QStringLiteral("Varnott Packet Brask Testing Tool"));
     resize(900, 700);
-    qRegisterMetaType<QList<portInfo>>("QList<portInfo>");
-    qRegisterMetaType<TestStats>("TestStats");
-    qRegisterMetaType<TestConfig>("TestConfig");
-
+    registerEngineTypes();
     startEngine();
     setupUi();
     setupConnections();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/RunClock.h"
 #include "engine/TestStats.h"
 #include "link/vnPortEnumerator.h"
 
@@ -110,6 +111,8 @@ private:
     bool isConnected = false;   ///< as the engine last reported
     bool isTestRunning = false; ///< from the start click until the engine reports the run's end
     TestStats currentStats;     ///< the figures now shown
+    SteadyClock steadyClock;
+    RunClock clock{steadyClock};            ///< looks at the wall when the engine's does
     QTimer* durationDisplayTimer = nullptr; ///< child
 
     QFile* csvFile = nullptr;         ///< owned; exists from a start to the run's end

@@ -2,11 +2,12 @@
 
 #include "console/Caption.h"
 
-#include <QDateTime>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QLabel>
 #include <QTextEdit>
+
+#include <algorithm>
 
 namespace {
 
@@ -63,11 +64,9 @@ void MainWindow::onStatisticsUpdated(TestStats stats)
                            .arg(QString::number(stats.packetsLost), oneDecimal(lostPercent)));
     successRateLabel->setText(QStringLiteral("%1%").arg(oneDecimal(stats.successRate)));
 
-    // Echoes that came in after the run's end are received but not timed.
-    const bool anyLatency =
-        stats.packetsReceived != 0 && stats.minLatencyMs != TestStats::noLatencyYet;
-    const auto latencyText = [anyLatency](int latencyMs) {
-        return anyLatency ? QStringLiteral("%1 ms").arg(latencyMs) : QStringLiteral("- ms");
+    const auto latencyText = [&stats](int latencyMs) {
+        return stats.packetsReceived != 0 ? QStringLiteral("%1 ms").arg(latencyMs)
+                                          : QStringLiteral("- ms");
     };
     avgLatencyLabel->setText(latencyText(stats.avgLatencyMs));
     minLatencyLabel->setText(latencyText(stats.minLatencyMs));
@@ -78,7 +77,7 @@ void MainWindow::updateTestDuration()
 {
     if (currentStats.startTime <= 0)
         return;
-    const qint64 elapsedMs = QDateTime::currentMSecsSinceEpoch() - currentStats.startTime;
+    const qint64 elapsedMs = std::max<qint64>(0, clock.nowMs() - currentStats.startTime);
     durationLabel->setText(QStringLiteral("%1 s").arg(static_cast<int>(elapsedMs / 1000)));
 }
 

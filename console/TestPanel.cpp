@@ -77,6 +77,7 @@ void MainWindow::onStartTest()
     openEventFile();
     config.csvFilePath = csvFileName;
 
+    clock.restart();
     QMetaObject::invokeMethod(worker, "startTest", Qt::QueuedConnection, Q_ARG(TestConfig, config));
     setTestRunning(true);
     appendLog(QStringLiteral("INFO"),

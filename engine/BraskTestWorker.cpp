@@ -1,13 +1,46 @@
 #include "engine/BraskTestWorker.h"
 
+#include "engine/WindowTiming.h"
 #include "link/vnPacketComs.h"
 #include "link/vnSerialComs.h"
 
 BraskTestWorker::BraskTestWorker(QObject* parent)
-    : QObject(parent), serialPort(new vnSerialComs(this, QString(), 0)),
+    : BraskTestWorker(Setup{.timing = std::make_unique<WindowTiming>()}, parent)
+{
+}
+
+BraskTestWorker::BraskTestWorker(Setup setup, QObject* parent)
+    : QObject(parent), timing(std::move(setup.timing)),
+      observer(setup.observer != nullptr ? setup.observer : &nobody),
+      writesScreen(setup.writesScreen), clock(*timing),
+      serialPort(new vnSerialComs(this, QString(), 0)),
       packetComs(new vnPacketComs(this, serialPort)), portEnumerator(new vnPortEnumerator)
 {
+    serialPort->setClock(timing.get());
+    if (timing->takesAllIn())
+        packetComs->leaveExcessOnLine();
+    attachTiming();
     resetStatistics();
+}
+
+void BraskTestWorker::attachTiming()
+{
+    const auto look = [this] {
+        const quint64 before = serialPort->bytesTaken();
+        pollForPackets();
+        return serialPort->bytesTaken() != before;
+    };
+    timing->attach(this, {.send = [this] { sendNextPacket(); },
+                          .sweep = [this] { checkTimeouts(); },
+                          .look = look,
+                          .publish = [this] { emit statisticsUpdated(stats); },
+                          .endInTime =
+                              [this] {
+                                  emit logMessage(QStringLiteral("INFO"),
+                                                  QStringLiteral("Test duration reached"));
+                                  stopTest();
+                              },
+                          .showDisplay = [this] { updateLCDDisplay(); }});
 }
 
 BraskTestWorker::~BraskTestWorker()

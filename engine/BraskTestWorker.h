@@ -1,6 +1,8 @@
 #pragma once
 
 #include "engine/PendingPacket.h"
+#include "engine/PingObserver.h"
+#include "engine/RunClock.h"
 #include "engine/TestConfig.h"
 #include "engine/TestStats.h"
 #include "link/vnPortEnumerator.h"
@@ -10,7 +12,9 @@
 #include <QObject>
 #include <QString>
 
-class QTimer;
+#include <memory>
+
+class EngineTiming;
 class vnPacketComs;
 class vnSerialComs;
 struct vnPacket;
@@ -25,15 +29,26 @@ struct vnPacket;
  * Threads: knows nothing of the one it lives in. Make it without a parent, move it to a thread of
  * its own with a running event loop, and reach it by queued invocation of the public slots only;
  * listen by queued connections. It holds up its thread for 100 ms after opening a port, for
- * 2 x time-out + 500 ms at the end of a run, and up to 1.5 s when the line takes no more bytes.
- * Register TestConfig, TestStats and QList<portInfo> as meta types before its first use.
+ * 2 x time-out + 500 ms at the end of a run (or less, as its timing has it), and up to 1.5 s when
+ * the line takes no more bytes, 2.7 s when it is closed then. Call registerEngineTypes() before
+ * its first use.
  */
 class BraskTestWorker : public QObject
 {
     Q_OBJECT
 
 public:
+    /** What an engine is given for its life. */
+    struct Setup
+    {
+        std::unique_ptr<EngineTiming> timing; ///< not null
+        PingObserver* observer = nullptr;     ///< not owned, outlives the engine; null: none
+        bool writesScreen = true;             ///< false leaves the module's screen alone
+    };
+
+    /** With the window's timing, no observer, and the module's screen in use. */
     explicit BraskTestWorker(QObject* parent = nullptr);
+    explicit BraskTestWorker(Setup setup, QObject* parent = nullptr);
     /** Ends a run and closes the port first, with all their signals. */
     ~BraskTestWorker() override;
 
@@ -79,21 +94,28 @@ private slots:
     void updateLCDDisplay();
 
 private:
+    void attachTiming();
     void resetStatistics();
     void recordLatency(qint64 latencyMs);
     void updateSuccessRate();
     static bool isReported(quint64 sequenceId);
 
-    void startRunTimers();
-    void endRunTimers();
     void waitForFinalReplies();
     void giveUpPending();
 
     void handlePacket(const vnPacket& packet);
     void matchEcho(const vnPacket& packet);
+    void takeEcho(const vnPacket& packet, const PendingPacket& ping);
+    void reportUnmatched(quint64 id);
 
     void clearLCD();
     void sendLCDText(int row, int column, const QString& text);
+
+    std::unique_ptr<EngineTiming> timing;
+    PingObserver nobody;
+    PingObserver* observer; ///< not owned; `nobody` where none was given
+    bool writesScreen;
+    RunClock clock; ///< tells all times of a run
 
     vnSerialComs* serialPort;         ///< child
     vnPacketComs* packetComs;         ///< child, speaks over serialPort
@@ -105,13 +127,4 @@ private:
     TestStats stats;
     QMap<quint64, PendingPacket> pendingPackets; ///< by sequence id
     quint64 nextSequenceId = 0;
-
-    // Children; these five exist during a run only.
-    QTimer* sendTimer = nullptr; ///< inactive while the sender pauses at its limit of open pings
-    QTimer* timeoutTimer = nullptr;
-    QTimer* pollTimer = nullptr;
-    QTimer* statsTimer = nullptr;
-    QTimer* durationTimer = nullptr; ///< only in a run of limited duration
-
-    QTimer* lcdTimer = nullptr; ///< child, from the first connection on
 };

@@ -1,13 +1,11 @@
 #include "engine/BraskTestWorker.h"
 
+#include "engine/EngineTiming.h"
 #include "link/vnSerialComs.h"
-
-#include <QThread>
-#include <QTimer>
 
 namespace {
 
-constexpr unsigned long moduleSettleMs = 100;
+constexpr int moduleSettleMs = 100;
 constexpr int displayRefreshMs = 1000;
 
 QString openFailureReason(int code)
@@ -53,13 +51,11 @@ void BraskTestWorker::connectToPort(QString port, int baudRate)
     emit logMessage(
         QStringLiteral("SUCCESS"),
         QStringLiteral("Connected to %1 at %2 baud").arg(port, QString::number(baudRate)));
-    QThread::msleep(moduleSettleMs);
+    timing->pause(moduleSettleMs);
+    if (!writesScreen)
+        return;
     clearLCD();
-    if (lcdTimer == nullptr) {
-        lcdTimer = new QTimer(this);
-        connect(lcdTimer, &QTimer::timeout, this, &BraskTestWorker::updateLCDDisplay);
-    }
-    lcdTimer->start(displayRefreshMs);
+    timing->startDisplay(displayRefreshMs);
 }
 
 void BraskTestWorker::disconnectPort()
@@ -68,8 +64,7 @@ void BraskTestWorker::disconnectPort()
         return;
     if (testRunning)
         stopTest();
-    if (lcdTimer != nullptr)
-        lcdTimer->stop();
+    timing->stopDisplay();
     if (!serialPort->closePort()) {
         emit errorOccurred(QStringLiteral("Failed to disconnect from port"));
         return;

@@ -1,10 +1,10 @@
 #include "engine/BraskTestWorker.h"
 
+#include "engine/EngineTiming.h"
 #include "link/vnPacketComs.h"
+#include "link/vnSerialComs.h"
 
-#include <QDateTime>
 #include <QRandomGenerator>
-#include <QTimer>
 #include <QtEndian>
 
 #include <algorithm>
@@ -36,8 +36,7 @@ void BraskTestWorker::sendNextPacket()
     if (pendingPackets.size() >= pendingLimit) {
         emit logMessage(QStringLiteral("WARNING"),
                         QStringLiteral("Too many pending packets (1000), pausing send"));
-        if (sendTimer != nullptr)
-            sendTimer->stop();
+        timing->pauseSending();
         return;
     }
 
@@ -46,14 +45,17 @@ void BraskTestWorker::sendNextPacket()
     const quint64 id = nextSequenceId++; // used up even when the send fails
     vnPacket ping = makePing(id, std::max(drawnSize, sequenceIdSize));
     if (!packetComs->sendPacket(ping)) {
+        observer->sendFailed(id, ping.dataLength, timing->nowNs());
         emit logMessage(QStringLiteral("ERROR"),
                         QStringLiteral("Failed to send packet %1").arg(id));
         return;
     }
 
     const QByteArray payload(reinterpret_cast<const char*>(ping.data), ping.dataLength);
-    pendingPackets.insert(id, {id, payload, QDateTime::currentMSecsSinceEpoch()});
+    const qint64 startNs = serialPort->lastWriteNs();
+    pendingPackets.insert(id, {id, payload, clock.nowMs(), startNs});
     ++stats.packetsSent;
+    observer->pingSent({id, ping.dataLength, timing->dueNs(), startNs});
     if (isReported(id))
         emit logMessage(QStringLiteral("INFO"),
                         QStringLiteral("Sent packet %1 (%2 bytes)").arg(id).arg(ping.dataLength));

@@ -11,7 +11,8 @@
  * each run; a ping that could not be sent has used up its id.
  *
  * Of each ping that was sent, exactly one of echoMatched(), echoChanged() and pingGivenUp() is told
- * later, before runEnded(). Received pings are the matched ones, lost pings all others.
+ * later, before runEnded(). Received pings are the matched ones, lost pings all others. What an
+ * observer has no use for it need not override.
  */
 class PingObserver
 {
@@ -49,21 +50,21 @@ public:
     };
 
     /** A run begins; what a line still held of earlier times is told of after this. */
-    virtual void runBegan(qint64 atNs) = 0;
-    virtual void pingSent(const Sent& ping) = 0;
-    virtual void sendFailed(quint64 id, int sizeBytes, qint64 atNs) = 0;
+    virtual void runBegan(qint64 atNs);
+    virtual void pingSent(const Sent& ping);
+    virtual void sendFailed(quint64 id, int sizeBytes, qint64 atNs);
     /** The echo is the ping's payload, byte for byte. */
-    virtual void echoMatched(const Echo& echo) = 0;
+    virtual void echoMatched(const Echo& echo);
     /** It differs in length or in a byte; the ping is lost. */
-    virtual void echoChanged(const Echo& echo) = 0;
+    virtual void echoChanged(const Echo& echo);
     /** No echo: for longer than the time-out, or, with `atEnd`, by the end of the final wait. */
-    virtual void pingGivenUp(quint64 id, qint64 atNs, bool atEnd) = 0;
+    virtual void pingGivenUp(quint64 id, qint64 atNs, bool atEnd);
     /** `id` is 0 where `what` is no echo with a number. */
-    virtual void otherArrived(Other what, quint64 id, qint64 atNs) = 0;
+    virtual void otherArrived(Other what, quint64 id, qint64 atNs);
     /** An error reply with this code, 0 when it carried none. */
-    virtual void errorReplied(int code, qint64 atNs) = 0;
+    virtual void errorReplied(int code, qint64 atNs);
     /** No more pings are sent; the final wait for echoes begins. */
-    virtual void sendingEnded(qint64 atNs) = 0;
+    virtual void sendingEnded(qint64 atNs);
     /** The last call of a run; every ping has been told of. */
-    virtual void runEnded(qint64 atNs) = 0;
+    virtual void runEnded(qint64 atNs);
 };

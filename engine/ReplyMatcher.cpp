@@ -1,8 +1,8 @@
 #include "engine/BraskTestWorker.h"
 
+#include "engine/EngineTiming.h"
 #include "link/vnPacketComs.h"
 
-#include <QDateTime>
 #include <QtEndian>
 
 namespace {
@@ -38,13 +38,16 @@ void BraskTestWorker::handlePacket(const vnPacket& packet)
         matchEcho(packet);
     } else if (command >= firstErrorReply) {
         const int errorCode = packet.dataLength > 0 ? packet.data[0] : 0;
+        observer->errorReplied(errorCode, packetComs->lastPacketReadNs());
         emit logMessage(QStringLiteral("ERROR"),
                         QStringLiteral("Device error response: 0x%1, error code: %2")
                             .arg(hexByte(command), QString::number(errorCode)));
     } else if (command >= firstReport) {
+        observer->otherArrived(PingObserver::Other::Report, 0, packetComs->lastPacketReadNs());
         emit logMessage(QStringLiteral("INFO"),
                         QStringLiteral("Device report: 0x%1").arg(hexByte(command)));
     } else {
+        observer->otherArrived(PingObserver::Other::Packet, 0, packetComs->lastPacketReadNs());
         emit logMessage(
             QStringLiteral("WARNING"),
             QStringLiteral("Received unexpected packet with command: 0x%1").arg(hexByte(command)));
@@ -54,6 +57,7 @@ void BraskTestWorker::handlePacket(const vnPacket& packet)
 void BraskTestWorker::matchEcho(const vnPacket& packet)
 {
     if (packet.dataLength < sizeof(quint64)) {
+        observer->otherArrived(PingObserver::Other::ShortEcho, 0, packetComs->lastPacketReadNs());
         emit logMessage(QStringLiteral("WARNING"),
                         QStringLiteral("Received reply with insufficient data"));
         return;
@@ -61,30 +65,43 @@ void BraskTestWorker::matchEcho(const vnPacket& packet)
     const auto id = qFromLittleEndian<quint64>(packet.data);
     const auto ping = pendingPackets.constFind(id);
     if (ping == pendingPackets.constEnd()) {
-        emit logMessage(QStringLiteral("WARNING"),
-                        QStringLiteral("Received reply for unknown sequence ID: %1").arg(id));
+        reportUnmatched(id);
         return;
     }
+    takeEcho(packet, *ping);
+    pendingPackets.remove(id);
+}
 
-    const QByteArrayView echoed(packet.data, packet.dataLength);
-    if (ping->payload != echoed) {
+void BraskTestWorker::reportUnmatched(quint64 id)
+{
+    using Other = PingObserver::Other;
+    observer->otherArrived(id < nextSequenceId ? Other::LateEcho : Other::UnknownEcho, id,
+                           packetComs->lastPacketReadNs());
+    emit logMessage(QStringLiteral("WARNING"),
+                    QStringLiteral("Received reply for unknown sequence ID: %1").arg(id));
+}
+
+void BraskTestWorker::takeEcho(const vnPacket& packet, const PendingPacket& ping)
+{
+    const quint64 id = ping.sequenceId;
+    const qint64 readNs = packetComs->lastPacketReadNs();
+    const PingObserver::Echo echo{id, readNs, readNs - ping.startNs, !testRunning};
+    if (ping.payload != QByteArrayView(packet.data, packet.dataLength)) {
+        observer->echoChanged(echo);
         emit logMessage(QStringLiteral("ERROR"),
                         QStringLiteral("Packet %1: Data mismatch! Expected %2 bytes, got %3")
                             .arg(id)
-                            .arg(ping->payload.size())
+                            .arg(ping.payload.size())
                             .arg(packet.dataLength));
         ++stats.packetsLost;
-    } else {
-        const qint64 now = QDateTime::currentMSecsSinceEpoch();
-        ++stats.packetsReceived;
-        // An echo of the final wait has lain on the line for an unknown time: it is not timed.
-        const qint64 latencyMs = now - ping->sendTime;
-        if (testRunning)
-            recordLatency(latencyMs);
-        updateSuccessRate();
-        if (testRunning && isReported(id))
-            emit logMessage(QStringLiteral("SUCCESS"),
-                            QStringLiteral("Packet %1: %2ms").arg(id).arg(latencyMs));
+        return;
     }
-    pendingPackets.remove(id);
+    observer->echoMatched(echo);
+    ++stats.packetsReceived;
+    const qint64 latencyMs = clock.nowMs() - ping.sendTime;
+    recordLatency(latencyMs);
+    updateSuccessRate();
+    if (isReported(id))
+        emit logMessage(QStringLiteral("SUCCESS"),
+                        QStringLiteral("Packet %1: %2ms").arg(id).arg(latencyMs));
 }

@@ -1,26 +1,12 @@
 #include "engine/BraskTestWorker.h"
 
-#include <QDateTime>
-#include <QThread>
-#include <QTimer>
+#include "engine/EngineTiming.h"
+#include "link/vnSerialComs.h"
 
 namespace {
 
-constexpr int timeoutSweepMs = 100;
-constexpr int pollMs = 10;
-constexpr int statisticsMs = 100;
-constexpr int finalPolls = 10;
-constexpr unsigned long finalPollPauseMs = 50;
-
-template <typename Action>
-QTimer* makeRunTimer(BraskTestWorker* worker, int intervalMs, Action action)
-{
-    auto* timer = new QTimer(worker);
-    timer->setTimerType(Qt::PreciseTimer);
-    QObject::connect(timer, &QTimer::timeout, worker, action);
-    timer->start(intervalMs);
-    return timer;
-}
+/** Of the final wait, on top of twice the time-out. */
+constexpr int finalMarginMs = 500;
 
 } // namespace
 
@@ -37,27 +23,15 @@ void BraskTestWorker::startTest(TestConfig newConfig)
     config = newConfig;
     testRunning = true;
     resetStatistics();
-    stats.startTime = QDateTime::currentMSecsSinceEpoch();
+    clock.restart();
+    stats.startTime = clock.nowMs();
     pendingPackets.clear();
     nextSequenceId = 0;
+    observer->runBegan(timing->nowNs());
     emit logMessage(QStringLiteral("INFO"), QStringLiteral("Test started"));
-    startRunTimers();
-}
-
-void BraskTestWorker::startRunTimers()
-{
-    sendTimer =
-        makeRunTimer(this, 1000 / config.packetsPerSecond, &BraskTestWorker::sendNextPacket);
-    timeoutTimer = makeRunTimer(this, timeoutSweepMs, &BraskTestWorker::checkTimeouts);
-    pollTimer = makeRunTimer(this, pollMs, &BraskTestWorker::pollForPackets);
-    statsTimer = makeRunTimer(this, statisticsMs, [this] { emit statisticsUpdated(stats); });
-    if (config.durationSec > 0) {
-        durationTimer = makeRunTimer(this, config.durationSec * 1000, [this] {
-            emit logMessage(QStringLiteral("INFO"), QStringLiteral("Test duration reached"));
-            stopTest();
-        });
-        durationTimer->setSingleShot(true);
-    }
+    // What the line still holds is of earlier times: no ping waits for it yet.
+    pollForPackets();
+    timing->beginRun(config, serialPort->descriptor());
 }
 
 void BraskTestWorker::stopTest()
@@ -65,10 +39,12 @@ void BraskTestWorker::stopTest()
     if (!testRunning)
         return;
     testRunning = false;
-    endRunTimers();
+    timing->endRun();
+    observer->sendingEnded(timing->nowNs());
     emit logMessage(QStringLiteral("INFO"), QStringLiteral("Waiting for final replies..."));
     waitForFinalReplies();
     giveUpPending();
+    observer->runEnded(timing->nowNs());
     updateSuccessRate();
     emit statisticsUpdated(stats);
     emit logMessage(
@@ -79,30 +55,17 @@ void BraskTestWorker::stopTest()
     emit testCompleted();
 }
 
-void BraskTestWorker::endRunTimers()
-{
-    for (QTimer** timer : {&sendTimer, &timeoutTimer, &pollTimer, &statsTimer, &durationTimer}) {
-        if (*timer == nullptr)
-            continue;
-        (*timer)->stop();
-        (*timer)->deleteLater(); // the run may be ending inside this timer's own timeout
-        *timer = nullptr;
-    }
-}
-
 void BraskTestWorker::waitForFinalReplies()
 {
-    QThread::msleep(2UL * static_cast<unsigned long>(config.timeoutMs));
-    for (int round = 0; round < finalPolls; ++round) {
-        pollForPackets();
-        QThread::msleep(finalPollPauseMs);
-    }
+    timing->waitForReplies(2 * config.timeoutMs + finalMarginMs,
+                           [this] { return pendingPackets.isEmpty(); });
 }
 
 void BraskTestWorker::giveUpPending()
 {
     for (auto ping = pendingPackets.keyBegin(); ping != pendingPackets.keyEnd(); ++ping) {
         ++stats.packetsLost;
+        observer->pingGivenUp(*ping, timing->nowNs(), true);
         emit logMessage(QStringLiteral("TIMEOUT"),
                         QStringLiteral("Packet %1 lost (final timeout)").arg(*ping));
     }

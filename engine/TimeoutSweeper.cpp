@@ -1,7 +1,6 @@
 #include "engine/BraskTestWorker.h"
 
-#include <QDateTime>
-#include <QTimer>
+#include "engine/EngineTiming.h"
 
 namespace {
 
@@ -14,14 +13,15 @@ void BraskTestWorker::checkTimeouts()
 {
     if (!testRunning || !connected)
         return;
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    const qint64 now = clock.nowMs();
     QList<quint64> expired;
-    for (const PendingPacket& ping : std::as_const(pendingPackets)) {
-        if (now - ping.sendTime > config.timeoutMs)
-            expired.append(ping.sequenceId);
+    for (auto ping = pendingPackets.cbegin(); ping != pendingPackets.cend(); ++ping) {
+        if (now - ping->sendTime > config.timeoutMs)
+            expired.append(ping.key());
     }
     for (const quint64 id : std::as_const(expired)) {
         ++stats.packetsLost;
+        observer->pingGivenUp(id, timing->nowNs(), false);
         if (isReported(id))
             emit logMessage(
                 QStringLiteral("TIMEOUT"),
@@ -30,8 +30,8 @@ void BraskTestWorker::checkTimeouts()
     }
     updateSuccessRate();
 
-    if (sendTimer != nullptr && !sendTimer->isActive() && pendingPackets.size() <= resumeLimit) {
+    if (timing->isSendingPaused() && pendingPackets.size() <= resumeLimit) {
         emit logMessage(QStringLiteral("INFO"), QStringLiteral("Resuming packet sending"));
-        sendTimer->start();
+        timing->resumeSending();
     }
 }

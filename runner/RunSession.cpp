@@ -1,6 +1,7 @@
 #include "runner/RunSession.h"
 
 #include "engine/BraskTestWorker.h"
+#include "engine/metaTypes.h"
 #include "runner/ExitStatus.h"
 #include "runner/TerminalOutput.h"
 #include "runner/lineCapacity.h"
@@ -21,9 +22,7 @@ RunSession::RunSession(const RunOptions& asked, TerminalOutput& terminal, QObjec
     : QObject(parent), options(asked), output(terminal), worker(new BraskTestWorker),
       lineWatch(asked.config.timeoutMs)
 {
-    qRegisterMetaType<QList<portInfo>>("QList<portInfo>");
-    qRegisterMetaType<TestStats>("TestStats");
-    qRegisterMetaType<TestConfig>("TestConfig");
+    registerEngineTypes();
     statusTimer.setTimerType(Qt::PreciseTimer); // or seconds would be shown twice
     connect(&statusTimer, &QTimer::timeout, this, &RunSession::updateStatus);
     startEngine();

@@ -1,6 +1,7 @@
 #include "soak/EngineDriver.h"
 
 #include "engine/BraskTestWorker.h"
+#include "engine/metaTypes.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -23,9 +24,7 @@ BraskTestWorker* engineIn(QThread& thread)
 
 EngineDriver::EngineDriver() : engine(engineIn(thread)), lineGauge(engine)
 {
-    qRegisterMetaType<TestConfig>("TestConfig");
-    qRegisterMetaType<TestStats>("TestStats");
-    qRegisterMetaType<QList<portInfo>>("QList<portInfo>");
+    registerEngineTypes();
     listen();
     connect(&pulseTimer, &QTimer::timeout, this, &EngineDriver::pulse);
     pulseTimer.setTimerType(Qt::PreciseTimer);

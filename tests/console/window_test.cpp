@@ -146,7 +146,7 @@ private slots:
                  {{200, 150, 50, 75, 12, 0, 480}, "200|150|50 (25.0%)|75.0%|12 ms|0 ms|480 ms"},
                  {{3, 2, 1, 200.0 / 3, 1, 1, 2}, "3|2|1 (33.3%)|66.7%|1 ms|1 ms|2 ms"},
                  {{4, 0, 4, 0.0, 5, 5, 5}, "4|0|4 (100.0%)|0.0%|- ms|- ms|- ms"},
-                 {{1, 1, 0, 100, 0, none, 0}, "1|1|0 (0.0%)|100.0%|- ms|- ms|- ms"}}) {
+                 {{4, 0, 4, 0.0, 0, none, 0}, "4|0|4 (100.0%)|0.0%|- ms|- ms|- ms"}}) {
             TestStats stats = record;
             stats.startTime = QDateTime::currentMSecsSinceEpoch() - 61000;
             QMetaObject::invokeMethod(bench.window.get(), "onStatisticsUpdated",

@@ -1,7 +1,10 @@
 #include "engine/BraskTestWorker.h"
 #include "engine/EventRow.h"
+#include "engine/ExactTiming.h"
+#include "engine/PingSchedule.h"
 #include "link/vnPacketComs.h"
 #include "simulator/RequestParser.h"
+#include "tests/support/HandTiming.h"
 #include "tests/support/RawLine.h"
 #include "tests/support/processes.h"
 
@@ -15,19 +18,17 @@
 
 namespace {
 
-/**
- * An engine whose every step the test takes itself: it lives in the test's thread, whose event
- * loop does not run as a rule, so no timer of the engine fires.
- */
+/** An engine whose every step the test takes itself, or lets happen by letting time pass. */
 struct Bench
 {
+    HandTiming* time = new HandTiming; ///< the engine's
     /** What the engine reports: "TYPE: message", "error: ..." and the other signals by name. */
     QStringList lines;
     TestStats stats; ///< the last ones reported
     RawLine line;
     BraskTestWorker worker;
 
-    Bench()
+    Bench() : worker(BraskTestWorker::Setup{.timing = std::unique_ptr<EngineTiming>(time)})
     {
         using W = BraskTestWorker;
         const auto on = [this](auto signal, auto text) {
@@ -84,13 +85,6 @@ struct Bench
     {
         line.send(frames);
         step("pollForPackets");
-    }
-
-    void letPingsAge(int ms) const
-    {
-        const qint64 end = QDateTime::currentMSecsSinceEpoch() + ms;
-        while (QDateTime::currentMSecsSinceEpoch() <= end)
-            QTest::qSleep(1);
     }
 };
 
@@ -163,15 +157,14 @@ private slots:
                  }));
     }
 
-    /** The only run here whose timers fire. */
     void saysEverythingAsOftenAsPromised()
     {
         Bench bench;
         bench.connectIt();
         bench.worker.startTest({.packetsPerSecond = 100, .timeoutMs = 50, .durationSec = 1});
-        QTRY_VERIFY(bench.stats.packetsSent > 10);
+        bench.time->pass(500);
         bench.worker.refreshPorts();
-        QTRY_VERIFY(bench.lines.contains("completed"));
+        bench.time->pass(2000);
         bench.worker.stopTest();
         QStringList lines = bench.take(); // each without its figures
         lines.replaceInStrings(QRegularExpression(" \\d.*"), "");
@@ -182,8 +175,7 @@ private slots:
               "INFO: Test duration reached", "INFO: Waiting for final replies...",
               "INFO: Test stopped. Sent:", "completed"})
             QCOMPARE(lines.count(once), 1);
-        const qsizetype statistics = lines.count("statistics");
-        QVERIFY2(statistics > 1 && statistics < 15, qPrintable(QString::number(statistics)));
+        QCOMPARE(lines.count("statistics"), 11); // each 100 ms, and at the end
         QVERIFY(!lines.contains("connected") && !lines.contains("disconnected"));
     }
 
@@ -286,13 +278,46 @@ private slots:
         bench.line.send(echo(first) + echo(second.chopped(1) + char(~second.back())) + frame(0xC0));
         bench.worker.stopTest();
         QCOMPARE(bench.take(),
-                 (QStringList{"INFO: Waiting for final replies...",
+                 (QStringList{"INFO: Waiting for final replies...", "SUCCESS: Packet 0: 10ms",
                               "ERROR: Packet 1: Data mismatch! Expected 20 bytes, got 20",
                               "ERROR: Device error response: 0xc0, error code: 0",
                               "TIMEOUT: Packet 2 lost (final timeout)", "statistics 3/1/2",
                               "INFO: Test stopped. Sent: 3, Received: 1, Lost: 2, Success: 33.3%",
                               "completed"}));
-        QCOMPARE(bench.stats.minLatencyMs, TestStats::noLatencyYet);
+        QCOMPARE(bench.stats.avgLatencyMs, 10); // timed like those of the run
+    }
+
+    void looksAtTheLineDuringTheWholeFinalWait()
+    {
+        Bench bench(124, 500);
+        QByteArray late = echo(bench.ping());
+        bench.take();
+        int waitedMs = 0;
+        bench.time->meanwhile = [&] {
+            if (++waitedMs <= 300) // more at once than the receive ring takes
+                bench.line.send(waitedMs < 300 ? frame(0x5F, QByteArray(10, 'x')) : late);
+        };
+        bench.worker.stopTest();
+        QCOMPARE(waitedMs, 2 * 500 + 500);
+        QCOMPARE(bench.take().value(1), "SUCCESS: Packet 0: 300ms");
+    }
+
+    void startsOnACleanLine()
+    {
+        Bench bench(20, 50);
+        const QByteArray owed = bench.ping();
+        bench.worker.stopTest();
+        QByteArray waiting = echo(owed) + frame(0x81);
+        for (int i = 0; i < 600; ++i)
+            waiting += frame(0x5F);
+        bench.line.send(waiting);
+        bench.take();
+        bench.worker.startTest({.minDataSize = 20, .maxDataSize = 20});
+        QCOMPARE(bench.take(), (QStringList{"INFO: Test started",
+                                            "WARNING: Received reply for unknown sequence ID: 0",
+                                            "INFO: Device report: 0x81"}));
+        bench.answer(echo(bench.ping()));
+        QCOMPARE(bench.take().value(1), "SUCCESS: Packet 0: 0ms");
     }
 
     void givesUpLatePings()
@@ -302,8 +327,11 @@ private slots:
         for (int i = 0; i < 12; ++i)
             payloads.append(bench.ping());
         bench.answer(echo(payloads.at(3)));
-        bench.letPingsAge(51);
+        bench.time->skip(50);
         bench.take();
+        bench.step("checkTimeouts");
+        QCOMPARE(bench.take(), QStringList());
+        bench.time->skip(1);
         bench.step("checkTimeouts");
         QStringList expected;
         for (const int id : {0, 1, 2, 4, 5, 6, 7, 8, 9})
@@ -351,7 +379,7 @@ private slots:
         bench.answer(echo(bench.ping()));
         QCOMPARE(screenTexts(bench), (QStringList{"DATE", "0,1 Tx:1 Rx:1", "0,2 OK:100% ?ms"}));
         bench.ping();
-        bench.letPingsAge(51);
+        bench.time->skip(51);
         bench.step("checkTimeouts");
         QCOMPARE(screenTexts(bench),
                  (QStringList{"DATE", "0,1 Tx:2 Rx:1", "0,2 OK:50% ?ms", "0,3 Lost:1"}));

@@ -4,6 +4,7 @@
 #include <QElapsedTimer>
 #include <QTest>
 
+#include <fcntl.h>
 #include <termios.h>
 
 namespace {
@@ -74,6 +75,18 @@ private slots:
         QVERIFY(port.readData(&byte, 1, bytesRead));
         QCOMPARE(bytesRead, 1U);
         QCOMPARE(byte, uint8_t{'a'});
+    }
+
+    void hasThePortForItself()
+    {
+        RawLine line;
+        vnSerialComs port(nullptr, line.path(), 9600);
+        vnSerialComs other(nullptr, line.path(), 9600);
+        QVERIFY(port.openPort({}, 0) && !other.openPort({}, 0));
+        QCOMPARE(other.lastError(), int(vnSerialComs::OpenFailed));
+        QCOMPARE(fcntl(port.descriptor(), F_GETFL) & (O_NONBLOCK | O_ACCMODE), O_RDWR);
+        QCOMPARE(fcntl(port.descriptor(), F_GETFD), FD_CLOEXEC);
+        QVERIFY(port.closePort() && other.openPort({}, 0));
     }
 
     void givesUpOnAFullLine()

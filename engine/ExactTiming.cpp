@@ -1,0 +1,153 @@
+#include "engine/ExactTiming.h"
+
+#include <QSocketNotifier>
+
+#include <algorithm>
+
+#include <poll.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr qint64 secondNs = 1'000'000'000;
+constexpr qint64 millisecondNs = 1'000'000;
+
+} // namespace
+
+ExactTiming::ExactTiming() : alarm(timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC))
+{
+    if (alarm < 0)
+        qFatal("no timer: %s", qPrintable(qt_error_string()));
+}
+
+ExactTiming::~ExactTiming()
+{
+    ::close(alarm);
+}
+
+void ExactTiming::beginRun(const TestConfig& config, int descriptor)
+{
+    line = descriptor;
+    running = true;
+    sending = true;
+    const qint64 startNs = nowNs();
+    endNs = config.durationSec > 0 ? startNs + config.durationSec * secondNs : -1;
+    schedule.begin(startNs, config.packetsPerSecond, endNs);
+    timeoutTimer = makeTimer(sweepMs, [this] {
+        deed.look(); // what waits on the line is not late because this thread was
+        deed.sweep();
+    });
+    statsTimer = makeTimer(publishMs, deed.publish);
+    alarmNotifier = makeNotifier(alarm, &ExactTiming::onAlarm);
+    lineNotifier = makeNotifier(line, &ExactTiming::onBytes);
+    setAlarm();
+}
+
+void ExactTiming::endRun()
+{
+    running = false;
+    sending = false;
+    endTimer(timeoutTimer);
+    endTimer(statsTimer);
+    endNotifier(alarmNotifier);
+    endNotifier(lineNotifier);
+}
+
+QSocketNotifier* ExactTiming::makeNotifier(int descriptor, void (ExactTiming::*reaction)())
+{
+    auto* notifier = new QSocketNotifier(descriptor, QSocketNotifier::Read, owner);
+    QObject::connect(notifier, &QSocketNotifier::activated, owner,
+                     [this, reaction] { (this->*reaction)(); });
+    return notifier;
+}
+
+void ExactTiming::endNotifier(QSocketNotifier*& notifier)
+{
+    if (notifier == nullptr)
+        return;
+    notifier->setEnabled(false);
+    notifier->deleteLater(); // the run may be ending inside its activation
+    notifier = nullptr;
+}
+
+void ExactTiming::pauseSending()
+{
+    sending = false;
+}
+
+void ExactTiming::resumeSending()
+{
+    sending = true;
+    schedule.restart(nowNs());
+    setAlarm();
+}
+
+void ExactTiming::onAlarm()
+{
+    quint64 expirations = 0;
+    if (::read(alarm, &expirations, sizeof expirations) < 0)
+        return;
+    sendMissed();
+    if (!running)
+        return;
+    if (endNs >= 0 && nowNs() >= endNs)
+        deed.endInTime();
+    else
+        setAlarm();
+}
+
+void ExactTiming::sendMissed()
+{
+    const qint64 due = sending ? schedule.countDue(nowNs()) : 0;
+    const qint64 burst = std::min(due, schedule.burstLimit());
+    for (qint64 i = 0; i < burst; ++i) {
+        deed.send();
+        if (!sending)
+            return;
+        schedule.take();
+    }
+    schedule.skip(due - burst);
+}
+
+void ExactTiming::setAlarm()
+{
+    qint64 atNs = endNs;
+    if (sending)
+        atNs = endNs < 0 ? schedule.nextDueNs() : std::min(schedule.nextDueNs(), endNs);
+    itimerspec moment = {};
+    if (atNs >= 0) {
+        moment.it_value.tv_sec = atNs / secondNs;
+        moment.it_value.tv_nsec = atNs % secondNs;
+    }
+    timerfd_settime(alarm, TFD_TIMER_ABSTIME, &moment, nullptr);
+}
+
+void ExactTiming::onBytes()
+{
+    // A line that was hung up is ready for ever.
+    if (!deed.look() && lineNotifier != nullptr && isHungUp())
+        lineNotifier->setEnabled(false);
+}
+
+bool ExactTiming::isHungUp() const
+{
+    pollfd state = {.fd = line, .events = POLLIN, .revents = 0};
+    return ::poll(&state, 1, 0) > 0 && (state.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
+}
+
+void ExactTiming::waitForReplies(int limitMs, const std::function<bool()>& isOver)
+{
+    const qint64 limitNs = nowNs() + limitMs * millisecondNs;
+    deed.look();
+    while (!isOver()) {
+        const qint64 leftNs = limitNs - nowNs();
+        if (leftNs <= 0)
+            return;
+        const int leftMs = static_cast<int>(leftNs / millisecondNs) + 1;
+        pollfd state = {.fd = line, .events = POLLIN, .revents = 0};
+        ::poll(&state, 1, leftMs);
+        if (!deed.look())
+            pause(std::min(lookMs, leftMs)); // a dead line is ready at once
+    }
+}

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "engine/PingSchedule.h"
+#include "engine/TimerTiming.h"
+
+class QSocketNotifier;
+
+/**
+ * The timing of a measuring instrument: pings leave by an absolute schedule, the line is read as
+ * soon as bytes arrive, and the final wait ends when no ping is open any more.
+ *
+ * Pings that a late wake-up has missed are sent at once, 20 ms' worth of them at the most; the rest
+ * of the schedule moves. A run of n seconds has rate x n pings when the computer keeps up.
+ */
+class ExactTiming final : public TimerTiming
+{
+public:
+    ExactTiming();
+    ~ExactTiming() override;
+
+    bool takesAllIn() const override { return true; }
+    void beginRun(const TestConfig& config, int descriptor) override;
+    void endRun() override;
+    void pauseSending() override;
+    void resumeSending() override;
+    bool isSendingPaused() const override { return running && !sending; }
+    qint64 dueNs() const override { return schedule.nextDueNs(); }
+    void waitForReplies(int limitMs, const std::function<bool()>& isOver) override;
+
+private:
+    void onAlarm();
+    void sendMissed();
+    void setAlarm();
+    void onBytes();
+    bool isHungUp() const;
+    QSocketNotifier* makeNotifier(int descriptor, void (ExactTiming::*reaction)());
+    static void endNotifier(QSocketNotifier*& notifier);
+
+    int alarm; ///< timer descriptor, owned
+    int line = -1;
+    bool running = false;
+    bool sending = false;
+    qint64 endNs = -1; ///< of the run; negative: none
+    PingSchedule schedule;
+    // Children of the engine; they exist during a run only.
+    QSocketNotifier* alarmNotifier = nullptr;
+    QSocketNotifier* lineNotifier = nullptr; ///< off once the line is dead
+};

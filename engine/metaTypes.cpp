@@ -1,0 +1,13 @@
+#include "engine/metaTypes.h"
+
+#include "engine/TestConfig.h"
+#include "engine/TestStats.h"
+#include "link/vnPortEnumerator.h"
+
+void registerEngineTypes()
+{
+    qRegisterMetaType<QList<portInfo>>("QList<portInfo>");
+    qRegisterMetaType<TestStats>("TestStats");
+    qRegisterMetaType<TestConfig>("TestConfig");
+    qRegisterMetaType<portInfo>("portInfo");
+}
