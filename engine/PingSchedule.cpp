@@ -44,8 +44,3 @@ qint64 PingSchedule::burstLimit() const
 {
     return std::max<qint64>(1, rate * burstNs / secondNs);
 }
-
-void PingSchedule::skip(qint64 count)
-{
-    baseNs = dueAfter(count);
-}

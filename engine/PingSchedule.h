@@ -26,14 +26,15 @@ public:
     qint64 burstLimit() const;
     /** The next ping has left. */
     void take() { ++taken; }
-    /** The next `count` pings are left out: all that follows moves by as many intervals. */
-    void skip(qint64 count);
+    /** The next `count` moments are left out: the pings that follow leave as many intervals later.
+     */
+    void skip(qint64 count) { taken += count; }
 
 private:
     qint64 dueAfter(qint64 pings) const;
 
     qint64 baseNs = 0;
-    qint64 taken = 0; ///< since baseNs
+    qint64 taken = 0; ///< moments since baseNs that pings have left for, or that were left out
     qint64 rate = 1;
     qint64 lastNs = -1;
 };
