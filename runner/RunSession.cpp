@@ -97,7 +97,7 @@ void RunSession::beginRun()
         finish(static_cast<int>(ExitStatus::OutputFailed));
         return;
     }
-    const QString warning = capacityWarning(options.config, options.baudRate);
+    const QString warning = capacityWarning(options.config, options.baudRate, {});
     if (!warning.isEmpty())
         output.complain(QStringLiteral("the line cannot carry this: ") + warning);
     stage = Stage::Running;

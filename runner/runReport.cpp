@@ -70,15 +70,18 @@ QJsonObject runReport(const RunOptions& options, const RunOutcome& outcome, cons
             return std::nullopt;
         return 1000.0 * static_cast<double>(packets) / static_cast<double>(outcome.sendingMs);
     };
-    const auto traffic = [&](quint64 packets) -> QJsonObject {
+    const ScreenTraffic screen = screenTraffic(stats);
+    const auto traffic = [&](quint64 packets, int screenBytes) -> QJsonObject {
         std::optional<double> bytes = perSecond(packets);
         std::optional<double> share;
         if (bytes) {
-            *bytes *= frameBytes;
+            *bytes = *bytes * frameBytes + screenBytes;
             share = lineSharePercent(*bytes, options.baudRate);
         }
         return {{"bytesPerSecond", orNull(bytes, 0)}, {"lineSharePercent", orNull(share, 2)}};
     };
+    // A module that never echoes is not taken to answer at all.
+    const int answered = stats.packetsReceived > 0 ? screen.fromModule : 0;
     std::optional<double> successPercent;
     if (stats.packetsSent > 0)
         successPercent = stats.successRate;
@@ -97,8 +100,8 @@ QJsonObject runReport(const RunOptions& options, const RunOutcome& outcome, cons
         {"packetsLost", count(stats.packetsLost)},
         {"successRatePercent", orNull(successPercent, 4)},
         {"latencyMs", latencies(stats)},
-        {"estimatedTrafficToModule", traffic(stats.packetsSent)},
-        {"estimatedTrafficFromModule", traffic(stats.packetsReceived)},
+        {"estimatedTrafficToModule", traffic(stats.packetsSent, screen.toModule)},
+        {"estimatedTrafficFromModule", traffic(stats.packetsReceived, answered)},
         {"verdict", verdictWord(verdict.status)},
         {"reasons", QJsonArray::fromStringList(verdict.reasons)},
         {"exitStatus", static_cast<int>(verdict.status)},

@@ -38,10 +38,35 @@ private slots:
 
     void countsWhatTheLineCarries()
     {
-        QCOMPARE(capacityWarning({10, 116, 116}, 13200), QString()); // just fits
-        QCOMPARE(capacityWarning({501, 7, 10}, 115200),
+        const LineUse pingsOnly{.writesScreen = false};
+        QCOMPARE(capacityWarning({10, 116, 116}, 13200, pingsOnly), QString()); // just fits
+        QCOMPARE(capacityWarning({501, 7, 10}, 115200, pingsOnly),
                  "501 packets/s, sent as 1000 (one every 1 ms), of 12.8 bytes on average need "
                  "140250 bits/s at 11 bits a byte; 115200 baud carries 821.4 frames/s");
+        QCOMPARE(capacityWarning({501, 8, 8}, 66200, {false, false}), QString()); // 501 are 66132
+        QCOMPARE(capacityWarning({5, 8, 8, 500, 30}, 1200, {}),
+                 "5 packets/s of 12 bytes and 61 bytes/s for the module's screen need 1331 bits/s "
+                 "at 11 bits a byte; 1200 baud carries 4.0 frames/s beside the screen");
+    }
+
+    void countsTheScreenAsTraffic()
+    {
+        RunOptions options;
+        options.baudRate = 1200;
+        options.config.minDataSize = options.config.maxDataSize = 8;
+        for (const auto& [sent, lost, toModule, fromModule] :
+             {std::tuple(250U, 5U, 23 + 19 + 17 + 12, 16),
+              {250U, 0U, 23 + 19 + 18, 12},
+              {250U, 250U, 23 + 17 + 16 + 14, 0},
+              {0U, 0U, 23 + 15, 0}}) {
+            const double rate = sent == 0 ? 0 : 100.0 * (sent - lost) / sent;
+            const RunOutcome outcome{{sent, sent - lost, lost, rate, 12}, {}, 1000, false, {}};
+            const QJsonObject report = runReport(options, outcome, {});
+            QCOMPARE(report["estimatedTrafficToModule"]["bytesPerSecond"],
+                     int(sent) * 12 + toModule);
+            QCOMPARE(report["estimatedTrafficFromModule"]["bytesPerSecond"],
+                     int(sent - lost) * 12 + fromModule);
+        }
     }
 
     void judges()
