@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <sys/stat.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace {
@@ -19,6 +20,14 @@ QString owningGroup(const QByteArray& path)
     return entry != nullptr ? QString::fromLocal8Bit(entry->gr_name) : QString::number(node.st_gid);
 }
 
+QString settingsFault(int descriptor)
+{
+    termios line = {};
+    if (tcgetattr(descriptor, &line) == 0 && tcsetattr(descriptor, TCSANOW, &line) == 0)
+        return {};
+    return QStringLiteral("no usable serial line: ") + qt_error_string(errno);
+}
+
 } // namespace
 
 QString openFault(const QString& path)
@@ -28,8 +37,9 @@ QString openFault(const QString& path)
     const int error = errno; // before the look-up of the group changes it
     if (descriptor < 0)
         return openFaultText(error, owningGroup(device));
+    const QString fault = settingsFault(descriptor);
     ::close(descriptor);
-    return {};
+    return fault;
 }
 
 QString openFaultText(int error, const QString& ownerGroup)

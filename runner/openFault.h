@@ -3,8 +3,9 @@
 #include <QString>
 
 /**
- * Why the system does not let this process open the device `path` for reading and writing, in one
- * line; empty when it does. Tries it, so it is meant for a port that the engine failed to open.
+ * Why the system does not let this process open the device `path` for reading and writing, or read
+ * and set its line's settings, in one line; empty when it does. Tries it and leaves the settings as
+ * they are, so it is meant for a port that the engine failed to open.
  */
 QString openFault(const QString& path);
 

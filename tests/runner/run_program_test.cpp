@@ -56,7 +56,8 @@ private slots:
         for (const auto& [option, status, complaint] :
              {std::tuple("--rate=0", 2, "--rate: \"0\" is not allowed, only a whole number from 1"),
               {"--port=/nowhere", 3, "(/nowhere: No such file or directory)"},
-              {"--port=/dev/null", 3, "Failed to configure port settings (/dev/null)"},
+              {"--port=/dev/null", 3,
+               "port settings (/dev/null: no usable serial line: Inappropriate ioctl"},
               {"--events=full", 5, "cannot write the event file full: "},
               {"--events=link", 5, "cannot write the event file link: "},
               {"--json=none/file", 5, "cannot write the report to none/file: "},
