@@ -1,9 +1,12 @@
 #include "runner/openFault.h"
 
+#include "runner/portUsers.h"
+
 #include <cerrno>
 
 #include <fcntl.h>
 #include <grp.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
@@ -37,7 +40,8 @@ QString openFault(const QString& path)
     const int error = errno; // before the look-up of the group changes it
     if (descriptor < 0)
         return openFaultText(error, owningGroup(device));
-    const QString fault = settingsFault(descriptor);
+    const bool locked = ::flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    QString fault = locked ? inUseText(lockHolders(path)) : settingsFault(descriptor);
     ::close(descriptor);
     return fault;
 }

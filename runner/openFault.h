@@ -3,9 +3,9 @@
 #include <QString>
 
 /**
- * Why the system does not let this process open the device `path` for reading and writing, or read
- * and set its line's settings, in one line; empty when it does. Tries it and leaves the settings as
- * they are, so it is meant for a port that the engine failed to open.
+ * Why this process cannot have the device `path`, in one line; empty when it can: the system does
+ * not open it, another program has locked it, or its line cannot be set up. Tries all that and
+ * leaves the settings as they are, so it is meant for a port that this process has not open.
  */
 QString openFault(const QString& path);
 

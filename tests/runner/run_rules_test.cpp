@@ -2,10 +2,14 @@
 #include "runner/lineCapacity.h"
 #include "runner/openFault.h"
 #include "runner/runReport.h"
+#include "tests/support/RawLine.h"
 
 #include <QTest>
 
 #include <cerrno>
+
+#include <sys/file.h>
+#include <unistd.h>
 
 /** What is decided without a line: options, arithmetic, verdicts. */
 class RunRulesTest : public QObject
@@ -106,6 +110,16 @@ private slots:
     {
         QVERIFY(openFaultText(EACCES, "dialout").contains("owned by group dialout"));
         QCOMPARE(openFaultText(ENOENT, "dialout"), qt_error_string(ENOENT));
+    }
+
+    void namesWhoHasThePort()
+    {
+        const RawLine line;
+        const QString us = QStringLiteral("in use by test_run_rules (process %1)").arg(::getpid());
+        QCOMPARE(::flock(line.otherEnd(), LOCK_EX), 0);
+        QCOMPARE(openFault(line.path()), us);
+        QCOMPARE(::flock(line.otherEnd(), LOCK_UN), 0);
+        QCOMPARE(openFault(line.path()), QString());
     }
 };
 
