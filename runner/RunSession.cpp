@@ -4,8 +4,10 @@
 #include "engine/metaTypes.h"
 #include "runner/ExitStatus.h"
 #include "runner/TerminalOutput.h"
+#include "runner/hostFacts.h"
 #include "runner/lineCapacity.h"
 #include "runner/openFault.h"
+#include "runner/portAdapter.h"
 #include "runner/reportTarget.h"
 #include "runner/runReport.h"
 #include "runner/statusText.h"
@@ -100,6 +102,9 @@ void RunSession::beginRun()
     const QString warning = capacityWarning(options.config, options.baudRate, {});
     if (!warning.isEmpty())
         output.complain(QStringLiteral("the line cannot carry this: ") + warning);
+    outcome.host = hostFacts();
+    outcome.adapter = toJson(portAdapter(options.port));
+    lineErrors.emplace(options.port);
     stage = Stage::Running;
     QMetaObject::invokeMethod(worker, "startTest", Q_ARG(TestConfig, options.config));
     if (endRequested)
@@ -149,6 +154,8 @@ void RunSession::onTestCompleted()
 {
     recording = false;
     outcome.end = QDateTime::currentDateTime();
+    outcome.lineErrors = lineErrors->sinceStart();
+    lineErrors.reset();
     events.close();
     outcome.outputFault = events.fault();
     output.showStatus({});

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "runner/EventWriter.h"
+#include "runner/LineErrors.h"
 #include "runner/LineWatch.h"
 #include "runner/RunOutcome.h"
 #include "runner/runOptions.h"
@@ -9,6 +10,8 @@
 #include <QObject>
 #include <QThread>
 #include <QTimer>
+
+#include <optional>
 
 class BraskTestWorker;
 class TerminalOutput;
@@ -69,6 +72,7 @@ private:
     RunOutcome outcome;
     EventWriter events;
     LineWatch lineWatch;
-    QElapsedTimer clock; ///< runs from the run's start
+    std::optional<LineErrors> lineErrors; ///< while the run lasts
+    QElapsedTimer clock;                  ///< runs from the run's start
     QTimer statusTimer;
 };

@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -20,6 +21,21 @@ private slots:
         Program program(UMOCKDEV_RUN, {"--device", PORT_DESCRIPTION, "--", RUN_PROGRAM, "--list"});
         QCOMPARE(program.status(), 0);
         QVERIFY(program.readAllStandardOutput().contains("/dev/ttyUSB0\tttyUSB0 = USB_Serial\n"));
+    }
+
+    void tellsOfTheAdapter()
+    {
+        Program program(UMOCKDEV_RUN,
+                        {"--device", PORT_DESCRIPTION, "--", RUN_PROGRAM, "--port=/dev/ttyUSB0",
+                         "--timeout=50", "--duration=1", "--json=-"});
+        QCOMPARE(program.status(), 1);
+        const auto seen = QJsonDocument::fromJson(program.readAllStandardOutput());
+        const QJsonObject adapter{{"driver", "test_sio"},    {"vendorId", "1d6b"},
+                                  {"productId", "0104"},     {"serialNumber", {}},
+                                  {"product", "USB Serial"}, {"latencyTimerMs", 16}};
+        QCOMPARE(seen["adapter"].toObject(), adapter);
+        QCOMPARE(seen["host"]["name"].toString(), QSysInfo::machineHostName());
+        QVERIFY(seen["lineErrors"].isNull()); // it is a pseudo-terminal after all
     }
 
     void agreesWithTheModule()

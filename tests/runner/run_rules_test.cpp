@@ -1,3 +1,4 @@
+#include "runner/LineErrors.h"
 #include "runner/LineWatch.h"
 #include "runner/lineCapacity.h"
 #include "runner/openFault.h"
@@ -71,6 +72,12 @@ private slots:
             QCOMPARE(report["estimatedTrafficFromModule"]["bytesPerSecond"],
                      int(sent - lost) * 12 + fromModule);
         }
+    }
+
+    void countsLineErrors()
+    {
+        QCOMPARE(countedBetween({5, 2, 3, 1, 4294967295}, {7, 2, 4, 1, 2}),
+                 (LineErrorCounts{2, 0, 1, 0, 3})); // the last one ran over
     }
 
     void judges()
