@@ -77,6 +77,7 @@ void addOptions(QCommandLineParser& parser)
         allowed("Longest round trip that passes; no limit without it.",
                 integerRange(0, highestLatencyMs)),
         "ms");
+    add("tag", QStringLiteral("Goes into the report as it is; any number of times."), "key=value");
     parser.addOption({QStringLiteral("quiet"), QStringLiteral("Print errors and warnings only.")});
 }
 
@@ -113,6 +114,8 @@ public:
             absolute(options.reportPath) == absolute(options.config.csvFilePath))
             refuse("json", QStringLiteral("another file than that of --events"));
         readLimits();
+        for (const QString& tag : parser.values(QStringLiteral("tag")))
+            readTag(tag);
         options.quiet = parser.isSet(QStringLiteral("quiet"));
     }
 
@@ -125,8 +128,13 @@ private:
 
     void refuse(const char* name, const QString& allowed)
     {
+        refuse(name, parser.value(QLatin1String(name)), allowed);
+    }
+
+    void refuse(const char* name, const QString& value, const QString& allowed)
+    {
         complain(QStringLiteral("--%1: \"%2\" is not allowed, only %3")
-                     .arg(QLatin1String(name), parser.value(QLatin1String(name)), allowed));
+                     .arg(QLatin1String(name), value, allowed));
     }
 
     void readInteger(const char* name, int& value, int lowest, int highest, const QString& allowed)
@@ -158,6 +166,17 @@ private:
         if (parser.isSet(QStringLiteral("max-latency")))
             readInteger("max-latency", options.maxLatencyMs.emplace(), 0, highestLatencyMs,
                         integerRange(0, highestLatencyMs));
+    }
+
+    void readTag(const QString& tag)
+    {
+        const qsizetype keyLength = tag.indexOf(u'=');
+        if (keyLength <= 0)
+            refuse("tag", tag, QStringLiteral("a key, = and a value"));
+        else if (options.tags.contains(tag.left(keyLength)))
+            refuse("tag", tag, QStringLiteral("keys that differ"));
+        else
+            options.tags.insert(tag.left(keyLength), tag.mid(keyLength + 1));
     }
 
     const QCommandLineParser& parser;

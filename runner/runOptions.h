@@ -2,6 +2,7 @@
 
 #include "engine/TestConfig.h"
 
+#include <QMap>
 #include <QString>
 #include <QStringList>
 
@@ -20,8 +21,12 @@ struct RunOptions
     QString reportPath;                ///< "-": standard output; empty: no report
     double maxLossPercent = 0;         ///< 0 to 100
     std::optional<int> maxLatencyMs{}; ///< none: no limit
+    QMap<QString, QString> tags;       ///< what the report is to be found by; no key is empty
     bool quiet = false;
 };
 
-/** Reads `arguments`, the program's name first. Of an option given twice the last one counts. */
+/**
+ * Reads `arguments`, the program's name first. Of an option given twice, tags excepted, the
+ * last one counts.
+ */
 RunOptions parseRunOptions(const QStringList& arguments);

@@ -49,6 +49,14 @@ QJsonObject configuration(const RunOptions& options)
     };
 }
 
+QJsonObject tags(const RunOptions& options)
+{
+    QJsonObject object;
+    for (auto tag = options.tags.begin(); tag != options.tags.end(); ++tag)
+        object.insert(tag.key(), tag.value());
+    return object;
+}
+
 QJsonObject latencies(const TestStats& stats)
 {
     const auto timed = [&stats](int valueMs) {
@@ -90,6 +98,7 @@ QJsonObject runReport(const RunOptions& options, const RunOutcome& outcome, cons
         {"program", "packetbrask-run"},
         {"version", PROGRAM_VERSION},
         {"configuration", configuration(options)},
+        {"tags", tags(options)},
         {"host", outcome.host},
         {"adapter", outcome.adapter},
         {"start", isoTime(QDateTime::fromMSecsSinceEpoch(stats.startTime))},

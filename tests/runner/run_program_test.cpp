@@ -27,7 +27,7 @@ private slots:
     {
         Program program(UMOCKDEV_RUN,
                         {"--device", PORT_DESCRIPTION, "--", RUN_PROGRAM, "--port=/dev/ttyUSB0",
-                         "--timeout=50", "--duration=1", "--json=-"});
+                         "--timeout=50", "--duration=1", "--tag=cable=7", "--json=-"});
         QCOMPARE(program.status(), 1);
         const auto seen = QJsonDocument::fromJson(program.readAllStandardOutput());
         const QJsonObject adapter{{"driver", "test_sio"},    {"vendorId", "1d6b"},
@@ -35,6 +35,7 @@ private slots:
                                   {"product", "USB Serial"}, {"latencyTimerMs", 16}};
         QCOMPARE(seen["adapter"].toObject(), adapter);
         QCOMPARE(seen["host"]["name"].toString(), QSysInfo::machineHostName());
+        QCOMPARE(seen["tags"].toObject(), (QJsonObject{{"cable", "7"}}));
         QVERIFY(seen["lineErrors"].isNull()); // it is a pseudo-terminal after all
     }
 

@@ -5,6 +5,7 @@
 #include "runner/runReport.h"
 #include "tests/support/RawLine.h"
 
+#include <QRegularExpression>
 #include <QTest>
 
 #include <cerrno>
@@ -26,9 +27,11 @@ private slots:
                  "--port=x --max-size=8 --min-size=9", "--port=x --timeout=49",
                  "--port=x --json=", "--port=x --max-loss=nan", "--port=x --max-loss=100.1",
                  "--port=x --max-latency=-1", "--port=x --duration=3601",
-                 "--port=x --events=a --json=./a"}) {
+                 "--port=x --events=a --json=./a", "--port=x --tag=key", "--port=x --tag==value",
+                 "--port=x --tag=a=1 --tag=b=1 --tag=a=2"}) {
             const RunOptions options = parseRunOptions(("program " + line).split(' '));
-            const QString named = line.section(' ', -1).replace("=", ": \"");
+            const QString named =
+                line.section(' ', -1).replace(QRegularExpression("(^[^=]*)="), "\\1: \"");
             QCOMPARE(options.outcome, RunOptions::Outcome::Error);
             QVERIFY2(options.message.startsWith(named + "\" is not allowed"), qPrintable(line));
         }
@@ -39,6 +42,9 @@ private slots:
                  "--rate=1000 --min-size=124 --timeout=5000 --duration=3600",
                  "--max-loss=100 --max-latency=60000"})
             QCOMPARE(parseRunOptions(("program --port=x " + line).split(' ')).message, QString());
+        const RunOptions tagged =
+            parseRunOptions({"program", "--port=x", "--tag=a=b=c", "--tag=d="});
+        QCOMPARE(tagged.tags, (QMap<QString, QString>{{"a", "b=c"}, {"d", ""}}));
     }
 
     void countsWhatTheLineCarries()
