@@ -2,6 +2,7 @@
 #include "runner/ExitStatus.h"
 #include "runner/RunSession.h"
 #include "runner/TerminalOutput.h"
+#include "runner/portCheck.h"
 #include "simulator/SignalWatch.h"
 
 #include <QCoreApplication>
@@ -42,6 +43,17 @@ int listPorts()
     return print(text);
 }
 
+int checkPort(const QString& path)
+{
+    QString text;
+    for (const QString& fault : portFaults(path))
+        text += path + QStringLiteral(": ") + fault + u'\n';
+    const int status = print(text);
+    if (status != static_cast<int>(ExitStatus::Passed) || text.isEmpty())
+        return status;
+    return static_cast<int>(ExitStatus::LimitExceeded);
+}
+
 int run(const RunOptions& options)
 {
     TerminalOutput output(options.quiet);
@@ -69,6 +81,8 @@ int main(int argc, char** argv)
         return print(options.message);
     case RunOptions::Outcome::ListPorts:
         return listPorts();
+    case RunOptions::Outcome::CheckPort:
+        return checkPort(options.port);
     case RunOptions::Outcome::Error:
         TerminalOutput(false).complain(options.message);
         return static_cast<int>(ExitStatus::WrongUsage);

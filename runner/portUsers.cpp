@@ -2,7 +2,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QStringList>
 
 #include <algorithm>
 #include <optional>
@@ -101,21 +100,15 @@ QList<PortUser> portOpeners(const QString& path)
     return openers;
 }
 
-QList<PortUser> runningPrograms(const QString& name)
+QList<PortUser> runningPrograms(const QStringList& names)
 {
     QList<PortUser> found;
     for (const qint64 id : processes()) {
         const PortUser process = userWith(id);
-        if (process.program == name)
+        if (names.contains(process.program))
             found += process;
     }
     return found;
-}
-
-bool isPseudoTerminal(const QString& path)
-{
-    const auto node = nodeAt(path);
-    return node && isPseudoTerminal(*node);
 }
 
 QString inUseText(const QList<PortUser>& users)

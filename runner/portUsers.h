@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 /** A process that uses a port. */
 struct PortUser
@@ -25,11 +26,8 @@ QList<PortUser> lockHolders(const QString& path);
  */
 QList<PortUser> portOpeners(const QString& path);
 
-/** The processes that run the program with this name, as the kernel names it. */
-QList<PortUser> runningPrograms(const QString& name);
-
-/** True for a device node `path`, links followed, that is one end of a pseudo-terminal. */
-bool isPseudoTerminal(const QString& path);
+/** The processes that run a program with one of these names, as the kernel names it. */
+QList<PortUser> runningPrograms(const QStringList& names);
 
 /** "in use by", followed by programs and process numbers; "another program" for an empty list. */
 QString inUseText(const QList<PortUser>& users);

@@ -64,6 +64,8 @@ void addOptions(QCommandLineParser& parser)
     parser.addOption({{"h", "help"}, QStringLiteral("Show this help and end.")});
     parser.addOption({{"v", "version"}, QStringLiteral("Show the version and end.")});
     parser.addOption({QStringLiteral("list"), QStringLiteral("List the serial ports and end.")});
+    parser.addOption({QStringLiteral("check"),
+                      QStringLiteral("Tell what would spoil a test on the port, and end.")});
     add("port", QStringLiteral("Device that the module is connected to."), "path");
     add("baud", allowed("Bits per second.", baudList()), "rate", QStringLiteral("115200"));
     for (const IntegerOption& option : integerOptions)
@@ -207,6 +209,8 @@ RunOptions parseRunOptions(const QStringList& arguments)
         options.outcome = RunOptions::Outcome::ListPorts;
     } else {
         ValueReader(parser, options).readAll();
+        if (parser.isSet(QStringLiteral("check")))
+            options.outcome = RunOptions::Outcome::CheckPort;
     }
     if (!options.message.isEmpty())
         options.outcome = RunOptions::Outcome::Error;

@@ -11,7 +11,7 @@
 /** What the command line of packetbrask-run asks for. */
 struct RunOptions
 {
-    enum class Outcome { Run, ListPorts, ShowText, Error };
+    enum class Outcome { Run, ListPorts, CheckPort, ShowText, Error };
 
     Outcome outcome = Outcome::Run;
     QString message; ///< the help, the version, or in one line what is wrong

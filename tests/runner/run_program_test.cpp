@@ -8,7 +8,11 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 /** The built program against the simulated module. */
 class RunProgramTest : public QObject
@@ -21,6 +25,47 @@ private slots:
         Program program(UMOCKDEV_RUN, {"--device", PORT_DESCRIPTION, "--", RUN_PROGRAM, "--list"});
         QCOMPARE(program.status(), 0);
         QVERIFY(program.readAllStandardOutput().contains("/dev/ttyUSB0\tttyUSB0 = USB_Serial\n"));
+    }
+
+    void checksPorts()
+    {
+        const ModuleThread module; // its other end is open, and that is nobody else's use
+        const int line = ::open(qPrintable(module.path()), O_RDWR | O_NOCTTY | O_CLOEXEC);
+        const int device = ::open("/dev/full", O_RDONLY | O_CLOEXEC);
+        // The name of a program that probes ports, for all that others can see.
+        QCOMPARE(::prctl(PR_SET_NAME, "ModemManager"), 0);
+        const QByteArray us = "ModemManager (process " + QByteArray::number(::getpid()) + ")";
+        const QByteArray usbFaults =
+            us + " is running, which may open the port and send to it\n"
+                 "the adapter holds received bytes back for up to 16 ms; to have it 1 ms: echo 1 | "
+                 "sudo tee /sys/devices/usb1/1-1/1-1:1.0/ttyUSB0/latency_timer\n"
+                 "the system may put the adapter to sleep; to prevent that: echo on | sudo tee "
+                 "/sys/devices/usb1/1-1/power/control\n";
+        const auto check = [&us](const QString& path) {
+            Program program(UMOCKDEV_RUN, {"--device", PORT_DESCRIPTION, "--", RUN_PROGRAM,
+                                           "--check", "--port", path});
+            const int status = program.status();
+            const QList<QByteArray> lines = program.readAllStandardOutput().split('\n');
+            QByteArray faults;
+            for (const QByteArray& told : lines) { // what this machine has to say of others aside
+                if (!told.contains("(process ") || told.contains(us))
+                    faults += QByteArray(told).replace(path.toLocal8Bit() + ": ", "") + '\n';
+            }
+            faults.chop(1);
+            return status == (lines.size() > 1 ? 1 : 0) ? faults : QByteArray::number(status);
+        };
+        QCOMPARE(check("/dev/ttyUSB0"), usbFaults);
+        QCOMPARE(check("/dev/ttyACM3"), QByteArray()); // hidden from that program by a rule
+        QCOMPARE(check("/nowhere"), "No such file or directory\n");
+        QCOMPARE(check(module.path()), QByteArray());
+        QCOMPARE(check("/dev/full"),
+                 "no usable serial line: Inappropriate ioctl for device\nin use by " + us + '\n');
+        for (const auto& [path, descriptor] :
+             {std::pair(module.path(), line), {QString("/dev/full"), device}}) {
+            QCOMPARE(::flock(descriptor, LOCK_EX), 0);
+            QCOMPARE(check(path), "in use by " + us + '\n');
+            ::close(descriptor);
+        }
     }
 
     void tellsOfTheAdapter()
