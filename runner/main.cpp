@@ -1,9 +1,9 @@
 #include "link/vnPortEnumerator.h"
+#include "process/SignalWatch.h"
 #include "runner/ExitStatus.h"
 #include "runner/RunSession.h"
 #include "runner/TerminalOutput.h"
 #include "runner/portCheck.h"
-#include "simulator/SignalWatch.h"
 
 #include <QCoreApplication>
 

@@ -1,5 +1,5 @@
+#include "process/SignalWatch.h"
 #include "simulator/LineLink.h"
-#include "simulator/SignalWatch.h"
 #include "simulator/SimulatedModule.h"
 #include "simulator/TerminalView.h"
 #include "simulator/moduleOptions.h"

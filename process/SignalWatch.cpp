@@ -1,4 +1,4 @@
-#include "simulator/SignalWatch.h"
+#include "process/SignalWatch.h"
 
 #include <QSocketNotifier>
 
