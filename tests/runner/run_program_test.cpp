@@ -95,8 +95,9 @@ private slots:
               {ModuleFaults{.delayMs = 5, .jitterMs = 60}, "--max-loss=0", 0}, // echoes overtake
               {ModuleFaults{.baudRate = 38400}, "--max-loss=100", 0}}) {
             ModuleThread module(faults);
-            Program program(RUN_PROGRAM, {"--port", module.path(), "--rate=200", "--max-size=16",
-                                          "--timeout=1000", "--duration=1", "--json=-", option});
+            Program program("setsid", // as a service, which the port may hang up
+                            {RUN_PROGRAM, "--port", module.path(), "--rate=200", "--max-size=16",
+                             "--timeout=1000", "--duration=1", "--json=-", option});
             QCOMPARE(program.status(), reasons == 0 ? 0 : 1);
             const auto seen = QJsonDocument::fromJson(program.readAllStandardOutput());
             QCOMPARE(seen["reasons"].toArray().size(), reasons);
