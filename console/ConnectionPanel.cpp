@@ -121,6 +121,8 @@ void MainWindow::updateConnectionState(bool connected)
     portCombo->setEnabled(!connected);
     baudCombo->setEnabled(!connected);
     refreshButton->setEnabled(!connected);
+    if (!connected && focusWidget() == startButton)
+        connectButton->setFocus(); // and not on to "Clear Stats"
     startButton->setEnabled(connected);
     statusBar()->showMessage(connected ? QStringLiteral("Connected to ") + portCombo->currentText()
                                        : QStringLiteral("Disconnected"));

@@ -111,9 +111,16 @@ void MainWindow::endRecording()
 void MainWindow::setTestRunning(bool running)
 {
     isTestRunning = running;
-    startButton->setEnabled(!running && isConnected);
-    stopButton->setEnabled(running);
+    const bool inUse = focusWidget() == startButton || focusWidget() == stopButton;
     connectButton->setEnabled(!running);
     for (QSpinBox* setting : {ppsSpin, minSizeSpin, maxSizeSpin, timeoutSpin, durationSpin})
         setting->setEnabled(!running);
+
+    // The next key belongs to the run: from a button that goes Qt would move on to "Clear Stats".
+    QPushButton* next = running ? stopButton : isConnected ? startButton : connectButton;
+    next->setEnabled(true);
+    if (inUse)
+        next->setFocus();
+    startButton->setEnabled(!running && isConnected);
+    stopButton->setEnabled(running);
 }

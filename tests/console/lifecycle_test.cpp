@@ -111,6 +111,24 @@ private slots:
         QVERIFY(trouble != "working" || bench.connectTo(module.path()));
     }
 
+    void keepsTheFocusWithTheRun()
+    {
+        const WindowBench bench;
+        const ModuleThread module;
+        const auto pressFocused = [&] {
+            QTest::keyClick(bench.window->focusWidget(), Qt::Key_Space);
+            return bench.window->focusWidget();
+        };
+        QVERIFY(bench.connectTo(module.path()));
+        bench.button("Start Test")->setFocus();
+        QCOMPARE(pressFocused(), bench.button("Stop Test"));
+        QCOMPARE(pressFocused(), bench.button("Stop Test"));
+        QVERIFY(bench.logHas("INFO: Test completed"));
+        QCOMPARE(bench.window->focusWidget(), bench.button("Start Test"));
+        bench.button("Disconnect")->click();
+        QTRY_COMPARE(bench.window->focusWidget(), bench.button("Connect"));
+    }
+
     void recoversFromARefusedStart()
     {
         for (const bool disconnecting : {true, false}) {
