@@ -1,5 +1,6 @@
 #include "console/MainWindow.h"
 
+#include "console/inputHabits.h"
 #include "engine/BraskTestWorker.h"
 #include "engine/metaTypes.h"
 
@@ -71,6 +72,7 @@ void MainWindow::setupMenu()
     file->addSeparator();
     connect(file->addAction(QStringLiteral("E&xit")), &QAction::triggered, this,
             &MainWindow::close);
+    keepStatusText(this);
 }
 
 void MainWindow::setupConnections()

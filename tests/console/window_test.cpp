@@ -226,6 +226,7 @@ private slots:
             QVERIFY(taken.open(QIODevice::WriteOnly) && taken.write("an earlier run\n") > 0);
         }
         bench.startRun(10, 50);
+        bench.window->menuBar()->setActiveAction(bench.window->menuBar()->actions().constFirst());
         const QString fileName = bench.status().section("Logging to: ", 1);
         QVERIFY(fileName.endsWith("_3.csv"));
         QCOMPARE(WindowBench::rowsOf(fileName).size(), 1);
