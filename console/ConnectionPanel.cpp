@@ -1,6 +1,7 @@
 #include "console/MainWindow.h"
 
 #include "console/Caption.h"
+#include "console/inputHabits.h"
 #include "engine/BraskTestWorker.h"
 
 #include <QComboBox>
@@ -34,9 +35,11 @@ QGroupBox* MainWindow::createConnectionGroup()
     portCombo = new QComboBox;
     portCombo->setMinimumWidth(200);
     portCombo->setSizeAdjustPolicy(QComboBox::AdjustToContents); // model names can be long
+    followWheelOnlyFocused(portCombo);
     refreshButton = new QPushButton(QStringLiteral("Refresh"));
     baudCombo = new QComboBox;
     baudCombo->setMinimumWidth(100);
+    followWheelOnlyFocused(baudCombo);
     connectButton = new QPushButton(QStringLiteral("Connect"));
     connectButton->setMinimumWidth(100);
 

@@ -1,6 +1,7 @@
 #include "console/MainWindow.h"
 
 #include "console/Caption.h"
+#include "console/inputHabits.h"
 #include "engine/BraskTestWorker.h"
 
 #include <QGridLayout>
@@ -21,6 +22,7 @@ QSpinBox* makeSpinBox(int lowest, int highest, int value, const QString& suffix)
     box->setRange(lowest, highest);
     box->setValue(value);
     box->setSuffix(suffix);
+    followWheelOnlyFocused(box);
     return box;
 }
 

@@ -116,6 +116,26 @@ private slots:
         QCOMPARE(reached, readingOrder);
     }
 
+    void followsTheWheelOnlyInFocus()
+    {
+        const WindowBench bench;
+        QVERIFY(QTest::qWaitForWindowActive(bench.window.get()));
+        const auto textAfterWheel = [](auto* field, const auto text) {
+            QWheelEvent down(QPointF(5, 5), field->mapToGlobal(QPointF(5, 5)), {}, {0, -120}, {},
+                             {}, Qt::NoScrollPhase, false);
+            QSpontaneKeyEvent::setSpontaneous(&down);
+            qApp->notify(field, &down);
+            return std::invoke(text, field);
+        };
+        auto* timeout = bench.named<QSpinBox>("Timeout:");
+        auto* baudRate = bench.named<QComboBox>("Baud Rate:");
+        baudRate->setCurrentIndex(3);
+        QCOMPARE(textAfterWheel(timeout, &QSpinBox::text), "500 ms");
+        QCOMPARE(textAfterWheel(baudRate, &QComboBox::currentText), "4800");
+        timeout->setFocus();
+        QCOMPARE(textAfterWheel(timeout, &QSpinBox::text), "499 ms");
+    }
+
     void warnsOfWrongInput()
     {
         const WindowBench bench;
