@@ -48,6 +48,13 @@ void MainWindow::createLogView()
     colours.setColor(QPalette::Text, Qt::black);
     colours.setColor(QPalette::PlaceholderText, Qt::darkGray);
     logView->setPalette(colours);
+    // A log that stood at its end does so in less room, too.
+    QScrollBar* bar = logView->verticalScrollBar();
+    connect(bar, &QScrollBar::rangeChanged, bar, [bar, end = 0](int, int maximum) mutable {
+        if (bar->value() >= end)
+            bar->setValue(maximum);
+        end = maximum;
+    });
 }
 
 void MainWindow::appendLog(const QString& type, const QString& msg)

@@ -8,6 +8,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QRegularExpression>
+#include <QScrollBar>
 #include <QTest>
 #include <QTextCursor>
 
@@ -205,6 +206,10 @@ private slots:
             end.movePosition(QTextCursor::End);
             QCOMPARE(end.charFormat().foreground().color().name(), colour);
         }
+        const QScrollBar* bar = bench.logView()->verticalScrollBar();
+        bench.window->resize(900, 400); // too low for the whole log
+        QTRY_VERIFY(bar->maximum() > 0);
+        QCOMPARE(bar->value(), bar->maximum());
         bench.logView()->clear();
         for (int i = 0; i < 10000; ++i)
             say("INFO", QString::number(i));
