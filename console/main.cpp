@@ -1,10 +1,12 @@
 #include "console/MainWindow.h"
+#include "process/SignalWatch.h"
 
 #include <QApplication>
 #include <QIcon>
 
 int main(int argc, char* argv[])
 {
+    SignalWatch::block();
     const QApplication application(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Varnott"));
     QCoreApplication::setApplicationName(QStringLiteral("PacketBrask"));
@@ -14,6 +16,8 @@ int main(int argc, char* argv[])
     QGuiApplication::setWindowIcon(QIcon::fromTheme(QGuiApplication::desktopFileName()));
 
     MainWindow window;
+    const SignalWatch watch;
+    QObject::connect(&watch, &SignalWatch::endRequested, qApp, &QCoreApplication::quit);
     window.show();
     return QApplication::exec();
 }

@@ -186,16 +186,24 @@ class Window(Program):
     def status(self):
         return self.find(Atspi.Role.STATUS_BAR)[0].get_name()
 
-    def close(self):
-        """Leaves through the menu and returns the exit code."""
-        for entry in ("File", "Exit"):
+    def choose(self, *entries):
+        """Takes the way through the menu."""
+        for entry in entries:
             self.press(self.wait(
                 f"menu entry '{entry}'",
                 lambda: next(iter(self.find(Atspi.Role.MENU_ITEM, entry)), None)))
+
+    def ended(self):
+        """Returns the exit code of a window that has been asked to end."""
         try:
             return self.process.wait(20)
         except subprocess.TimeoutExpired as error:
-            raise Failure("the window does not end after File, Exit") from error
+            raise Failure("the window does not end") from error
+
+    def close(self):
+        """Leaves through the menu and returns the exit code."""
+        self.choose("File", "Exit")
+        return self.ended()
 
     def save_picture(self, path):
         window = subprocess.run(

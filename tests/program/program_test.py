@@ -58,8 +58,19 @@ def stalled(module, window, directory):
         module.process.send_signal(signal.SIGCONT)
 
 
+def terminated(_module, window, directory):
+    run_until_echoes(window)
+    window.choose("File", "Save Log...")
+    window.wait("the dialog is open", lambda: window.button("Cancel"))
+    window.process.terminate()
+    if code := window.ended():
+        raise Failure(f"the window ended with {code}")
+    event_rows(directory)
+
+
 def main():
-    scenario = {each.__name__: each for each in (finished, unplugged, stalled)}[sys.argv[1]]
+    scenarios = (finished, unplugged, stalled, terminated)
+    scenario = {each.__name__: each for each in scenarios}[sys.argv[1]]
     with tempfile.TemporaryDirectory(prefix="packetbrask-") as directory, \
             Module(sys.argv[2], directory) as module, Window(sys.argv[3], directory) as window:
         scenario(module, window, directory)
