@@ -1,7 +1,9 @@
 #pragma once
 
+#include <QFile>
 #include <QProcess>
 
+#include <algorithm>
 #include <filesystem>
 #include <utility>
 
@@ -30,12 +32,17 @@ struct Program : QProcess
     QByteArray errors; ///< of standard error, up to the last of these calls
 };
 
-/** The descriptors and the threads that this process has. */
+/** The descriptors and the threads that this process has, without those that Qt paints with. */
 inline std::pair<qsizetype, qsizetype> processUse()
 {
     const auto entries = [](const char* path) {
         const std::filesystem::directory_iterator first(path);
         return std::distance(begin(first), end(first));
     };
-    return {entries("/proc/self/fd"), entries("/proc/self/task")};
+    const std::filesystem::directory_iterator threads("/proc/self/task");
+    const auto painting = std::count_if(begin(threads), end(threads), [](const auto& thread) {
+        QFile name(thread.path() / "comm");
+        return name.open(QIODevice::ReadOnly) && name.readAll() == "Thread (pooled)\n";
+    });
+    return {entries("/proc/self/fd") - painting, entries("/proc/self/task") - painting};
 }
