@@ -1,4 +1,5 @@
 #include "console/MainWindow.h"
+#include "console/fitToScreen.h"
 #include "process/SignalWatch.h"
 
 #include <QApplication>
@@ -18,6 +19,7 @@ int main(int argc, char* argv[])
     MainWindow window;
     const SignalWatch watch;
     QObject::connect(&watch, &SignalWatch::endRequested, qApp, &QCoreApplication::quit);
+    fitToScreen(&window);
     window.show();
     return QApplication::exec();
 }

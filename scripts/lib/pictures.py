@@ -39,12 +39,14 @@ def set_look(look):
                         + (DARK if look == "dark" else ""), encoding="utf-8")
 
 
-def take_focus(window):
-    """What the window manager of a desktop does for a new window."""
+def take_focus(window, fill_screen):
+    """What the window manager of a desktop does for a new window, or to maximise it."""
     window_id = subprocess.run(
         ["xdotool", "search", "--onlyvisible", "--pid", str(window.process.pid)],
         check=True, capture_output=True, text=True, timeout=20).stdout.split()[0]
     xdotool("windowfocus", "--sync", window_id)
+    if fill_screen:
+        xdotool("windowmove", window_id, 0, 0, "windowsize", window_id, "100%", "100%")
 
 
 def press(window, name):
@@ -63,8 +65,13 @@ def press(window, name):
 
 
 def check_places(window):
-    """Nothing may stick out of the window."""
+    """Nothing may stick out of the window, nor that out of the screen."""
     frame = extents(window.find(Atspi.Role.FRAME)[0])
+    screen = subprocess.run(["xdotool", "getdisplaygeometry"], check=True, capture_output=True,
+                            text=True, timeout=20).stdout.split()
+    width, height = (int(side) / int(os.environ.get("QT_SCALE_FACTOR", "1")) for side in screen)
+    if frame.width > width or frame.height > height:
+        raise Failure(f"the window of {frame.width} x {frame.height} is larger than the screen")
     for role in (Atspi.Role.LABEL, Atspi.Role.PUSH_BUTTON, Atspi.Role.COMBO_BOX,
                  Atspi.Role.SPIN_BUTTON):
         for widget in window.find(role):
@@ -82,7 +89,7 @@ def main():
             Window(program, directory) as window:
         window.wait(f"the port list shows '{PORT_TEXT}'",
                     lambda: window.find(Atspi.Role.COMBO_BOX, PORT_TEXT))
-        take_focus(window)
+        take_focus(window, look == "wide")
         press(window, "Connect")
         window.wait("connected", lambda: window.button("Disconnect"))
         press(window, "Start Test")

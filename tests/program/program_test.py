@@ -11,6 +11,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts" /
 from bench import Failure, Module, Window  # noqa: E402  (found by the line above)
 from demo_run import (connect, event_rows, finished_run, run_script,  # noqa: E402
                       start_run, wait_for_the_end)
+from pictures import check_places  # noqa: E402
 
 # At the default time-out of 500 ms the end of a run waits 1.5 s for replies. The rest is leeway.
 END_SECONDS = 1.5 + 3
@@ -73,6 +74,7 @@ def main():
     scenario = {each.__name__: each for each in scenarios}[sys.argv[1]]
     with tempfile.TemporaryDirectory(prefix="packetbrask-") as directory, \
             Module(sys.argv[2], directory) as module, Window(sys.argv[3], directory) as window:
+        check_places(window)
         scenario(module, window, directory)
 
 
