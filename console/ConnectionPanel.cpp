@@ -1,6 +1,7 @@
 #include "console/MainWindow.h"
 
 #include "console/Caption.h"
+#include "console/ElidingComboBox.h"
 #include "console/inputHabits.h"
 #include "engine/BraskTestWorker.h"
 
@@ -32,9 +33,9 @@ QPalette darkTextOnGreen()
 
 QGroupBox* MainWindow::createConnectionGroup()
 {
-    portCombo = new QComboBox;
+    portCombo = new ElidingComboBox; // model names can be long
     portCombo->setMinimumWidth(200);
-    portCombo->setSizeAdjustPolicy(QComboBox::AdjustToContents); // model names can be long
+    portCombo->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     followWheelOnlyFocused(portCombo);
     refreshButton = new QPushButton(QStringLiteral("Refresh"));
     baudCombo = new QComboBox;
@@ -85,6 +86,7 @@ void MainWindow::showPorts(const QList<portInfo>& ports)
     for (const portInfo& port : ports) {
         const QString text = port.description.isEmpty() ? port.portName : port.description;
         portCombo->addItem(text, port.portName);
+        portCombo->setItemData(portCombo->count() - 1, text, Qt::ToolTipRole);
         qDebug() << "  Added port:" << text << "path:" << port.portName;
     }
     statusBar()->showMessage(QStringLiteral("Found %1 port(s)").arg(ports.size()), resultMessageMs);

@@ -55,9 +55,13 @@ void MainWindow::setupUi()
 {
     auto* central = new QWidget(this);
     auto* layout = new QVBoxLayout(central);
-    layout->addWidget(createConnectionGroup());
-    layout->addWidget(createTestConfigGroup());
-    layout->addWidget(createStatisticsGroup());
+    layout->setAlignment(Qt::AlignTop); // where the window is higher than all of it may become
+    for (QGroupBox* group :
+         {createConnectionGroup(), createTestConfigGroup(), createStatisticsGroup()}) {
+        // The room of the first size is theirs; more would only move things that belong together.
+        group->setMaximumHeight(group->sizeHint().height() * 3 / 2);
+        layout->addWidget(group);
+    }
     createLogView();
     layout->addWidget(logView);
     setCentralWidget(central);

@@ -19,6 +19,7 @@ QLabel* addFigure(QGridLayout* layout, int row, int column, const QString& capti
     value->setStyleSheet(styleSheet);
     layout->addWidget(makeCaption(caption, value), row, column);
     layout->addWidget(value, row, column + 1);
+    layout->setColumnStretch(column + 1, 1);
     return value;
 }
 

@@ -60,6 +60,8 @@ QGroupBox* MainWindow::createTestConfigGroup()
     addSetting(layout, 1, 2, QStringLiteral("Duration:"), durationSpin, 2);
     layout->addWidget(startButton, 1, 5);
     layout->addWidget(clearStatsButton, 1, 6);
+    for (const int column : {1, 3, 5})
+        layout->setColumnStretch(column, 1);
     return group;
 }
 

@@ -137,6 +137,21 @@ private slots:
         QCOMPARE(textAfterWheel(timeout, &QSpinBox::text), "499 ms");
     }
 
+    void fitsSmallAndWideScreens()
+    {
+        const WindowBench bench;
+        auto* ports = bench.named<QComboBox>("Port:");
+        ports->setItemText(0, QString(300, 'x'));
+        bench.window->resize(900, 450); // a screen of 960 x 540 without frame and panel
+        QCOMPARE(bench.window->size(), QSize(900, 450));
+        QHelpEvent hover(QEvent::ToolTip, QPoint(5, 5), QPoint(5, 5));
+        QApplication::sendEvent(ports, &hover);
+        QCOMPARE(ports->toolTip(), ports->currentText());
+        bench.window->resize(1920, 1000);
+        const auto* sent = bench.named<QLabel>("Packets Sent:");
+        QTRY_VERIFY(sent->x() < 150 && sent->width() > 200 && bench.logView()->y() < 500);
+    }
+
     void warnsOfWrongInput()
     {
         const WindowBench bench;
