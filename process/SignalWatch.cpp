@@ -19,17 +19,14 @@ sigset_t watchedSignals()
     return set;
 }
 
-/**
- * A session leader that gives a terminal up, as is done with a port that became one, hangs itself
- * up. And who starts a program with hang-ups ignored means it; what is blocked comes all the same.
- */
+/** Who starts a program with hang-ups ignored means it; what is blocked comes all the same. */
 bool isRequest(const signalfd_siginfo& info)
 {
     if (info.ssi_signo != SIGHUP)
         return true;
     struct sigaction action = {};
     sigaction(SIGHUP, nullptr, &action);
-    return action.sa_handler != SIG_IGN && info.ssi_pid != static_cast<uint32_t>(::getpid());
+    return action.sa_handler != SIG_IGN;
 }
 
 } // namespace

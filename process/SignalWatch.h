@@ -4,8 +4,8 @@
 
 /**
  * Turns the requests to end (SIGINT, SIGTERM, SIGHUP) into a Qt signal, so that the program ends in
- * an orderly way. A hang-up is none while it is ignored, as under nohup, nor one that the process
- * raised itself. Lives on the thread that makes it, which needs an event loop.
+ * an orderly way. A hang-up is none while it is ignored, as under nohup. Lives on the thread that
+ * makes it, which needs an event loop.
  */
 class SignalWatch : public QObject
 {
