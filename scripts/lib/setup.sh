@@ -3,15 +3,20 @@
 
 # To build the programs, and to run the window with a simulated module.
 # shellcheck disable=SC2034  # read by the scripts that source this file
-run_packages=(g++ cmake ninja-build pkg-config qt6-base-dev libudev-dev umockdev fonts-dejavu-core)
+run_packages=(g++ cmake ninja-build pkg-config qt6-base-dev libudev-dev libboost-dev umockdev
+    fonts-dejavu-core)
 
 # To drive the window on a virtual screen and to take its picture.
 # shellcheck disable=SC2034  # read by the scripts that source this file
 gui_packages=(xvfb xdotool dbus at-spi2-core python3 python3-gi gir1.2-atspi-2.0 imagemagick)
 
+# To check the reports of real runs.
+# shellcheck disable=SC2034  # read by the scripts that source this file
+report_packages=(python3 python3-jsonschema)
+
 # To build the benchmarks and to run them on a virtual screen.
 # shellcheck disable=SC2034  # read by the scripts that source this file
-bench_packages=(libbenchmark-dev libboost-dev libxcb1-dev xvfb python3)
+bench_packages=(libbenchmark-dev libxcb1-dev xvfb python3)
 
 # To build the fuzzers, to name the lines of what they find and to tell what they reach.
 # shellcheck disable=SC2034  # read by the scripts that source this file

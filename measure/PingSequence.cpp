@@ -1,0 +1,53 @@
+#include "measure/PingSequence.h"
+
+namespace {
+
+constexpr std::size_t usuallyHeld = 2048; ///< twice what the engine leaves open
+constexpr std::size_t remembered = 65536;
+
+} // namespace
+
+PingSequence::PingSequence() : ring(usuallyHeld), answered(remembered) {}
+
+void PingSequence::clear()
+{
+    first = next = 0;
+}
+
+void PingSequence::begin(quint64 id, int sizeBytes, qint64 sentNs)
+{
+    Q_ASSERT(id == next);
+    if (next - first == ring.size())
+        grow();
+    held(id) = {{id, sizeBytes, PingFate::NotSent, sentNs, -1}, true};
+    next = id + 1;
+}
+
+void PingSequence::end(quint64 id, PingFate fate, qint64 roundTripNs)
+{
+    Q_ASSERT(id >= first && id < next && held(id).open);
+    held(id).ping.fate = fate;
+    held(id).ping.roundTripNs = roundTripNs;
+    held(id).open = false;
+    answered[id % remembered] = roundTripNs >= 0;
+}
+
+std::optional<PingRecord> PingSequence::takeEnded()
+{
+    if (first == next || held(first).open)
+        return std::nullopt;
+    return held(first++).ping;
+}
+
+bool PingSequence::wasAnswered(quint64 id) const
+{
+    return id < next && next - id <= remembered && answered[id % remembered];
+}
+
+void PingSequence::grow()
+{
+    std::vector<Held> larger(ring.size() * 2);
+    for (quint64 id = first; id < next; ++id)
+        larger[id % larger.size()] = held(id);
+    ring.swap(larger);
+}

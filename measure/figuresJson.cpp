@@ -1,0 +1,115 @@
+#include "measure/figuresJson.h"
+
+#include "link/vnPacketComs.h"
+
+#include <QJsonArray>
+#include <QString>
+
+#include <cmath>
+
+namespace {
+
+double roundedTo(int decimals, double value)
+{
+    const double scale = std::pow(10, decimals);
+    return std::round(value * scale) / scale;
+}
+
+QJsonValue us(const std::optional<double>& value)
+{
+    return value ? QJsonValue(roundedTo(1, *value)) : QJsonValue();
+}
+
+QJsonValue count(quint64 value)
+{
+    return static_cast<qint64>(value);
+}
+
+template <typename Record>
+QJsonValue us(const std::optional<Record>& record, double Record::*figure)
+{
+    return record ? us((*record).*figure) : QJsonValue();
+}
+
+QJsonObject latency(const RunFigures& figures)
+{
+    using Latency = RunFigures::Latency;
+    const std::optional<Latency>& all = figures.latencyUs;
+    return {
+        {"minimum", us(all, &Latency::minimum)},
+        {"mean", us(all, &Latency::mean)},
+        {"p50", us(all, &Latency::p50)},
+        {"p90", us(all, &Latency::p90)},
+        {"p99", us(all, &Latency::p99)},
+        {"p999", us(all, &Latency::p999)},
+        {"maximum", us(all, &Latency::maximum)},
+        {"standardDeviation", us(all, &Latency::standardDeviation)},
+    };
+}
+
+QJsonArray histogram(const RunFigures& figures)
+{
+    QJsonArray bins;
+    for (const LatencyHistogram::Bin& bin : figures.latencyHistogram)
+        bins.append(
+            QJsonArray{roundedTo(3, bin.lowerUs), roundedTo(3, bin.upperUs), count(bin.count)});
+    return bins;
+}
+
+QJsonArray seconds(const RunFigures& figures)
+{
+    QJsonArray spans;
+    for (const TimeSpan& span : figures.spans)
+        spans.append(QJsonObject{
+            {"start", span.startSec},
+            {"length", roundedTo(3, span.lengthSec)},
+            {"sent", count(span.sent)},
+            {"received", count(span.received)},
+            {"lost", count(span.lost)},
+            {"p50Us", us(span.p50Us)},
+            {"maximumUs", us(span.maximumUs)},
+        });
+    return spans;
+}
+
+QJsonObject unexpected(const RunFigures::Unexpected& arrived)
+{
+    QJsonArray errorReplies;
+    for (const auto& [code, replies] : arrived.errorReplies)
+        errorReplies.append(QJsonObject{
+            {"code", code},
+            {"text", vnPacketComs::errorText(static_cast<uint32_t>(code))},
+            {"count", count(replies)},
+        });
+    return {
+        {"lateEchoes", count(arrived.lateEchoes)},
+        {"repeatedEchoes", count(arrived.repeatedEchoes)},
+        {"unknownEchoes", count(arrived.unknownEchoes)},
+        {"shortEchoes", count(arrived.shortEchoes)},
+        {"reports", count(arrived.reports)},
+        {"otherPackets", count(arrived.otherPackets)},
+        {"errorReplies", errorReplies},
+    };
+}
+
+} // namespace
+
+QJsonObject figuresJson(const RunFigures& figures)
+{
+    using SendLag = RunFigures::SendLag;
+    return {
+        {"latencyUs", latency(figures)},
+        {"sendLagUs", QJsonObject{{"p99", us(figures.sendLagUs, &SendLag::p99)},
+                                  {"maximum", us(figures.sendLagUs, &SendLag::maximum)}}},
+        {"latencyHistogramUs", histogram(figures)},
+        {"seconds", seconds(figures)},
+        {"lossCauses", QJsonObject{{"noEchoInTime", count(figures.lossCauses.noEchoInTime)},
+                                   {"noEchoAtEnd", count(figures.lossCauses.noEchoAtEnd)},
+                                   {"changedEcho", count(figures.lossCauses.changedEcho)}}},
+        {"sendFailures", count(figures.sendFailures)},
+        {"lossBursts", QJsonObject{{"count", count(figures.lossBursts.count)},
+                                   {"longest", count(figures.lossBursts.longest)}}},
+        {"unexpected", unexpected(figures.unexpected)},
+        {"outOfOrderEchoes", count(figures.outOfOrderEchoes)},
+    };
+}

@@ -1,0 +1,226 @@
+#include "measure/PingSink.h"
+#include "measure/RunMeasurement.h"
+#include "measure/figuresJson.h"
+
+#include <QJsonDocument>
+#include <QTest>
+
+#include <malloc.h>
+
+#include <atomic>
+#include <cmath>
+#include <functional>
+#include <map>
+#include <random>
+#include <thread>
+
+namespace {
+
+constexpr qint64 nsPerSec = 1'000'000'000;
+
+struct Told : PingSink
+{
+    QByteArray fates;
+    void pingEnded(const PingRecord& ping) override
+    {
+        fates += qint64(ping.id) == fates.size() ? "RALEC-"[int(ping.fate)] : '?';
+    }
+};
+
+/** Tells one event a millisecond, each a word: what happened, and to which ping. */
+void play(RunMeasurement& run, const QString& script)
+{
+    quint64 next = 0, id = 0;
+    qint64 at = 7 * nsPerSec;
+    const auto ping = [&] { return PingObserver::Sent{next++, 8, at - 2500, at}; };
+    const auto echo = [&](bool afterEnd) {
+        return PingObserver::Echo{id, at, (afterEnd ? 9 : 1 + qint64(id)) * 1'000'040, afterEnd};
+    };
+    const std::map<QChar, std::function<void()>> tell{
+        {'s', [&] { run.pingSent(ping()); }},
+        {'f', [&] { run.sendFailed(next++, 8, at); }},
+        {'m', [&] { run.echoMatched(echo(false)); }},
+        {'a', [&] { run.echoMatched(echo(true)); }},
+        {'c', [&] { run.echoChanged(echo(false)); }},
+        {'g', [&] { run.pingGivenUp(id, at, false); }},
+        {'e', [&] { run.pingGivenUp(id, at, true); }},
+        {'o', [&] { run.otherArrived(PingObserver::Other(id % 10), id / 10, at); }},
+        {'x', [&] { run.errorReplied(int(id), at); }},
+        {'.', [&] { run.sendingEnded(at); }}};
+    run.runBegan(at);
+    for (const QString& word : script.split(' ')) {
+        id = word.mid(1).toULongLong();
+        at += 1'000'000;
+        tell.at(word[0])();
+    }
+    run.runEnded(at);
+}
+
+} // namespace
+
+/** What the figures of a run are made of, from round trips to the report's fields. */
+class MeasureTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void measuresRoundTrips()
+    {
+        std::mt19937 random(1);
+        // How a round trip in us follows from a random share, and how far off a percentile may be.
+        for (const auto& [name, drawUs, tolerance] :
+             {std::tuple(
+                  "even", +[](double u) { return 300 + 700 * u; }, 0.004),
+              {"all sizes", [](double u) { return std::pow(10, 0.05 + 7.55 * u); }, 0.02},
+              {"far apart", [](double u) { return 0.9 + 2e6 * std::floor(u / 0.9); }, 0.02}}) {
+            std::vector<double> exact;
+            std::array<LatencyHistogram, 2> halves;
+            double sum = 0, squares = 0, counted = 0;
+            for (int i = 0; i < 20'000; ++i) {
+                const auto ns = qint64(drawUs(double(random()) / 0x1p32) * 1000);
+                halves[std::size_t(i % 3 / 2)].add(ns);
+                exact.push_back(double(ns) / 1000);
+                sum += exact.back();
+                squares += exact.back() * exact.back();
+            }
+            const LatencyHistogram& all = halves[0];
+            halves[0].merge(halves[1]);
+            std::sort(exact.begin(), exact.end());
+            for (const double q : {0.0005, 0.5, 0.9, 0.99, 0.999, 1.0}) {
+                const double wanted = exact[std::size_t(std::ceil(q * 20'000)) - 1];
+                QVERIFY2(std::abs(*all.percentileUs(q) / wanted - 1) <= tolerance, name);
+            }
+            for (const auto& [lowerUs, upperUs, count] : all.bins()) {
+                QVERIFY(upperUs <= lowerUs * 1.02 || upperUs == 1 || upperUs == exact.back());
+                counted += double(count);
+            }
+            QCOMPARE(counted, 20'000);
+            QCOMPARE(all.meanUs(), sum / 20'000);
+            QCOMPARE(float(std::pow(all.standardDeviationUs(), 2)),
+                     float(squares / 20'000 - std::pow(sum / 20'000, 2)));
+            QCOMPARE(all.minimumUs() + all.maximumUs(), exact.front() + exact.back());
+        }
+    }
+
+    void dividesRunsOfAnyLengthInLittleMemory()
+    {
+        for (const auto& [endSec, count, lengthSec, lastSec] : {std::tuple(0.5, 1U, 1, 0.5),
+                                                                {3600, 3600U, 1, 1},
+                                                                {3600.001, 1801U, 2, 0.001},
+                                                                {7203.25, 1801U, 4, 3.25},
+                                                                {86401.5, 2701U, 32, 1.5}}) {
+            const auto before = mallinfo2();
+            RunMeasurement run;
+            run.runBegan(0);
+            quint64 id = 0;
+            for (; id < 4 * quint64(std::ceil(endSec)); ++id) {
+                run.pingSent({id, 8, -1, qint64(id / 4) * nsPerSec});
+                run.pingGivenUp(id, 0, false); // told too late for its span
+            }
+            run.sendingEnded(std::llround(endSec * 1e9));
+            run.otherArrived(PingObserver::Other::Report, 0, 0);
+            const auto after = mallinfo2();
+            QVERIFY(after.uordblks + after.hblkhd < before.uordblks + before.hblkhd + 1'000'000);
+            const std::vector<TimeSpan> all = run.figures().spans;
+            QCOMPARE(all.size(), count);
+            for (std::size_t i = 0; i < count; ++i) {
+                QCOMPARE(all[i].startSec, qint64(i) * lengthSec);
+                QCOMPARE(all[i].lengthSec, i + 1 < count ? lengthSec : lastSec);
+                QCOMPARE(all[i].sent, quint64(4 * std::ceil(all[i].lengthSec)));
+                QVERIFY(all[i].lost == all[i].sent && !all[i].p50Us);
+            }
+        }
+    }
+
+    void keepsUpWithALongRun()
+    {
+        RunMeasurement run;
+        std::atomic<bool> agrees = true;
+        std::thread reader([&] {
+            for (int i = 0; i < 500; ++i) {
+                const RunFigures now = run.figures();
+                quint64 sent = 0;
+                for (const TimeSpan& span : now.spans)
+                    sent += span.sent;
+                agrees = agrees && sent == now.sent;
+            }
+        });
+        std::vector<std::vector<double>> exact(1950);
+        run.runBegan(0);
+        quint64 id = 0;
+        for (int ms = 0; ms < 7'800'000;
+             ms += std::array{10, 100, 1000, 9000}[std::size_t(ms) / 9000 % 4]) {
+            const qint64 tripNs = 500'000 + qint64(id * id % 9001) * 1000;
+            run.pingSent({id, 8, -1, ms * 1'000'000LL});
+            run.echoMatched({id++, ms * 1'000'000LL + tripNs, tripNs, false});
+            exact[std::size_t(ms / 4000)].push_back(double(tripNs) / 1000);
+        }
+        run.runEnded(7800 * nsPerSec);
+        reader.join();
+        QVERIFY(agrees && run.lastSecond()->startSec == 7799 && !run.figures().sendLagUs);
+        const std::vector<TimeSpan> spans = run.figures().spans;
+        for (std::size_t i = 0; i < exact.size(); ++i) {
+            std::sort(exact[i].begin(), exact[i].end());
+            QCOMPARE(spans[i].received, exact[i].size());
+            QCOMPARE(spans[i].maximumUs.value_or(0), exact[i].empty() ? 0 : exact[i].back());
+            const double p50Us = exact[i].empty() ? 1 : exact[i][(exact[i].size() - 1) / 2];
+            QVERIFY(std::abs(spans[i].p50Us.value_or(1) / p50Us - 1) <= 0.02);
+        }
+    }
+
+    void followsPings()
+    {
+        QString many = "s m0 s";
+        QString back = " m70000";
+        for (int id = 2; id <= 70'000; ++id) {
+            many += " s";
+            back += QString(" m%1").arg(70'001 - id);
+        }
+        // Fates in order; bursts, the longest, late echoes, repeated ones.
+        for (const auto& [script, fates, counts] :
+             {std::tuple(QString("s f s s f s g0 g2 m3 . e5"), QByteArray("L-LR-E"),
+                         QList<quint64>{2, 2, 0, 0}),
+              {"s s s s g0 m1 c2 o00 o10 o20 o00 g3", "LRCL", {2, 2, 2, 2}},
+              {many + back + " o700000 o44650 o44640", QByteArray(70'001, 'R'), {0, 0, 1, 2}}}) {
+            Told told;
+            RunMeasurement run(&told);
+            play(run, script);
+            QCOMPARE(told.fates, fates);
+            const auto& [count, longest] = run.figures().lossBursts;
+            const RunFigures::Unexpected echoes = run.figures().unexpected;
+            const QList got{count, longest, echoes.lateEchoes, echoes.repeatedEchoes};
+            QCOMPARE(got, counts);
+        }
+    }
+
+    void reports()
+    {
+        RunMeasurement run;
+        play(run, "s s s s s s s m6 f g0 g1 x7 " + QString("o1 ").repeated(1987) + "m2");
+        QCOMPARE(run.figures().spans.size(), 3U); // ends with what begins its third second
+        play(run, "s s f s s s s m5 m0 m1 c3 g4 o1 o2 o2 o3 o4 x2 x200 x2 . a6");
+        const QByteArray expected = R"({
+            "latencyUs": {"minimum": 1000, "mean": 4500.2, "p50": 2036.3, "p90": 8993.4,
+                "p99": 8999.7, "p999": 9000.3, "maximum": 9000.4, "standardDeviation": 3201.7},
+            "sendLagUs": {"p99": 2.5, "maximum": 2.5},
+            "latencyHistogramUs": [[998.718, 1018.679, 1], [1996.396, 2036.297, 1],
+                [5928.410, 6046.897, 1], [8982.98, 9162.518, 1]],
+            "seconds": [{"start": 0, "length": 0.022, "sent": 6, "received": 4, "lost": 2,
+                "p50Us": 2036.3, "maximumUs": 9000.4}],
+            "lossCauses": {"noEchoInTime": 1, "noEchoAtEnd": 0, "changedEcho": 1},
+            "sendFailures": 1, "lossBursts": {"count": 1, "longest": 2}, "outOfOrderEchoes": 2,
+            "unexpected": {"lateEchoes": 0, "repeatedEchoes": 0, "unknownEchoes": 1,
+                "shortEchoes": 2, "reports": 1, "otherPackets": 1,
+                "errorReplies": [{"code": 2, "text": "Unknown command", "count": 2},
+                                 {"code": 200, "text": "Unknown error", "count": 1}]}})";
+        QCOMPARE(QJsonDocument(figuresJson(run.figures())).toJson(),
+                 QJsonDocument::fromJson(expected).toJson());
+        QCOMPARE(run.figures().sendingNs, 21'000'000);
+        play(run, ".");
+        const QJsonObject nothing = figuresJson(run.figures());
+        QVERIFY(nothing["latencyUs"]["p50"].isNull() && nothing["sendLagUs"]["p99"].isNull());
+    }
+};
+
+QTEST_GUILESS_MAIN(MeasureTest)
+#include "measure_test.moc"
