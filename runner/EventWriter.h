@@ -1,7 +1,6 @@
 #pragma once
 
-#include <QFile>
-#include <QString>
+#include "runner/RowFile.h"
 
 class QDateTime;
 
@@ -9,29 +8,16 @@ class QDateTime;
 class EventWriter
 {
 public:
-    /**
-     * Makes the file and writes its first line. False with fault() when it cannot; whatever is at
-     * `path` already, a link included, is such a case and stays as it is. Not for an open file.
-     */
+    /** Makes the file and writes its first line; result and fault() as of RowFile::open(). */
     bool open(const QString& path);
-
-    /**
-     * Appends one row, which has reached the system when this returns. False with fault() when the
-     * row could not be written whole: it is then cut off again, and the file is closed. True, and
-     * nothing done, on a file that is not open.
-     */
+    /** Appends one row; result and fault() as of RowFile::append(). */
     bool add(const QDateTime& time, const QString& type, const QString& message);
-
-    /** Closes the file. False with fault() when the system reports a late write error. */
-    bool close();
+    /** See RowFile::close(). */
+    bool close() { return file.close(); }
 
     /** The first thing that went wrong, in one line; empty: nothing. */
-    QString fault() const { return faultText; }
+    QString fault() const { return file.fault(); }
 
 private:
-    bool write(const QString& text);
-    bool fail(const QString& reason);
-
-    QFile file;
-    QString faultText;
+    RowFile file{QStringLiteral("the event file")};
 };

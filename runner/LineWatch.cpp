@@ -1,13 +1,8 @@
 #include "runner/LineWatch.h"
 
-bool LineWatch::isLostWith(const QString& message, qint64 nowMs)
+bool LineWatch::failed(qint64 atNs)
 {
-    static const QString wording = QStringLiteral("Failed to send packet ");
-    if (!message.startsWith(wording))
-        return false;
-    const quint64 id = QStringView(message).mid(wording.size()).toULongLong();
-    if (!lastFailedId || id != *lastFailedId + 1)
-        failingSinceMs = nowMs;
-    lastFailedId = id;
-    return nowMs - failingSinceMs > toleranceMs;
+    if (!failingSinceNs)
+        failingSinceNs = atNs;
+    return atNs - *failingSinceNs > toleranceNs;
 }

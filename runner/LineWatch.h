@@ -1,30 +1,25 @@
 #pragma once
 
-#include <QString>
 #include <QtGlobal>
 
 #include <optional>
 
 /**
- * Tells when a line is lost: every ping for longer than the time-out could not be sent.
+ * Tells when a line is lost: for longer than the time-out no ping could be sent.
  *
- * The engine reports each failed send with the ping's sequence id, and a failed send uses up its id
- * too. Ids that follow one another therefore mean that nothing was sent in between.
+ * Moments are nanoseconds of any one steady clock. Plain value; one thread at a time.
  */
 class LineWatch
 {
 public:
-    explicit LineWatch(int timeoutMs) : toleranceMs(timeoutMs) {}
+    explicit LineWatch(int timeoutMs) : toleranceNs(timeoutMs * qint64{1'000'000}) {}
 
-    /**
-     * Takes note of one line of the engine, which came at `nowMs` of any clock that runs steadily.
-     * True when it is the failed send with which the line counts as lost, and with each later one
-     * of the same row.
-     */
-    bool isLostWith(const QString& message, qint64 nowMs);
+    /** A ping was sent, or a run begins. */
+    void sent() { failingSinceNs.reset(); }
+    /** A ping could not be sent; true when the line counts as lost, now or already before. */
+    bool failed(qint64 atNs);
 
 private:
-    int toleranceMs;
-    std::optional<quint64> lastFailedId;
-    qint64 failingSinceMs = 0;
+    qint64 toleranceNs;
+    std::optional<qint64> failingSinceNs; ///< the first failure behind the last ping sent
 };

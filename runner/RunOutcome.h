@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/TestStats.h"
+#include "measure/RunFigures.h"
 
 #include <QDateTime>
 #include <QJsonValue>
@@ -10,11 +11,17 @@
 struct RunOutcome
 {
     TestStats stats;      ///< as the engine last reported
-    QDateTime end;        ///< when the engine reported the run's end, local time
-    qint64 sendingMs = 0; ///< from the start until the last ping could be sent; 0: not begun
+    RunFigures figures{}; ///< of the finished run
+    qint64 lastedMs = 0;  ///< from the run's start to its end, final wait included; steady clock
     bool lineLost = false;
-    QString outputFault;     ///< why the event file is incomplete; empty: it is not
+    QString outputFault{};   ///< why the event file or the ping file is incomplete; empty: neither
     QJsonValue host{};       ///< see hostFacts()
     QJsonValue adapter{};    ///< see toJson(PortAdapter)
     QJsonValue lineErrors{}; ///< see LineErrors::sinceStart()
+
+    /** Local time. */
+    QDateTime start() const { return QDateTime::fromMSecsSinceEpoch(stats.startTime); }
+    QDateTime end() const { return start().addMSecs(lastedMs); }
+    /** From the start until the last ping could be sent; 0: not begun. */
+    double sendingSeconds() const { return static_cast<double>(figures.sendingNs) / 1e9; }
 };

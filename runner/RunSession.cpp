@@ -1,10 +1,13 @@
 #include "runner/RunSession.h"
 
 #include "engine/BraskTestWorker.h"
+#include "engine/ExactTiming.h"
+#include "engine/WindowTiming.h"
 #include "engine/metaTypes.h"
 #include "runner/ExitStatus.h"
 #include "runner/TerminalOutput.h"
 #include "runner/hostFacts.h"
+#include "runner/junitReport.h"
 #include "runner/lineCapacity.h"
 #include "runner/openFault.h"
 #include "runner/portAdapter.h"
@@ -13,6 +16,7 @@
 #include "runner/statusText.h"
 
 #include <QCoreApplication>
+#include <QJsonDocument>
 
 namespace {
 
@@ -21,8 +25,9 @@ constexpr int statusMs = 1000;
 } // namespace
 
 RunSession::RunSession(const RunOptions& asked, TerminalOutput& terminal, QObject* parent)
-    : QObject(parent), options(asked), output(terminal), worker(new BraskTestWorker),
-      lineWatch(asked.config.timeoutMs)
+    : QObject(parent), options(asked), output(terminal),
+      observer(asked.pingPath.isEmpty() ? nullptr : &pings, asked.config.timeoutMs),
+      worker(makeEngine())
 {
     registerEngineTypes();
     statusTimer.setTimerType(Qt::PreciseTimer); // or seconds would be shown twice
@@ -36,6 +41,18 @@ RunSession::~RunSession()
     thread.wait();
 }
 
+BraskTestWorker* RunSession::makeEngine()
+{
+    BraskTestWorker::Setup setup;
+    if (options.timing == RunOptions::Timing::Exact)
+        setup.timing = std::make_unique<ExactTiming>();
+    else
+        setup.timing = std::make_unique<WindowTiming>();
+    setup.observer = &observer;
+    setup.writesScreen = options.writesScreen;
+    return new BraskTestWorker(std::move(setup));
+}
+
 void RunSession::startEngine()
 {
     worker->moveToThread(&thread);
@@ -45,6 +62,11 @@ void RunSession::startEngine()
     connect(worker, &BraskTestWorker::logMessage, this, &RunSession::onLogMessage);
     connect(worker, &BraskTestWorker::testCompleted, this, &RunSession::onTestCompleted);
     connect(worker, &BraskTestWorker::statisticsUpdated, this, &RunSession::onStatisticsUpdated);
+    // Sent from the engine's thread, although the observer lives in this one.
+    connect(&observer, &RunObserver::began, this, &RunSession::onRunBegan, Qt::QueuedConnection);
+    connect(&observer, &RunObserver::stoppedSending, this, &RunSession::onStoppedSending,
+            Qt::QueuedConnection);
+    connect(&observer, &RunObserver::lineLost, this, &RunSession::onLineLost, Qt::QueuedConnection);
     thread.start();
 }
 
@@ -88,18 +110,33 @@ void RunSession::onErrorOccurred(const QString& error)
         output.complain(error);
 }
 
+/** Why not all files can be written, in one line; empty when they can. */
+QString RunSession::openOutputs()
+{
+    for (const QString& path : {options.reportPath, options.junitPath}) {
+        const QString fault = reportTargetFault(path);
+        if (!fault.isEmpty())
+            return fault;
+    }
+    const QString& eventPath = options.config.csvFilePath;
+    if (!eventPath.isEmpty() && !events.open(eventPath))
+        return events.fault();
+    if (!options.pingPath.isEmpty() && !pings.open(options.pingPath))
+        return pings.fault();
+    return {};
+}
+
 void RunSession::beginRun()
 {
-    QString fault = reportTargetFault(options.reportPath);
-    const QString& eventPath = options.config.csvFilePath;
-    if (fault.isEmpty() && !eventPath.isEmpty() && !events.open(eventPath))
-        fault = events.fault();
+    const QString fault = openOutputs();
     if (!fault.isEmpty()) {
         output.complain(fault);
         finish(static_cast<int>(ExitStatus::OutputFailed));
         return;
     }
-    const QString warning = capacityWarning(options.config, options.baudRate, {});
+    const LineUse use{.wholeMilliseconds = options.timing == RunOptions::Timing::Window,
+                      .writesScreen = options.writesScreen};
+    const QString warning = capacityWarning(options.config, options.baudRate, use);
     if (!warning.isEmpty())
         output.complain(QStringLiteral("the line cannot carry this: ") + warning);
     outcome.host = hostFacts();
@@ -111,25 +148,31 @@ void RunSession::beginRun()
         requestEnd();
 }
 
+void RunSession::onRunBegan()
+{
+    recording = true;
+    clock.start();
+    statusTimer.start(statusMs);
+}
+
+void RunSession::onStoppedSending()
+{
+    updateStatus();
+    statusTimer.stop();
+}
+
+void RunSession::onLineLost()
+{
+    outcome.lineLost = true;
+    output.complain(QStringLiteral("the line takes no more packets, the run ends"));
+    requestEnd();
+}
+
 void RunSession::onLogMessage(const QString& type, const QString& message)
 {
     const QDateTime now = QDateTime::currentDateTime();
-    // The engine makes the moments of a run known by its lines only.
-    if (message == u"Test started") {
-        recording = true;
-        clock.start();
-        statusTimer.start(statusMs);
-    } else if (message == u"Waiting for final replies...") {
-        updateStatus();
-        statusTimer.stop();
-    }
     record(now, type, message);
     output.log(now, type, message);
-    if (recording && !outcome.lineLost && lineWatch.isLostWith(message, clock.elapsed())) {
-        outcome.lineLost = true;
-        output.complain(QStringLiteral("the line takes no more packets, the run ends"));
-        requestEnd();
-    }
 }
 
 void RunSession::record(const QDateTime& time, const QString& type, const QString& message)
@@ -141,8 +184,18 @@ void RunSession::record(const QDateTime& time, const QString& type, const QStrin
 
 void RunSession::updateStatus()
 {
-    outcome.sendingMs = clock.elapsed();
-    output.showStatus(statusText(outcome, options.config.durationSec));
+    flushPings();
+    output.showStatus(statusText(outcome.stats, clock.elapsed(), options.config.durationSec,
+                                 observer.lastSecond()));
+}
+
+void RunSession::flushPings()
+{
+    if (options.pingPath.isEmpty())
+        return;
+    const bool wasWhole = pings.fault().isEmpty();
+    if (!pings.flush() && wasWhole)
+        output.complain(pings.fault() + QStringLiteral("; the run goes on without it"));
 }
 
 void RunSession::onStatisticsUpdated(TestStats stats)
@@ -153,22 +206,35 @@ void RunSession::onStatisticsUpdated(TestStats stats)
 void RunSession::onTestCompleted()
 {
     recording = false;
-    outcome.end = QDateTime::currentDateTime();
+    outcome.lastedMs = clock.elapsed();
+    outcome.figures = observer.figures();
     outcome.lineErrors = lineErrors->sinceStart();
     lineErrors.reset();
+    flushPings();
     events.close();
-    outcome.outputFault = events.fault();
+    pings.close();
+    outcome.outputFault = events.fault().isEmpty() ? pings.fault() : events.fault();
     output.showStatus({});
 
     const Verdict verdict = judge(options, outcome);
-    for (const QString& reason : verdict.reasons)
+    for (const QString& reason : verdict.reasons())
         output.complain(QStringLiteral("not passed: ") + reason);
-    if (verdict.reasons.isEmpty())
-        output.log(outcome.end, QStringLiteral("SUCCESS"), QStringLiteral("The run passed"));
-    const QString fault = writeReport(options.reportPath, runReport(options, outcome, verdict));
+    if (verdict.status == ExitStatus::Passed)
+        output.log(QDateTime::currentDateTime(), QStringLiteral("SUCCESS"),
+                   QStringLiteral("The run passed"));
+    const QString fault = writeReports(verdict);
     if (!fault.isEmpty())
         output.complain(fault);
     finish(static_cast<int>(fault.isEmpty() ? verdict.status : ExitStatus::OutputFailed));
+}
+
+/** Writes both as far as that goes; the first fault, in one line. */
+QString RunSession::writeReports(const Verdict& verdict) const
+{
+    const QByteArray report = QJsonDocument(runReport(options, outcome, verdict)).toJson();
+    const QString fault = writeReport(options.reportPath, report);
+    const QString other = writeReport(options.junitPath, junitReport(options, outcome, verdict));
+    return fault.isEmpty() ? other : fault;
 }
 
 void RunSession::finish(int status)

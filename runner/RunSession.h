@@ -2,7 +2,8 @@
 
 #include "runner/EventWriter.h"
 #include "runner/LineErrors.h"
-#include "runner/LineWatch.h"
+#include "runner/PingLog.h"
+#include "runner/RunObserver.h"
 #include "runner/RunOutcome.h"
 #include "runner/runOptions.h"
 
@@ -15,6 +16,7 @@
 
 class BraskTestWorker;
 class TerminalOutput;
+struct Verdict;
 
 /**
  * One run from opening the port to closing it: drives the engine, which has a thread of its own,
@@ -43,7 +45,11 @@ signals:
     void finished(int exitStatus);
 
 private:
+    BraskTestWorker* makeEngine();
     void startEngine();
+    void onRunBegan();
+    void onStoppedSending();
+    void onLineLost();
     void onConnectionChanged(bool connected);
     void onErrorOccurred(const QString& error);
     void onLogMessage(const QString& type, const QString& message);
@@ -51,27 +57,31 @@ private:
     void onStatisticsUpdated(TestStats stats);
     void onTestCompleted();
 
+    QString openOutputs();
     void beginRun();
     void record(const QDateTime& time, const QString& type, const QString& message);
     void updateStatus();
+    void flushPings();
+    QString writeReports(const Verdict& verdict) const;
     void finish(int exitStatus);
 
     enum class Stage { Connecting, Running, Disconnecting };
 
     RunOptions options;
     TerminalOutput& output;
+    PingLog pings;
+    RunObserver observer; ///< told by the engine, in `thread`
     QThread thread;
     BraskTestWorker* worker; ///< lives in `thread` and is deleted there when that has finished
 
     Stage stage = Stage::Connecting;
     bool endRequested = false;
-    bool recording = false; ///< between the engine's first line of the run and its last
+    bool recording = false; ///< from the run's begin to its end
     int exitStatus = 0;
     QString connectError; ///< what the engine said about the port it could not open
 
     RunOutcome outcome;
     EventWriter events;
-    LineWatch lineWatch;
     std::optional<LineErrors> lineErrors; ///< while the run lasts
     QElapsedTimer clock;                  ///< runs from the run's start
     QTimer statusTimer;

@@ -1,7 +1,6 @@
 #include "runner/reportTarget.h"
 
 #include <QFileInfo>
-#include <QJsonDocument>
 #include <QSaveFile>
 
 #include <cerrno>
@@ -31,9 +30,8 @@ QString reportTargetFault(const QString& path)
     return {};
 }
 
-QString writeReport(const QString& path, const QJsonObject& report)
+QString writeReport(const QString& path, const QByteArray& text)
 {
-    const QByteArray text = QJsonDocument(report).toJson();
     if (path.isEmpty())
         return {};
     if (path == u"-") {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QJsonObject>
+#include <QByteArray>
 #include <QString>
 
 /**
@@ -10,7 +10,7 @@
 QString reportTargetFault(const QString& path);
 
 /**
- * Writes `report` to `path`, read like above: a file in one step, replacing an existing one. Why it
+ * Writes `text` to `path`, read like above: a file in one step, replacing an existing one. Why it
  * could not, in one line; empty after success.
  */
-QString writeReport(const QString& path, const QJsonObject& report);
+QString writeReport(const QString& path, const QByteArray& text);

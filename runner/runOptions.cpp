@@ -30,7 +30,7 @@ constexpr std::array<IntegerOption, 5> integerOptions{{
 }};
 
 constexpr std::array<int, 8> baudRates{1200, 1800, 2400, 4800, 9600, 19200, 38400, 115200};
-constexpr int highestLatencyMs = 60000;
+constexpr double highestLatencyMs = 60000;
 
 QString integerRange(int lowest, int highest)
 {
@@ -48,6 +48,16 @@ QString baudList()
 QString percentRange()
 {
     return QStringLiteral("a number from 0 to 100");
+}
+
+QString latencyRange()
+{
+    return QStringLiteral("a number from 0 to %1").arg(highestLatencyMs);
+}
+
+QString timingNames()
+{
+    return QStringLiteral("exact or window");
 }
 
 void addOptions(QCommandLineParser& parser)
@@ -72,13 +82,20 @@ void addOptions(QCommandLineParser& parser)
         add(option.name, allowed(option.effect, integerRange(option.lowest, option.highest)),
             option.unit, QString::number(TestConfig{}.*option.value));
     add("events", QStringLiteral("New file for the run's events, as CSV."), "file");
+    add("pings", QStringLiteral("New file with a row for each ping, as CSV."), "file");
     add("json", QStringLiteral("File for the report; - is standard output."), "file");
+    add("junit", QStringLiteral("File for the verdict as JUnit XML; - is standard output."),
+        "file");
     add("max-loss", allowed("Most loss that passes.", percentRange()), "percent",
         QStringLiteral("0"));
     add("max-latency",
-        allowed("Longest round trip that passes; no limit without it.",
-                integerRange(0, highestLatencyMs)),
+        allowed("Longest round trip that passes; no limit without it.", latencyRange()), "ms");
+    add("max-p99", allowed("Most that 99 of 100 round trips may take; likewise.", latencyRange()),
         "ms");
+    add("timing", allowed("When pings are sent and echoes looked for.", timingNames()), "name",
+        QStringLiteral("exact"));
+    parser.addOption(
+        {QStringLiteral("no-screen"), QStringLiteral("Leave the module's screen alone.")});
     add("tag", QStringLiteral("Goes into the report as it is; any number of times."), "key=value");
     parser.addOption({QStringLiteral("quiet"), QStringLiteral("Print errors and warnings only.")});
 }
@@ -108,14 +125,13 @@ public:
             refuse("min-size", QStringLiteral("at most the --max-size, which is %1")
                                    .arg(options.config.maxDataSize));
         readPath("events", options.config.csvFilePath);
+        readPath("pings", options.pingPath);
         readPath("json", options.reportPath);
-        const auto absolute = [](const QString& path) {
-            return QDir::cleanPath(QDir::current().absoluteFilePath(path));
-        };
-        if (!options.reportPath.isEmpty() &&
-            absolute(options.reportPath) == absolute(options.config.csvFilePath))
-            refuse("json", QStringLiteral("another file than that of --events"));
+        readPath("junit", options.junitPath);
+        keepFilesApart();
         readLimits();
+        readTiming();
+        options.writesScreen = !parser.isSet(QStringLiteral("no-screen"));
         for (const QString& tag : parser.values(QStringLiteral("tag")))
             readTag(tag);
         options.quiet = parser.isSet(QStringLiteral("quiet"));
@@ -156,18 +172,49 @@ private:
             refuse(name, QStringLiteral("a path"));
     }
 
-    void readLimits()
+    void keepFilesApart()
+    {
+        QMap<QString, QLatin1String> takenBy;
+        for (const char* name : {"events", "pings", "json", "junit"}) {
+            const QString path = parser.value(QLatin1String(name));
+            if (path.isEmpty())
+                continue;
+            const QString absolute =
+                path == u"-" ? path : QDir::cleanPath(QDir::current().absoluteFilePath(path));
+            if (takenBy.contains(absolute))
+                refuse(name, QStringLiteral("another file than that of --") + takenBy[absolute]);
+            takenBy.insert(absolute, QLatin1String(name));
+        }
+    }
+
+    void readNumber(const char* name, double& value, double highest, const QString& allowed)
     {
         bool ok = false;
-        const double percent = parser.value(QStringLiteral("max-loss")).toDouble(&ok);
+        const double given = parser.value(QLatin1String(name)).toDouble(&ok);
         // Written so that what is not a number at all is refused.
-        if (ok && percent >= 0 && percent <= 100)
-            options.maxLossPercent = percent;
+        if (ok && given >= 0 && given <= highest)
+            value = given;
         else
-            refuse("max-loss", percentRange());
+            refuse(name, allowed);
+    }
+
+    void readLimits()
+    {
+        readNumber("max-loss", options.maxLossPercent, 100, percentRange());
         if (parser.isSet(QStringLiteral("max-latency")))
-            readInteger("max-latency", options.maxLatencyMs.emplace(), 0, highestLatencyMs,
-                        integerRange(0, highestLatencyMs));
+            readNumber("max-latency", options.maxLatencyMs.emplace(), highestLatencyMs,
+                       latencyRange());
+        if (parser.isSet(QStringLiteral("max-p99")))
+            readNumber("max-p99", options.maxP99Ms.emplace(), highestLatencyMs, latencyRange());
+    }
+
+    void readTiming()
+    {
+        const QString name = parser.value(QStringLiteral("timing"));
+        if (name == u"window")
+            options.timing = RunOptions::Timing::Window;
+        else if (name != u"exact")
+            refuse("timing", timingNames());
     }
 
     void readTag(const QString& tag)

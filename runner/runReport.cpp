@@ -1,5 +1,6 @@
 #include "runner/runReport.h"
 
+#include "measure/figuresJson.h"
 #include "runner/lineCapacity.h"
 
 #include <QJsonArray>
@@ -8,6 +9,9 @@
 #include <optional>
 
 namespace {
+
+/** Reports without a format are those of version 1.0. */
+constexpr int reportFormat = 2;
 
 /** Figures are given no finer than they are measured. */
 QJsonValue orNull(const std::optional<double>& value, int decimals)
@@ -43,9 +47,12 @@ QJsonObject configuration(const RunOptions& options)
         {"maxDataSizeBytes", options.config.maxDataSize},
         {"timeoutMs", options.config.timeoutMs},
         {"durationSeconds", options.config.durationSec},
+        {"moduleScreen", options.writesScreen},
         {"maxLossPercent", options.maxLossPercent},
         {"maxLatencyMs", options.maxLatencyMs ? QJsonValue(*options.maxLatencyMs) : QJsonValue()},
+        {"maxP99Ms", options.maxP99Ms ? QJsonValue(*options.maxP99Ms) : QJsonValue()},
         {"eventFile", pathOrNull(options.config.csvFilePath)},
+        {"pingFile", pathOrNull(options.pingPath)},
     };
 }
 
@@ -60,11 +67,48 @@ QJsonObject tags(const RunOptions& options)
 QJsonObject latencies(const TestStats& stats)
 {
     const auto timed = [&stats](int valueMs) {
-        return hasLatencies(stats) ? QJsonValue(valueMs) : QJsonValue();
+        return stats.packetsReceived > 0 ? QJsonValue(valueMs) : QJsonValue();
     };
     return {{"average", timed(stats.avgLatencyMs)},
             {"minimum", timed(stats.minLatencyMs)},
             {"maximum", timed(stats.maxLatencyMs)}};
+}
+
+std::optional<double> perSecond(quint64 packets, const RunOutcome& outcome)
+{
+    if (outcome.figures.sendingNs <= 0)
+        return std::nullopt;
+    return static_cast<double>(packets) / outcome.sendingSeconds();
+}
+
+/** `packets` went one way, and `screenBytes` a second for the module's screen. */
+QJsonObject traffic(const RunOptions& options, const RunOutcome& outcome, quint64 packets,
+                    int screenBytes)
+{
+    std::optional<double> bytes = perSecond(packets, outcome);
+    std::optional<double> share;
+    if (bytes) {
+        *bytes = *bytes * meanFrameBytes(options.config) + screenBytes;
+        share = lineSharePercent(*bytes, options.baudRate);
+    }
+    return {{"bytesPerSecond", orNull(bytes, 0)}, {"lineSharePercent", orNull(share, 2)}};
+}
+
+QJsonObject bothTraffics(const RunOptions& options, const RunOutcome& outcome)
+{
+    const TestStats& stats = outcome.stats;
+    const ScreenTraffic screen = options.writesScreen ? screenTraffic(stats) : ScreenTraffic{};
+    // A module that never echoes is not taken to answer at all.
+    const int answered = stats.packetsReceived > 0 ? screen.fromModule : 0;
+    return {
+        {"estimatedTrafficToModule", traffic(options, outcome, stats.packetsSent, screen.toModule)},
+        {"estimatedTrafficFromModule", traffic(options, outcome, stats.packetsReceived, answered)}};
+}
+
+void add(QJsonObject& report, const QJsonObject& members)
+{
+    for (auto member = members.begin(); member != members.end(); ++member)
+        report.insert(member.key(), member.value());
 }
 
 } // namespace
@@ -72,50 +116,35 @@ QJsonObject latencies(const TestStats& stats)
 QJsonObject runReport(const RunOptions& options, const RunOutcome& outcome, const Verdict& verdict)
 {
     const TestStats& stats = outcome.stats;
-    const double frameBytes = meanFrameBytes(options.config);
-    const auto perSecond = [&outcome](quint64 packets) -> std::optional<double> {
-        if (outcome.sendingMs <= 0)
-            return std::nullopt;
-        return 1000.0 * static_cast<double>(packets) / static_cast<double>(outcome.sendingMs);
-    };
-    const ScreenTraffic screen = screenTraffic(stats);
-    const auto traffic = [&](quint64 packets, int screenBytes) -> QJsonObject {
-        std::optional<double> bytes = perSecond(packets);
-        std::optional<double> share;
-        if (bytes) {
-            *bytes = *bytes * frameBytes + screenBytes;
-            share = lineSharePercent(*bytes, options.baudRate);
-        }
-        return {{"bytesPerSecond", orNull(bytes, 0)}, {"lineSharePercent", orNull(share, 2)}};
-    };
-    // A module that never echoes is not taken to answer at all.
-    const int answered = stats.packetsReceived > 0 ? screen.fromModule : 0;
+    const bool exact = options.timing == RunOptions::Timing::Exact;
     std::optional<double> successPercent;
     if (stats.packetsSent > 0)
         successPercent = stats.successRate;
-
-    return {
+    QJsonObject report{
         {"program", "packetbrask-run"},
         {"version", PROGRAM_VERSION},
+        {"format", reportFormat},
         {"configuration", configuration(options)},
         {"tags", tags(options)},
         {"host", outcome.host},
         {"adapter", outcome.adapter},
-        {"start", isoTime(QDateTime::fromMSecsSinceEpoch(stats.startTime))},
-        {"end", isoTime(outcome.end)},
-        {"sendingSeconds", static_cast<double>(outcome.sendingMs) / 1000},
+        {"timing", exact ? "exact" : "window"},
+        {"start", isoTime(outcome.start())},
+        {"end", isoTime(outcome.end())},
+        {"sendingSeconds", orNull(outcome.sendingSeconds(), 6)},
         {"requestedPacketsPerSecond", options.config.packetsPerSecond},
-        {"achievedPacketsPerSecond", orNull(perSecond(stats.packetsSent), 3)},
+        {"achievedPacketsPerSecond", orNull(perSecond(stats.packetsSent, outcome), 3)},
         {"packetsSent", count(stats.packetsSent)},
         {"packetsReceived", count(stats.packetsReceived)},
         {"packetsLost", count(stats.packetsLost)},
         {"successRatePercent", orNull(successPercent, 4)},
         {"latencyMs", latencies(stats)},
-        {"estimatedTrafficToModule", traffic(stats.packetsSent, screen.toModule)},
-        {"estimatedTrafficFromModule", traffic(stats.packetsReceived, answered)},
         {"lineErrors", outcome.lineErrors},
         {"verdict", verdictWord(verdict.status)},
-        {"reasons", QJsonArray::fromStringList(verdict.reasons)},
+        {"reasons", QJsonArray::fromStringList(verdict.reasons())},
         {"exitStatus", static_cast<int>(verdict.status)},
     };
+    add(report, figuresJson(outcome.figures));
+    add(report, bothTraffics(options, outcome));
+    return report;
 }

@@ -1,11 +1,18 @@
 #include "runner/statusText.h"
 
-#include "runner/verdict.h"
+namespace {
 
-QString statusText(const RunOutcome& sofar, int durationSec)
+QString milliseconds(double us)
 {
-    const TestStats& stats = sofar.stats;
-    const double seconds = static_cast<double>(sofar.sendingMs) / 1000;
+    return QString::number(us / 1000, 'f', us < 10'000 ? 2 : 0);
+}
+
+} // namespace
+
+QString statusText(const TestStats& stats, qint64 elapsedMs, int durationSec,
+                   const std::optional<TimeSpan>& lastSecond)
+{
+    const double seconds = static_cast<double>(elapsedMs) / 1000;
     QString time = QStringLiteral("%1 s").arg(seconds, 0, 'f', 0);
     if (durationSec > 0)
         time += QStringLiteral(" of %1 s").arg(durationSec);
@@ -16,10 +23,8 @@ QString statusText(const RunOutcome& sofar, int durationSec)
                        .arg(stats.packetsReceived)
                        .arg(stats.packetsLost)
                        .arg(rate, 0, 'f', 1);
-    if (hasLatencies(stats))
-        text += QStringLiteral(" | %1/%2/%3 ms")
-                    .arg(stats.minLatencyMs)
-                    .arg(stats.avgLatencyMs)
-                    .arg(stats.maxLatencyMs);
+    if (lastSecond && lastSecond->p50Us && lastSecond->p99Us)
+        text += QStringLiteral(" | p50 %1, p99 %2 ms")
+                    .arg(milliseconds(*lastSecond->p50Us), milliseconds(*lastSecond->p99Us));
     return text;
 }

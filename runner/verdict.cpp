@@ -7,43 +7,93 @@ QString percentText(double percent)
     return QString::number(percent, 'g', 4);
 }
 
-QStringList exceededLimits(const RunOptions& options, const TestStats& stats)
+/** Milliseconds, no finer than they are measured. */
+QString msText(double ms)
 {
-    if (stats.packetsSent == 0)
-        return {QStringLiteral("no packet was sent")};
-    if (stats.packetsReceived == 0)
-        return {QStringLiteral("none of %1 packets came back").arg(stats.packetsSent)};
+    return QString::number(ms, 'g', 6);
+}
 
-    QStringList reasons;
-    const double lossPercent =
+Check broken(const QString& name, const QString& reason)
+{
+    return {name, reason.isEmpty() ? Check::Result::Kept : Check::Result::Broken, reason};
+}
+
+QString lossReason(const TestStats& stats, double allowedPercent)
+{
+    const double percent =
         100.0 * static_cast<double>(stats.packetsLost) / static_cast<double>(stats.packetsSent);
-    if (lossPercent > options.maxLossPercent)
-        reasons += QStringLiteral("%1 of %2 packets were lost (%3 %), allowed are %4 %")
-                       .arg(QString::number(stats.packetsLost), QString::number(stats.packetsSent),
-                            percentText(lossPercent), percentText(options.maxLossPercent));
-    if (options.maxLatencyMs && stats.maxLatencyMs > *options.maxLatencyMs)
-        reasons += QStringLiteral("the longest round trip took %1 ms, allowed are %2 ms")
-                       .arg(stats.maxLatencyMs)
-                       .arg(*options.maxLatencyMs);
-    return reasons;
+    if (percent <= allowedPercent)
+        return {};
+    return QStringLiteral("%1 of %2 packets were lost (%3 %), allowed are %4 %")
+        .arg(QString::number(stats.packetsLost), QString::number(stats.packetsSent),
+             percentText(percent), percentText(allowedPercent));
+}
+
+QString latencyReason(const QString& what, double us, double allowedMs)
+{
+    if (us <= allowedMs * 1000)
+        return {};
+    return QStringLiteral("%1 took %2 ms, allowed are %3 ms")
+        .arg(what, msText(us / 1000), msText(allowedMs));
+}
+
+QList<Check> limits(const RunOptions& options, const RunOutcome& outcome)
+{
+    const TestStats& stats = outcome.stats;
+    const auto& latency = outcome.figures.latencyUs;
+    QString traffic;
+    if (stats.packetsSent == 0)
+        traffic = QStringLiteral("no packet was sent");
+    else if (stats.packetsReceived == 0)
+        traffic = QStringLiteral("none of %1 packets came back").arg(stats.packetsSent);
+
+    QList<Check> checks{broken(QStringLiteral("traffic"), traffic)};
+    const auto add = [&](const QString& name, const auto& reason) {
+        if (traffic.isEmpty())
+            checks += broken(name, reason());
+        else
+            checks += {name, Check::Result::Skipped};
+    };
+    add(QStringLiteral("loss"), [&] { return lossReason(stats, options.maxLossPercent); });
+    if (options.maxLatencyMs)
+        add(QStringLiteral("longest round trip"), [&] {
+            return latencyReason(QStringLiteral("the longest round trip"),
+                                 latency ? latency->maximum : 0, *options.maxLatencyMs);
+        });
+    if (options.maxP99Ms)
+        add(QStringLiteral("99th percentile"), [&] {
+            return latencyReason(QStringLiteral("1 round trip in 100"), latency ? latency->p99 : 0,
+                                 *options.maxP99Ms);
+        });
+    return checks;
 }
 
 } // namespace
 
+QStringList Verdict::reasons() const
+{
+    QStringList texts;
+    for (const Check& check : checks) {
+        if (check.result == Check::Result::Broken)
+            texts += check.reason;
+    }
+    return texts;
+}
+
 Verdict judge(const RunOptions& options, const RunOutcome& outcome)
 {
     Verdict verdict;
-    verdict.reasons = exceededLimits(options, outcome.stats);
-    if (!verdict.reasons.isEmpty())
-        verdict.status = ExitStatus::LimitExceeded;
-    if (outcome.lineLost) {
-        verdict.reasons.prepend(QStringLiteral("the line was lost during the run"));
-        verdict.status = ExitStatus::LineLost;
-    }
-    if (!outcome.outputFault.isEmpty()) {
-        verdict.reasons.prepend(outcome.outputFault);
+    verdict.checks += broken(QStringLiteral("files"), outcome.outputFault);
+    verdict.checks +=
+        broken(QStringLiteral("line"),
+               outcome.lineLost ? QStringLiteral("the line was lost during the run") : QString());
+    verdict.checks += limits(options, outcome);
+    if (!outcome.outputFault.isEmpty())
         verdict.status = ExitStatus::OutputFailed;
-    }
+    else if (outcome.lineLost)
+        verdict.status = ExitStatus::LineLost;
+    else if (!verdict.reasons().isEmpty())
+        verdict.status = ExitStatus::LimitExceeded;
     return verdict;
 }
 
@@ -59,9 +109,4 @@ QString verdictWord(ExitStatus status)
     default:
         return QStringLiteral("failed");
     }
-}
-
-bool hasLatencies(const TestStats& stats)
-{
-    return stats.packetsReceived > 0;
 }

@@ -144,7 +144,7 @@ private slots:
             program.terminate();
         };
         const Event fillTheDisk = [](ModuleThread&, Program& program) {
-            const rlimit fileSize{2000, 2000}; // room for a report
+            const rlimit fileSize{20000, 20000}; // room for a report
             QCOMPARE(prlimit(pid_t(program.processId()), RLIMIT_FSIZE, &fileSize, nullptr), 0);
             QVERIFY(program.says("the run goes on without it"));
             program.terminate();
@@ -161,7 +161,7 @@ private slots:
               {std::bind(&ModuleThread::stall, std::placeholders::_1), 4, "lineLost"}}) {
             const QTemporaryDir folder;
             QVERIFY(QDir::setCurrent(folder.path()));
-            ModuleThread module;
+            ModuleThread module({.report = 1}); // a row each
             Program program(RUN_PROGRAM,
                             {"--port", module.path(), "--rate=1000", "--min-size=124",
                              "--timeout=100", "--max-loss=100", "--events=rows", "--json=report"});

@@ -1,5 +1,6 @@
 #include "runner/LineErrors.h"
 #include "runner/LineWatch.h"
+#include "runner/junitReport.h"
 #include "runner/lineCapacity.h"
 #include "runner/openFault.h"
 #include "runner/runReport.h"
@@ -26,7 +27,9 @@ private slots:
                  "--port=", "--port=x --baud=57600", "--port=x --rate=2.5", "--port=x --rate=1001",
                  "--port=x --max-size=8 --min-size=9", "--port=x --timeout=49",
                  "--port=x --json=", "--port=x --max-loss=nan", "--port=x --max-loss=100.1",
-                 "--port=x --max-latency=-1", "--port=x --duration=3601",
+                 "--port=x --max-latency=-1", "--port=x --max-p99=60000.1",
+                 "--port=x --timing=best", "--port=x --json=- --junit=-",
+                 "--port=x --events=p --pings=p", "--port=x --duration=3601",
                  "--port=x --events=a --json=./a", "--port=x --tag=key", "--port=x --tag==value",
                  "--port=x --tag=a=1 --tag=b=1 --tag=a=2"}) {
             const RunOptions options = parseRunOptions(("program " + line).split(' '));
@@ -71,7 +74,8 @@ private slots:
               {250U, 250U, 23 + 17 + 16 + 14, 0},
               {0U, 0U, 23 + 15, 0}}) {
             const double rate = sent == 0 ? 0 : 100.0 * (sent - lost) / sent;
-            const RunOutcome outcome{{sent, sent - lost, lost, rate, 12}, {}, 1000, false, {}};
+            RunOutcome outcome{.stats = {sent, sent - lost, lost, rate, 12}};
+            outcome.figures.sendingNs = 1'000'000'000;
             const QJsonObject report = runReport(options, outcome, {});
             QCOMPARE(report["estimatedTrafficToModule"]["bytesPerSecond"],
                      int(sent) * 12 + toModule);
@@ -89,22 +93,34 @@ private slots:
     void judges()
     {
         constexpr int none = TestStats::noLatencyYet;
-        // Sent, lost, every round trip in ms, loss limit, line lost, file fault; status, reasons.
-        for (const auto& [name, sent, lost, ms, limit, lineLost, fault, status, reasons] : {
-                 std::tuple("at the limits", 1000U, 1U, 5, 0.1, false, "", 0, 0),
-                 {"above both", 1000U, 2U, 6, 0.1, false, "", 1, 2},
-                 {"none sent", 0U, 0U, none, 100, false, "", 1, 1},
-                 {"none back", 9U, 9U, none, 100, false, "", 1, 1},
-                 {"line lost", 100U, 9U, 5, 0, true, "", 4, 2},
-                 {"all at once", 100U, 9U, 6, 0, true, "full", 5, 4},
+        // Sent, lost, longest round trip and 99th percentile in ms, loss limit, line lost, file
+        // fault; status, reasons, things that were not judged.
+        for (const auto& [name, sent, lost, ms, p99, limit, lineLost, fault, status, reasons,
+                          skipped] : {
+                 std::tuple("at the limits", 1000U, 1U, 5.25, 4.5, 0.1, false, "", 0, 0, 0),
+                 {"above all", 1000U, 2U, 5.251, 4.501, 0.1, false, "", 1, 3, 0},
+                 {"none sent", 0U, 0U, 0., 0., 100, false, "", 1, 1, 3},
+                 {"none back", 9U, 9U, 0., 0., 100, false, "", 1, 1, 3},
+                 {"line lost", 100U, 9U, 5, 1., 0, true, "", 4, 2, 0},
+                 {"all at once", 100U, 9U, 6, 5., 0, true, "full", 5, 5, 0},
              }) {
             RunOptions options;
             options.maxLossPercent = limit;
-            options.maxLatencyMs = 5;
-            const TestStats stats{sent, sent - lost, lost, 0, ms, ms, ms};
-            const RunOutcome outcome{stats, {}, 0, lineLost, fault};
+            options.maxLatencyMs = 5.25;
+            options.maxP99Ms = 4.5;
+            options.tags = {{"cable", "<\x01&\""}};
+            RunOutcome outcome{.stats = {sent, sent - lost, lost, 0, none, none, none},
+                               .lineLost = lineLost,
+                               .outputFault = fault};
+            if (sent > lost)
+                outcome.figures.latencyUs = {.p99 = p99 * 1000, .maximum = ms * 1000};
             const Verdict verdict = judge(options, outcome);
-            QVERIFY2(int(verdict.status) == status && verdict.reasons.size() == reasons, name);
+            QVERIFY2(int(verdict.status) == status && verdict.reasons().size() == reasons, name);
+            const QByteArray xml = junitReport(options, outcome, verdict);
+            QCOMPARE(xml.count("<testcase "), 6);
+            QCOMPARE(xml.count("<failure "), reasons);
+            QCOMPARE(xml.count("<skipped"), skipped);
+            QVERIFY(xml.contains(QString("value=\"&lt;\uFFFD&amp;&quot;\"").toUtf8()));
             const QJsonObject report = runReport(options, outcome, verdict);
             QCOMPARE(report["latencyMs"]["minimum"].isNull(), sent == lost);
             QCOMPARE(report["successRatePercent"].isNull(), sent == 0);
@@ -114,9 +130,10 @@ private slots:
     void takesOnlyUnbrokenFailuresForALostLine()
     {
         LineWatch watch(100);
-        QVERIFY(!watch.isLostWith("Failed to send packet 5", 1000));
-        QVERIFY(!watch.isLostWith("Failed to send packet 7", 1101)); // 6 was sent
-        QVERIFY(watch.isLostWith("Failed to send packet 8", 1202));
+        QVERIFY(!watch.failed(1'000'000'000));
+        watch.sent();
+        QVERIFY(!watch.failed(1'101'000'000) && !watch.failed(1'201'000'000));
+        QVERIFY(watch.failed(1'201'000'001));
     }
 
     void namesTheGroupToJoin()
