@@ -17,8 +17,8 @@ BraskTestWorker::BraskTestWorker(Setup setup, QObject* parent)
       packetComs(new vnPacketComs(this, serialPort)), portEnumerator(new vnPortEnumerator)
 {
     serialPort->setClock(timing.get());
-    if (timing->takesAllIn())
-        packetComs->leaveExcessOnLine();
+    if (timing->sparesLine())
+        packetComs->spareLine();
     attachTiming();
     resetStatistics();
 }

@@ -31,8 +31,8 @@ public:
     /** Once, by the engine; what is made from then on is a child of `engine`. */
     virtual void attach(QObject* engine, const Deeds& deeds) = 0;
 
-    /** Whether no byte may be lost for want of room in the receiver: see leaveExcessOnLine(). */
-    virtual bool takesAllIn() const = 0;
+    /** Whether the line is read as vnPacketComs::spareLine() has it, which wants a look again. */
+    virtual bool sparesLine() const = 0;
 
     /** Begins all that recurs in a run over the line `descriptor`. No deed is done inside. */
     virtual void beginRun(const TestConfig& config, int descriptor) = 0;

@@ -12,6 +12,13 @@ namespace {
 
 constexpr qint64 secondNs = 1'000'000'000;
 constexpr qint64 millisecondNs = 1'000'000;
+/** For how long the kernel repeats an alarm, whose interval is a little too long, by itself. */
+constexpr qint64 alarmsNs = secondNs;
+
+timespec moment(qint64 ns)
+{
+    return {.tv_sec = ns / secondNs, .tv_nsec = ns % secondNs};
+}
 
 } // namespace
 
@@ -93,7 +100,7 @@ void ExactTiming::onAlarm()
         return;
     if (endNs >= 0 && nowNs() >= endNs)
         deed.endInTime();
-    else
+    else if (nowNs() >= alarmUntilNs)
         setAlarm();
 }
 
@@ -112,15 +119,17 @@ void ExactTiming::sendMissed()
 
 void ExactTiming::setAlarm()
 {
-    qint64 atNs = endNs;
-    if (sending)
-        atNs = endNs < 0 ? schedule.nextDueNs() : std::min(schedule.nextDueNs(), endNs);
-    itimerspec moment = {};
-    if (atNs >= 0) {
-        moment.it_value.tv_sec = atNs / secondNs;
-        moment.it_value.tv_nsec = atNs % secondNs;
+    itimerspec alarms = {}; // none, unless told otherwise
+    alarmUntilNs = nowNs() + alarmsNs;
+    if (endNs >= 0 && (!sending || schedule.nextDueNs() > endNs)) {
+        alarms.it_value = moment(endNs);
+    } else if (sending) {
+        alarms.it_value = moment(schedule.nextDueNs());
+        alarms.it_interval = moment(schedule.intervalNs());
+        if (endNs >= 0)
+            alarmUntilNs = std::min(alarmUntilNs, endNs - schedule.intervalNs());
     }
-    timerfd_settime(alarm, TFD_TIMER_ABSTIME, &moment, nullptr);
+    timerfd_settime(alarm, TFD_TIMER_ABSTIME, &alarms, nullptr);
 }
 
 void ExactTiming::onBytes()

@@ -18,7 +18,7 @@ public:
     ExactTiming();
     ~ExactTiming() override;
 
-    bool takesAllIn() const override { return true; }
+    bool sparesLine() const override { return true; }
     void beginRun(const TestConfig& config, int descriptor) override;
     void endRun() override;
     void pauseSending() override;
@@ -40,7 +40,8 @@ private:
     int line = -1;
     bool running = false;
     bool sending = false;
-    qint64 endNs = -1; ///< of the run; negative: none
+    qint64 endNs = -1;       ///< of the run; negative: none
+    qint64 alarmUntilNs = 0; ///< set the alarm anew at the first one behind this
     PingSchedule schedule;
     // Children of the engine; they exist during a run only.
     QSocketNotifier* alarmNotifier = nullptr;

@@ -40,6 +40,11 @@ qint64 PingSchedule::countDue(qint64 nowNs) const
     return due - taken;
 }
 
+qint64 PingSchedule::intervalNs() const
+{
+    return (secondNs + rate - 1) / rate;
+}
+
 qint64 PingSchedule::burstLimit() const
 {
     return std::max<qint64>(1, rate * burstNs / secondNs);

@@ -20,6 +20,8 @@ public:
 
     /** When the next ping is due, which may lie behind the end. */
     qint64 nextDueNs() const { return dueAfter(taken + 1); }
+    /** Between two pings; rounded up. */
+    qint64 intervalNs() const;
     /** Pings due by `nowNs` and not taken. */
     qint64 countDue(qint64 nowNs) const;
     /** Most of those to be sent at once: 20 ms' worth, at least one. */

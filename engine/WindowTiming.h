@@ -9,7 +9,7 @@
 class WindowTiming final : public TimerTiming
 {
 public:
-    bool takesAllIn() const override { return false; }
+    bool sparesLine() const override { return false; }
     void beginRun(const TestConfig& config, int descriptor) override;
     void endRun() override;
     void pauseSending() override;

@@ -93,15 +93,17 @@ bool vnPacketComs::receivePacket(vnPacket& packet)
     }
     if (buffered > vnMaxFrameLength)
         received->discard(buffered - vnMaxFrameLength);
+    lineIsDry = false;
     return false;
 }
 
 void vnPacketComs::drainLine()
 {
     std::array<uint8_t, readChunk> chunk{};
-    uint32_t bytesRead = 0;
-    while (!leavesExcess || received->count() + readChunk <= receiveRingCapacity) {
+    uint32_t bytesRead = readChunk;
+    while (!sparesLine || (!lineIsDry && received->count() + readChunk <= receiveRingCapacity)) {
         serial->readData(chunk.data(), readChunk, bytesRead);
+        lineIsDry = bytesRead < readChunk;
         if (bytesRead == 0)
             return;
         for (uint32_t i = 0; i < bytesRead; ++i) {

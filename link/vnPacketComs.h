@@ -55,9 +55,10 @@ public:
 
     /**
      * From now on receivePacket() leaves on the line what the buffer has no room for, instead of
-     * losing it. More may then be waiting there when it returns false.
+     * losing it, and asks a line that has run dry no more until it has returned false. More may
+     * then be waiting there when it does.
      */
-    void leaveExcessOnLine() { leavesExcess = true; }
+    void spareLine() { sparesLine = true; }
 
     /** Writes `length` bytes as they are, without framing; result as of vnSerialComs::writeData. */
     bool writeRaw(const uint8_t* bytes, uint32_t length);
@@ -82,5 +83,6 @@ private:
     RingBuffer* received; ///< owned: created in the constructor, destroyed in the destructor
     std::vector<qint64> readMoments; ///< of each byte in the ring's storage
     qint64 packetReadNs = 0;
-    bool leavesExcess = false;
+    bool sparesLine = false;
+    bool lineIsDry = false; ///< since the last false result
 };

@@ -20,7 +20,7 @@ public:
 
     qint64 nowNs() const override { return now; }
     void attach(QObject* /*engine*/, const Deeds& deeds) override { deed = deeds; }
-    bool takesAllIn() const override { return false; }
+    bool sparesLine() const override { return false; }
     void beginRun(const TestConfig& config, int descriptor) override;
     void endRun() override { rateIntervalMs = 0; }
     void pauseSending() override { paused = true; }
