@@ -3,6 +3,7 @@
 #include <QSocketNotifier>
 
 #include <algorithm>
+#include <array>
 
 #include <poll.h>
 #include <sys/timerfd.h>
@@ -14,6 +15,8 @@ constexpr qint64 secondNs = 1'000'000'000;
 constexpr qint64 millisecondNs = 1'000'000;
 /** For how long the kernel repeats an alarm, whose interval is a little too long, by itself. */
 constexpr qint64 alarmsNs = secondNs;
+/** For how long requests and timers of the event loop may wait. */
+constexpr qint64 stayNs = 10 * millisecondNs;
 
 timespec moment(qint64 ns)
 {
@@ -46,8 +49,8 @@ void ExactTiming::beginRun(const TestConfig& config, int descriptor)
         deed.sweep();
     });
     statsTimer = makeTimer(publishMs, deed.publish);
-    alarmNotifier = makeNotifier(alarm, &ExactTiming::onAlarm);
-    lineNotifier = makeNotifier(line, &ExactTiming::onBytes);
+    alarmNotifier = makeNotifier(alarm, &ExactTiming::takeAlarm);
+    lineNotifier = makeNotifier(line, &ExactTiming::takeBytes);
     setAlarm();
 }
 
@@ -65,7 +68,7 @@ QSocketNotifier* ExactTiming::makeNotifier(int descriptor, void (ExactTiming::*r
 {
     auto* notifier = new QSocketNotifier(descriptor, QSocketNotifier::Read, owner);
     QObject::connect(notifier, &QSocketNotifier::activated, owner,
-                     [this, reaction] { (this->*reaction)(); });
+                     [this, reaction] { onReady(reaction); });
     return notifier;
 }
 
@@ -90,7 +93,28 @@ void ExactTiming::resumeSending()
     setAlarm();
 }
 
-void ExactTiming::onAlarm()
+/**
+ * A turn of the event loop costs more than a ping does, so this waits for a while itself for what
+ * comes next.
+ */
+void ExactTiming::onReady(void (ExactTiming::*reaction)())
+{
+    (this->*reaction)();
+    const qint64 untilNs = nowNs() + stayNs;
+    for (qint64 leftNs = stayNs; running && leftNs > 0; leftNs = untilNs - nowNs()) {
+        std::array<pollfd, 2> watched{{{.fd = alarm, .events = POLLIN, .revents = 0},
+                                       {.fd = line, .events = POLLIN, .revents = 0}}};
+        const timespec left = moment(leftNs);
+        if (::ppoll(watched.data(), watched.size(), &left, nullptr) <= 0)
+            return;
+        if (watched[0].revents != 0)
+            takeAlarm();
+        if (watched[1].revents != 0 && running)
+            takeBytes();
+    }
+}
+
+void ExactTiming::takeAlarm()
 {
     quint64 expirations = 0;
     if (::read(alarm, &expirations, sizeof expirations) < 0)
@@ -132,11 +156,13 @@ void ExactTiming::setAlarm()
     timerfd_settime(alarm, TFD_TIMER_ABSTIME, &alarms, nullptr);
 }
 
-void ExactTiming::onBytes()
+void ExactTiming::takeBytes()
 {
     // A line that was hung up is ready for ever.
-    if (!deed.look() && lineNotifier != nullptr && isHungUp())
-        lineNotifier->setEnabled(false);
+    if (deed.look() || lineNotifier == nullptr || !isHungUp())
+        return;
+    lineNotifier->setEnabled(false);
+    line = -1;
 }
 
 bool ExactTiming::isHungUp() const
@@ -157,6 +183,6 @@ void ExactTiming::waitForReplies(int limitMs, const std::function<bool()>& isOve
         pollfd state = {.fd = line, .events = POLLIN, .revents = 0};
         ::poll(&state, 1, leftMs);
         if (!deed.look())
-            pause(std::min(lookMs, leftMs)); // a dead line is ready at once
+            pause(std::min(lookMs, leftMs)); // a dying line is ready at once
     }
 }

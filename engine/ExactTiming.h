@@ -28,16 +28,17 @@ public:
     void waitForReplies(int limitMs, const std::function<bool()>& isOver) override;
 
 private:
-    void onAlarm();
+    void onReady(void (ExactTiming::*reaction)());
+    void takeAlarm();
+    void takeBytes();
     void sendMissed();
     void setAlarm();
-    void onBytes();
     bool isHungUp() const;
     QSocketNotifier* makeNotifier(int descriptor, void (ExactTiming::*reaction)());
     static void endNotifier(QSocketNotifier*& notifier);
 
-    int alarm; ///< timer descriptor, owned
-    int line = -1;
+    int alarm;     ///< timer descriptor, owned
+    int line = -1; ///< not owned; negative: none, or one that is dead
     bool running = false;
     bool sending = false;
     qint64 endNs = -1;       ///< of the run; negative: none
@@ -45,5 +46,5 @@ private:
     PingSchedule schedule;
     // Children of the engine; they exist during a run only.
     QSocketNotifier* alarmNotifier = nullptr;
-    QSocketNotifier* lineNotifier = nullptr; ///< off once the line is dead
+    QSocketNotifier* lineNotifier = nullptr; ///< off once the line is dead, like `line` then
 };

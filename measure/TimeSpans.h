@@ -22,7 +22,7 @@ struct TimeSpan
 };
 
 /**
- * Divides a run into spans of equal length: a second while these are at most 3600, then 2, 4, 8 and
+ * Divides a run into spans of equal length: a second while these are at most 3620, then 2, 4, 8 and
  * so on, always as short as that number allows. Only the last span may be shorter.
  *
  * Moments are nanoseconds since the run's start. Time goes on with the latest moment told; what is
@@ -34,7 +34,8 @@ struct TimeSpan
 class TimeSpans
 {
 public:
-    static constexpr quint64 most = 3600;
+    /** Those of an hour, the final wait included. */
+    static constexpr quint64 most = 3620;
 
     TimeSpans();
 

@@ -9,5 +9,5 @@ bool EventWriter::open(const QString& path)
 
 bool EventWriter::add(const QDateTime& time, const QString& type, const QString& message)
 {
-    return file.append(eventRow(time, type, message).toUtf8());
+    return !file.isOpen() || file.append(eventRow(time, type, message).toUtf8());
 }

@@ -10,7 +10,7 @@ class EventWriter
 public:
     /** Makes the file and writes its first line; result and fault() as of RowFile::open(). */
     bool open(const QString& path);
-    /** Appends one row; result and fault() as of RowFile::append(). */
+    /** Appends one row to an open file; result and fault() as of RowFile::append(). */
     bool add(const QDateTime& time, const QString& type, const QString& message);
     /** See RowFile::close(). */
     bool close() { return file.close(); }

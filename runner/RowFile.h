@@ -25,6 +25,8 @@ public:
      */
     bool append(const QByteArray& rows);
 
+    bool isOpen() const { return file.isOpen(); }
+
     /** Closes the file. False with fault() when the system reports a late write error. */
     bool close();
 
