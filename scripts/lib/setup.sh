@@ -32,6 +32,10 @@ package_packages=(help2man librsvg2-bin dpkg-dev file lintian desktop-file-utils
 # shellcheck disable=SC2034  # read by the scripts that source this file
 package_test_packages=(mmdebstrap uidmap x11-utils)
 
+# To try the programs on the drivers of a kernel of its own, in an emulated machine.
+# shellcheck disable=SC2034  # read by the scripts that source this file
+machine_packages=(qemu-system-x86 busybox-static kmod cpio udev python3)
+
 is_installed() {
     [[ $(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
 }
