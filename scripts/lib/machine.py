@@ -68,6 +68,7 @@ class Machine:
         self.parts = contextlib.ExitStack()
         self.asking = threading.Lock()
         self.numbers = itertools.count()
+        self.plugged = True
         self.commands = {"up": Command(self, "up", ["boot"])}
 
     def __enter__(self):
@@ -189,11 +190,15 @@ class Machine:
 
     def unplug(self):
         self.qmp("device_del", id="adapter")
+        self.plugged = False
         self.wait_until("test ! -e /dev/ttyUSB0")
 
     def plug(self):
-        self.qmp("device_add", driver="usb-serial", id="adapter", chardev="adapter")
-        self.wait_until("test -e /dev/ttyUSB0 && udevadm settle")
+        """Does nothing when the adapter is plugged in."""
+        if not self.plugged:
+            self.qmp("device_add", driver="usb-serial", id="adapter", chardev="adapter")
+            self.plugged = True
+            self.wait_until("test -e /dev/ttyUSB0 && udevadm settle")
 
     def wait_until(self, test):
         wait_for(test, lambda: self.run("sh", "-c", test)[0] == 0)

@@ -160,6 +160,22 @@ def session_leader(machine):
         run.end(0)
 
 
+def unplugged_under_window(machine):
+    with machine.started("env", "PACKETBRASK_REAL_PORTS=yes", LIBRARY / "with-desktop.sh",
+                         "/usr/bin/python3", LIBRARY / "machine_window.py") as window:
+        try:
+            for move in (machine.unplug, machine.plug) * 2:
+                wait_for("the window is ready", lambda: window.ended() or machine.run(
+                    "rm", "wanted")[0] == 0, 120)
+                if window.ended():
+                    break
+                move()
+        finally:
+            machine.plug()
+        status, out, err = window.wait(120)
+    expect(status == 0, out + err)
+
+
 CASES = {
     "ports with their models": ports_with_models,
     "baud rates and settings": baud_rates,
@@ -169,6 +185,7 @@ CASES = {
     "breaks": breaks,
     "user without rights": no_rights,
     "leader of a session": session_leader,
+    "unplugged under the window": unplugged_under_window,
 }
 
 

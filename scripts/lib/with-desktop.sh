@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # with-desktop.sh COMMAND...: runs it on a desktop of its own. That is a virtual screen, a session
-# bus with accessibility, a home directory, and a /dev whose only serial port is ttyUSB0. Needs no
-# privileges and leaves nothing behind; any number may run at once.
+# bus with accessibility, a home directory, and a /dev whose only serial port is ttyUSB0, unless
+# PACKETBRASK_REAL_PORTS is set. Needs no privileges and leaves nothing behind; any number may run at
+# once.
 set -euo pipefail
 
 library=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
@@ -37,6 +38,8 @@ unset XDG_CONFIG_HOME XDG_CACHE_HOME XDG_DATA_HOME DBUS_SESSION_BUS_ADDRESS AT_S
 export DISPLAY=":$number" HOME="$private/home" XDG_RUNTIME_DIR="$private/run" LC_ALL=C.UTF-8
 export QT_QPA_PLATFORM=xcb QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 PYTHONDONTWRITEBYTECODE=1
 
+bed=(umockdev-run --device="$library/module.umockdev" --)
+[[ -z ${PACKETBRASK_REAL_PORTS:-} ]] || bed=()
 # The bus and what it starts have a lot to say; the command alone keeps the caller's outputs.
 dbus-run-session -- bash -c 'exec "$@" >&3 2>&4 3>&- 4>&-' bash \
-    umockdev-run --device="$library/module.umockdev" -- "$@" 3>&1 4>&2 >"$private/bus.log" 2>&1
+    "${bed[@]}" "$@" 3>&1 4>&2 >"$private/bus.log" 2>&1
