@@ -102,6 +102,11 @@ class Machine:
         """The host's side of the adapter's or the serial port's line."""
         return self.directory / f"{name}-line"
 
+    def line_settings(self, name):
+        """What the driver has told the adapter or the serial port to do, in the words of stty."""
+        return subprocess.run(["stty", "-a", "-F", self.line(name)], check=True, timeout=10,
+                              capture_output=True, text=True).stdout
+
     @contextlib.contextmanager
     def child(self, *words):
         with (self.directory / "messages").open("ab") as messages:

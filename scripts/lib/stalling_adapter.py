@@ -11,17 +11,19 @@ import socket
 import struct
 import sys
 
-SUBMIT, UNLINK, SUBMIT_DONE, UNLINK_DONE = 1, 2, 3, 4
+UNLINK, SUBMIT_DONE, UNLINK_DONE = 2, 3, 4
 REQUEST = struct.Struct(">5I 2I 3i 8s")
 SUBMITTED = struct.Struct(">5I 5i 8x")
 UNLINKED = struct.Struct(">5I i 24x")
 NO_SUCH_REQUEST, TAKEN_BACK = -32, -104  # EPIPE, ECONNRESET
 DEVICE, FULL_SPEED = 1, 2
 
-DEVICE_DESCRIPTOR = struct.pack("<BBHBBBBHHHBBBB", 18, 1, 0x200, 0, 0, 0, 64, 0x0403, 0x6001, 0x0400, 0, 1, 0, 1)
+DEVICE_DESCRIPTOR = struct.pack("<BBHBBBBHHHBBBB", 18, 1, 0x200, 0, 0, 0, 64,
+                                0x0403, 0x6001, 0x0400, 0, 1, 0, 1)
 CONFIGURATION = (struct.pack("<BBHBBBBB", 9, 2, 32, 1, 1, 0, 0x80, 50)
                  + struct.pack("<BBBBBBBBB", 9, 4, 0, 0, 2, 0xFF, 0xFF, 0xFF, 0)
-                 + struct.pack("<BBBBHB", 7, 5, 0x81, 2, 64, 0) + struct.pack("<BBBBHB", 7, 5, 0x02, 2, 64, 0))
+                 + struct.pack("<BBBBHB", 7, 5, 0x81, 2, 64, 0)
+                 + struct.pack("<BBBBHB", 7, 5, 0x02, 2, 64, 0))
 LANGUAGES = b"\x04\x03\x09\x04"
 PRODUCT = "Stalling adapter".encode("utf-16le")
 DESCRIPTORS = {0x100: DEVICE_DESCRIPTOR, 0x200: CONFIGURATION, 0x300: LANGUAGES,
@@ -35,16 +37,14 @@ class StallingAdapter:
 
     def serve(self):
         while header := self.line.recv(REQUEST.size, socket.MSG_WAITALL):
-            kind, number, _, to_host, endpoint, flags_or_number, length, *_, setup = \
-                REQUEST.unpack(header)
+            kind, number, _, to_host, endpoint, _, length, *_, setup = REQUEST.unpack(header)
             if kind == UNLINK:
-                del flags_or_number
                 self.line.sendall(UNLINKED.pack(UNLINK_DONE, number, 0, 0, 0, TAKEN_BACK))
                 continue
             data = b"" if to_host or not length else self.line.recv(length, socket.MSG_WAITALL)
             if endpoint == 0:
                 self.control(number, to_host, length, setup)
-            elif not to_host and len(data) <= self.room:
+            elif not to_host and length <= self.room:  # else left unanswered, as all reading is
                 self.room -= len(data)
                 self.done(number, 0, len(data))
 
@@ -65,7 +65,8 @@ class StallingAdapter:
         self.done(number, 0, len(data), data)
 
     def done(self, number, status, length, data=b""):
-        self.line.sendall(SUBMITTED.pack(SUBMIT_DONE, number, 0, 0, 0, status, length, 0, 0, 0) + data)
+        header = SUBMITTED.pack(SUBMIT_DONE, number, 0, 0, 0, status, length, 0, 0, 0)
+        self.line.sendall(header + data)
 
 
 def main():
