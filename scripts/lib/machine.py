@@ -63,8 +63,8 @@ class Command:
 
 class Machine:
     def __init__(self, build, programs):
-        self.build = pathlib.Path(build)
-        self.programs = pathlib.Path(programs)
+        self.build = pathlib.Path(build).resolve()
+        self.programs = pathlib.Path(programs).resolve()
         self.parts = contextlib.ExitStack()
         self.asking = threading.Lock()
         self.numbers = itertools.count()
