@@ -105,9 +105,9 @@ private slots:
     void dividesRunsOfAnyLengthInLittleMemory()
     {
         for (const auto& [endSec, count, lengthSec, lastSec] : {std::tuple(0.5, 1U, 1, 0.5),
-                                                                {3600, 3600U, 1, 1},
-                                                                {3600.001, 1801U, 2, 0.001},
-                                                                {7203.25, 1801U, 4, 3.25},
+                                                                {3620, 3620U, 1, 1},
+                                                                {3620.001, 1811U, 2, 0.001},
+                                                                {7243.25, 1811U, 4, 3.25},
                                                                 {86401.5, 2701U, 32, 1.5}}) {
             const auto before = mallinfo2();
             RunMeasurement run;
