@@ -31,7 +31,7 @@ public:
         sigevent notice = {};
         notice.sigev_notify = SIGEV_THREAD_ID;
         notice.sigev_signo = signalNumber;
-        notice._sigev_un._tid = gettid();
+        notice._sigev_un._tid = gettid(); // NOLINT(*-union-access): the system gives no other way
         running = timer_create(CLOCK_MONOTONIC, &notice, &timer) == 0;
         const timespec interval = {.tv_sec = 0, .tv_nsec = lookMs * 1'000'000L};
         const itimerspec again = {.it_interval = interval, .it_value = interval};

@@ -6,7 +6,7 @@
 namespace {
 
 /** Room for the rows of a second, so that a row seldom has to make room. */
-constexpr qsizetype usualRows = 64 * 1024;
+constexpr qsizetype usualRows = 65536;
 
 const char* fateName(PingFate fate)
 {

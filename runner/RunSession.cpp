@@ -114,7 +114,7 @@ void RunSession::onErrorOccurred(const QString& error)
 QString RunSession::openOutputs()
 {
     for (const QString& path : {options.reportPath, options.junitPath}) {
-        const QString fault = reportTargetFault(path);
+        QString fault = reportTargetFault(path);
         if (!fault.isEmpty())
             return fault;
     }

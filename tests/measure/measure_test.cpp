@@ -49,7 +49,7 @@ void play(RunMeasurement& run, const QString& script)
         {'.', [&] { run.sendingEnded(at); }}};
     run.runBegan(at);
     for (const QString& word : script.split(' ')) {
-        id = word.mid(1).toULongLong();
+        id = QStringView(word).mid(1).toULongLong();
         at += 1'000'000;
         tell.at(word[0])();
     }
