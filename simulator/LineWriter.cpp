@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <utility>
 
-LineWriter::LineWriter(Pty& line, int baudRate, ModuleCounts& countsToKeep, QObject* parent)
-    : QObject(parent), pty(line), pacer(baudRate), counts(countsToKeep),
+LineWriter::LineWriter(Pty& line, int baudRate, QObject* parent)
+    : QObject(parent), pty(line), pacer(baudRate),
       notifier(line.descriptor(), QSocketNotifier::Write, this), tick(this), pause(this)
 {
     notifier.setEnabled(false);
@@ -73,9 +73,10 @@ bool LineWriter::pumpFirst()
     queuedBytes -= taken;
     firstSent += taken;
     if (firstSent == piece.bytes.size()) {
-        counts += piece.tally;
+        const AnswerPiece whole = std::move(piece);
         queue.pop_front();
         firstSent = 0;
+        emit handedOver(whole);
     }
     return true;
 }

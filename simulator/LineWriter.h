@@ -25,14 +25,16 @@ public:
     /** Most bytes that wait in front of the line. */
     static constexpr qsizetype queueLimit = 65536;
 
-    /**
-     * Neither `line` nor `counts` is owned; both must outlive this object. A piece's tally is added
-     * to `counts` when its last byte is out. `baudRate` as of LinePacer.
-     */
-    LineWriter(Pty& line, int baudRate, ModuleCounts& counts, QObject* parent);
+    /** `line` is not owned and must outlive this object; `baudRate` as of LinePacer. */
+    LineWriter(Pty& line, int baudRate, QObject* parent);
 
     /** False, and nothing of `answer` will be sent, when it does not fit in the queue. */
     bool send(const Answer& answer);
+
+signals:
+    /** Once for every piece, when its last byte is out. The receiver must not destroy the writer.
+     */
+    void handedOver(const AnswerPiece& piece);
 
 private:
     void pump();
@@ -42,7 +44,6 @@ private:
 
     Pty& pty;
     LinePacer pacer;
-    ModuleCounts& counts;
     QSocketNotifier notifier; ///< enabled while the line is full
     QTimer tick;              ///< active while the line's rate holds bytes back
     QTimer pause;             ///< active in the silence in front of a piece

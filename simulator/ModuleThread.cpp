@@ -1,5 +1,7 @@
 #include "simulator/ModuleThread.h"
 
+#include <algorithm>
+
 void TaskRunner::run(const std::function<void()>& task)
 {
     current = &task;
@@ -21,6 +23,7 @@ ModuleThread::ModuleThread(const ModuleFaults& faults)
     thread.start();
     runner.run([&] {
         module = std::make_unique<SimulatedModule>(faults);
+        module->keepLedger([this](const PingRecord& ping) { pings.push_back(ping); });
         if (!module->open())
             qFatal("%s", qPrintable(module->errorText()));
         linePath = module->linePath();
@@ -39,6 +42,18 @@ ModuleCounts ModuleThread::counts()
     ModuleCounts now;
     runner.run([&] { now = module->counts(); });
     return now;
+}
+
+std::vector<PingRecord> ModuleThread::takePings()
+{
+    std::vector<PingRecord> taken;
+    runner.run([&] {
+        module->closeLedger();
+        taken.swap(pings);
+    });
+    std::sort(taken.begin(), taken.end(),
+              [](const PingRecord& a, const PingRecord& b) { return a.arrival < b.arrival; });
+    return taken;
 }
 
 void ModuleThread::unplug()

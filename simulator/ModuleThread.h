@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <semaphore>
+#include <vector>
 
 /** Carries out tasks of another thread in its own, one at a time. */
 class TaskRunner : public QObject
@@ -47,6 +48,11 @@ public:
     /** Path of the line, to be opened by a tool. */
     QString path() const { return linePath; }
     ModuleCounts counts();
+    /**
+     * The record of every ping that has arrived since the last call, by arrival; one whose answer
+     * is not out yet is unanswered for good.
+     */
+    std::vector<PingRecord> takePings();
     /** See SimulatedModule::unplug() and stall(). */
     void unplug();
     void stall();
@@ -56,4 +62,5 @@ private:
     TaskRunner runner;
     std::unique_ptr<SimulatedModule> module; ///< made and destroyed in the thread
     QString linePath;
+    std::vector<PingRecord> pings; ///< touched in the thread only
 };

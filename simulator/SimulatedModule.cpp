@@ -1,5 +1,6 @@
 #include "simulator/SimulatedModule.h"
 
+#include "simulator/Answer.h"
 #include "simulator/DelayedAnswers.h"
 #include "simulator/LineReader.h"
 #include "simulator/LineWriter.h"
@@ -36,12 +37,13 @@ bool SimulatedModule::open()
     path = pty->path();
     traffic = std::make_unique<QObject>();
     auto* reader = new LineReader(*pty, faults.baudRate, traffic.get());
-    writer = new LineWriter(*pty, faults.baudRate, totals, traffic.get());
+    writer = new LineWriter(*pty, faults.baudRate, traffic.get());
     delayed = new DelayedAnswers(traffic.get());
     quiet = new QTimer(traffic.get());
     quiet->setSingleShot(true);
     quiet->setInterval(quietMs);
     connect(reader, &LineReader::bytesArrived, this, &SimulatedModule::onBytes);
+    connect(writer, &LineWriter::handedOver, this, &SimulatedModule::onHandedOver);
     connect(delayed, &DelayedAnswers::due, this, &SimulatedModule::deliver);
     connect(quiet, &QTimer::timeout, this, &SimulatedModule::onQuiet);
     if (faults.unplugAfterMs >= 0)
@@ -126,21 +128,41 @@ void SimulatedModule::answerRequest(const ReceivedPacket& request)
 
 void SimulatedModule::answerPing(const QByteArray& data)
 {
-    ++totals.pingsReceived;
+    const quint64 arrival = totals.pingsReceived++;
+    ledger.open(arrival, data);
     const PingDecisions decisions = plan.next();
     if (decisions.drop) {
         ++totals.dropped;
+        ledger.add(arrival, {.dropped = 1}, true);
         return;
     }
-    const Answer answer = moduleAnswers::echo(data, decisions);
+    const Answer answer = moduleAnswers::echo(arrival, data, decisions);
     if (faults.delayMs == 0 && faults.jitterMs == 0)
         deliver(answer);
     else if (!delayed->hold(answer, decisions.delayUs))
-        ++totals.overrun;
+        loseAnswer(answer);
 }
 
 void SimulatedModule::deliver(const Answer& answer)
 {
     if (!writer->send(answer))
-        ++(totals.*answer.countIfLost);
+        loseAnswer(answer);
+}
+
+void SimulatedModule::loseAnswer(const Answer& answer)
+{
+    const std::optional<quint64> ping = answer.pieces.front().ping;
+    if (!ping) {
+        ++totals.repliesLost;
+        return;
+    }
+    ++totals.overrun;
+    ledger.add(*ping, {.overrun = 1}, true);
+}
+
+void SimulatedModule::onHandedOver(const AnswerPiece& piece)
+{
+    totals += piece.tally;
+    if (piece.ping)
+        ledger.add(*piece.ping, piece.tally, piece.isLast);
 }

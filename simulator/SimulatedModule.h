@@ -4,6 +4,7 @@
 #include "simulator/ModuleCounts.h"
 #include "simulator/ModuleFaults.h"
 #include "simulator/ModuleScreen.h"
+#include "simulator/PingLedger.h"
 #include "simulator/RequestParser.h"
 
 #include <QObject>
@@ -18,6 +19,7 @@ class LineWriter;
 class Pty;
 class QTimer;
 struct Answer;
+struct AnswerPiece;
 
 /**
  * A display module on a line of its own, a pseudo-terminal: answers requests, keeps the text of its
@@ -47,6 +49,13 @@ public:
      * the system has no pseudo-terminal to give.
      */
     bool open();
+    /**
+     * From now on `taker` is given the record of each ping when its answer is out, or it is settled
+     * that there will be none.
+     */
+    void keepLedger(PingLedger::Taker taker) { ledger = PingLedger(std::move(taker)); }
+    /** Gives it those of all pings without an end, which are never spoken of again. */
+    void closeLedger() { ledger.close(); }
     /** Why open() failed, in one line; empty after success. */
     QString errorText() const { return error; }
     /** Path that a tool opens; empty before open(), kept after the line is gone. */
@@ -74,12 +83,15 @@ private:
     void answerRequest(const ReceivedPacket& request);
     void answerPing(const QByteArray& data);
     void deliver(const Answer& answer);
+    void loseAnswer(const Answer& answer);
+    void onHandedOver(const AnswerPiece& piece);
 
     ModuleFaults faults;
     FaultPlan plan;
     RequestParser parser;
     ModuleScreen display;
     ModuleCounts totals; ///< without `unanswered`
+    PingLedger ledger;
     QString error;
     QString path;
     std::unique_ptr<Pty> pty;

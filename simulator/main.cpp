@@ -1,4 +1,5 @@
 #include "process/SignalWatch.h"
+#include "simulator/LedgerFile.h"
 #include "simulator/LineLink.h"
 #include "simulator/SimulatedModule.h"
 #include "simulator/TerminalView.h"
@@ -32,6 +33,7 @@ bool announce(const QString& line)
 int run(const ModuleOptions& options)
 {
     const SignalWatch watch;
+    LedgerFile ledger(options.ledgerPath);
     SimulatedModule module(options.faults);
     QObject::connect(&watch, &SignalWatch::endRequested, qApp, &QCoreApplication::quit);
     QObject::connect(&module, &SimulatedModule::unplugged, qApp, &QCoreApplication::quit);
@@ -47,6 +49,11 @@ int run(const ModuleOptions& options)
         if (result == LineLink::Result::Failed)
             return fail(QStringLiteral("--link: ") + reason, RunFailed);
     }
+    if (!options.ledgerPath.isEmpty()) {
+        if (!ledger.open())
+            return fail(ledger.errorText(), RunFailed);
+        module.keepLedger([&ledger](const PingRecord& ping) { ledger.add(ping); });
+    }
     if (!announce(module.linePath()))
         return fail(QStringLiteral("cannot write to standard output"), RunFailed);
 
@@ -57,6 +64,9 @@ int run(const ModuleOptions& options)
     view.reset();
     if (!options.summaryPath.isEmpty() && !writeModuleSummary(module, options.summaryPath, reason))
         return fail(reason, RunFailed);
+    module.closeLedger();
+    if (!options.ledgerPath.isEmpty() && !ledger.commit())
+        return fail(ledger.errorText(), RunFailed);
     return Success;
 }
 

@@ -62,7 +62,7 @@ QByteArray makeEchoFrame(const QByteArray& pingData, const PingDecisions& plan, 
 Answer singleFrame(const QByteArray& frame)
 {
     Answer answer;
-    answer.pieces.push_back({.bytes = frame, .pauseBeforeMs = 0, .tally = {}});
+    answer.pieces.push_back({.bytes = frame, .pauseBeforeMs = 0, .tally = {}, .ping = {}});
     return answer;
 }
 
@@ -79,13 +79,11 @@ Answer moduleAnswers::errorReply(quint8 request, ErrorCode code)
                                          QByteArray(1, static_cast<char>(code))));
 }
 
-Answer moduleAnswers::echo(const QByteArray& pingData, const PingDecisions& plan)
+Answer moduleAnswers::echo(quint64 arrival, const QByteArray& pingData, const PingDecisions& plan)
 {
     Answer answer;
-    answer.countIfLost = &ModuleCounts::overrun;
-    const auto add = [&answer](const QByteArray& bytes, int pauseBeforeMs,
-                               const ModuleCounts& tally) {
-        answer.pieces.push_back({bytes, pauseBeforeMs, tally});
+    const auto add = [&](const QByteArray& bytes, int pauseBeforeMs, const ModuleCounts& tally) {
+        answer.pieces.push_back({bytes, pauseBeforeMs, tally, arrival});
     };
     if (plan.garbage)
         add(plan.noise, 0, {.garbage = 1});
@@ -106,5 +104,6 @@ Answer moduleAnswers::echo(const QByteArray& pingData, const PingDecisions& plan
     }
     if (plan.duplicate)
         add(frame, 0, {.duplicated = 1});
+    answer.pieces.back().isLast = true;
     return answer;
 }

@@ -19,8 +19,10 @@ inline constexpr int splitPauseMs = 15;
 /** The faultless answer without data. */
 Answer reply(quint8 request);
 Answer errorReply(quint8 request, ErrorCode code);
-/** The answer to a ping with this payload, with all its faults; `plan.drop` and `plan.delayUs` are
- * the caller's. */
-Answer echo(const QByteArray& pingData, const PingDecisions& plan);
+/**
+ * The answer to the ping that arrived at this place, with this payload, and all its faults;
+ * `plan.drop` and `plan.delayUs` are the caller's.
+ */
+Answer echo(quint64 arrival, const QByteArray& pingData, const PingDecisions& plan);
 
 } // namespace moduleAnswers

@@ -127,6 +127,7 @@ void addOptions(QCommandLineParser& parser)
     parser.addOption({{"h", "help"}, QStringLiteral("Show this help and end.")});
     add("link", QStringLiteral("Make this symbolic link to the line while running."), "path");
     add("summary", QStringLiteral("Write what has happened there at the end, as JSON."), "file");
+    add("ledger", QStringLiteral("Write what has become of each ping there, as CSV."), "file");
     add("seed", QStringLiteral("Start of the random sequence, 0 if not given."), "number");
     for (const ProbabilityOption& option : probabilityOptions)
         add(option.name, withRange(option.effect, QLatin1String(probabilityRange)), "probability");
@@ -143,6 +144,7 @@ void readValues(ValueReader& reader, ModuleOptions& options)
     const auto toSeed = [](const QString& text, bool* ok) { return text.toULongLong(ok); };
     reader.readPath("link", options.linkPath);
     reader.readPath("summary", options.summaryPath);
+    reader.readPath("ledger", options.ledgerPath);
     reader.read("seed", options.faults.seed, quint64{0}, ~quint64{0}, toSeed,
                 QStringLiteral("a whole number from 0 to %1").arg(~quint64{0}));
     for (const ProbabilityOption& option : probabilityOptions)

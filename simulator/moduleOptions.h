@@ -15,6 +15,7 @@ struct ModuleOptions
     ModuleFaults faults;
     QString linkPath;    ///< empty: no link
     QString summaryPath; ///< empty: no summary
+    QString ledgerPath;  ///< empty: no ledger
 };
 
 /** Reads `arguments`, the program's name first. Of an option given twice the last one counts. */

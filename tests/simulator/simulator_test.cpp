@@ -107,9 +107,9 @@ private slots:
                 QByteArrayList answers;
                 for (int i = 0; i < pings; ++i)
                     answers += tool.answerTo(frame(0, pingData(i)));
-                return std::pair(answers, module.counts());
+                return std::tuple(answers, module.counts(), module.takePings());
             };
-            const auto [answers, counts] = run();
+            const auto [answers, counts, records] = run();
             ModuleCounts seen{.pingsReceived = pings, .otherRequests = pings};
             for (int i = 0; i < pings; ++i) {
                 const QByteArray echo = frame(0x40, pingData(i));
@@ -118,11 +118,15 @@ private slots:
                 seen.*count += got != echo;
                 seen.echoesIntact += got.endsWith(echo);
                 seen.echoesDamaged += !got.isEmpty() && !got.endsWith(echo);
+                const PingRecord& record = records.at(size_t(i));
+                QCOMPARE(record.number, qFromLittleEndian<quint64>(pingData(i).data()));
+                QVERIFY(record.what.*count == (got != echo) && record.closedNs > 0);
+                QCOMPARE(record.fate() == "intact", got.endsWith(echo));
             }
             for (const ModuleCountField& field : moduleCountFields)
                 QVERIFY2(counts.*field.value == seen.*field.value, field.name);
             QVERIFY(counts.*count > pings / 4 && counts.*count < pings * 3 / 4);
-            QCOMPARE(run().first, answers);
+            QCOMPARE(std::get<0>(run()), answers);
         }
     }
 
@@ -146,7 +150,7 @@ private slots:
                  "--drop=1.01", "--split=-0.1", "--report=nan", "--alter=", "--delay=60001",
                  "--jitter=1.5", "--baud=1199", "--seed=18446744073709551616",
                  "--link=", "--link=/", "--unplug-after=-1", "--stall-after=soon",
-                 "--summary=", "--drop", "pty"}) {
+                 "--summary=", "--ledger=", "--drop", "pty"}) {
             Program program(MODULE_PROGRAM, {argument});
             QVERIFY2(program.status() == 2, argument);
             QVERIFY2(program.errors.contains(argument.split('=')[0]), argument);
@@ -158,16 +162,19 @@ private slots:
         const QTemporaryDir folder;
         const QString link = folder.filePath("line");
         QFile summary(folder.filePath("summary"));
+        QFile ledger(folder.filePath("ledger"));
         for (const QString& file : {summary.fileName(), folder.filePath("none/file")}) {
-            Program program(MODULE_PROGRAM, {"--summary", file, "--unplug-after=0"});
-            QCOMPARE(program.status(), file == summary.fileName() ? 0 : 1);
+            for (const char* output : {"--summary", "--ledger"}) {
+                Program program(MODULE_PROGRAM, {output, file, "--unplug-after=0"});
+                QCOMPARE(program.status(), file == summary.fileName() ? 0 : 1);
+            }
         }
         QVERIFY(summary.remove());
 
         QVERIFY(QFile::link("/nowhere", link)); // what an earlier run left behind
         for (const QString& other : std::initializer_list<QString>{"", "/elsewhere"}) {
-            Program program(MODULE_PROGRAM,
-                            {"--link", link, "--summary", summary.fileName(), "--delay=60000"});
+            Program program(MODULE_PROGRAM, {"--link", link, "--summary", summary.fileName(),
+                                             "--delay=60000", "--ledger", ledger.fileName()});
             QVERIFY(program.waitForReadyRead(patienceMs));
             const QString path = QString(program.readLine()).trimmed();
             QCOMPARE(QFile::symLinkTarget(link), path);
@@ -184,6 +191,8 @@ private slots:
         const QJsonDocument counts = QJsonDocument::fromJson(summary.readAll());
         QCOMPARE(counts["unanswered"].toInt(), 1);
         QCOMPARE(counts["screen"][3].toString(), QString("cli").rightJustified(20));
+        QVERIFY(ledger.open(QIODevice::ReadOnly));
+        QVERIFY(ledger.readAll().endsWith("HeldUs\n0,0,unanswered,,\n"));
     }
 };
 
