@@ -5,7 +5,7 @@ bool LedgerFile::open()
     return file.open(QIODevice::WriteOnly) && file.write("Number,Arrival,Fate,Extras,HeldUs\n") > 0;
 }
 
-void LedgerFile::add(const PingRecord& ping)
+void LedgerFile::add(const LedgerEntry& ping)
 {
     constexpr qint64 microsecondNs = 1000;
     const QString heldUs =

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "simulator/PingRecord.h"
+#include "simulator/LedgerEntry.h"
 
 #include <QSaveFile>
 
@@ -13,7 +13,7 @@ public:
     /** Makes the file and writes its header. False with errorText(). */
     bool open();
     /** Adds a line; a failure shows in commit(). */
-    void add(const PingRecord& ping);
+    void add(const LedgerEntry& ping);
     /** Puts the table in its place. False with errorText() when any of it could not be written. */
     bool commit();
     QString errorText() const;

@@ -23,7 +23,7 @@ ModuleThread::ModuleThread(const ModuleFaults& faults)
     thread.start();
     runner.run([&] {
         module = std::make_unique<SimulatedModule>(faults);
-        module->keepLedger([this](const PingRecord& ping) { pings.push_back(ping); });
+        module->keepLedger([this](const LedgerEntry& ping) { pings.push_back(ping); });
         if (!module->open())
             qFatal("%s", qPrintable(module->errorText()));
         linePath = module->linePath();
@@ -44,15 +44,15 @@ ModuleCounts ModuleThread::counts()
     return now;
 }
 
-std::vector<PingRecord> ModuleThread::takePings()
+std::vector<LedgerEntry> ModuleThread::takePings()
 {
-    std::vector<PingRecord> taken;
+    std::vector<LedgerEntry> taken;
     runner.run([&] {
         module->closeLedger();
         taken.swap(pings);
     });
     std::sort(taken.begin(), taken.end(),
-              [](const PingRecord& a, const PingRecord& b) { return a.arrival < b.arrival; });
+              [](const LedgerEntry& a, const LedgerEntry& b) { return a.arrival < b.arrival; });
     return taken;
 }
 

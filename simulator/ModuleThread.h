@@ -52,7 +52,7 @@ public:
      * The record of every ping that has arrived since the last call, by arrival; one whose answer
      * is not out yet is unanswered for good.
      */
-    std::vector<PingRecord> takePings();
+    std::vector<LedgerEntry> takePings();
     /** See SimulatedModule::unplug() and stall(). */
     void unplug();
     void stall();
@@ -62,5 +62,5 @@ private:
     TaskRunner runner;
     std::unique_ptr<SimulatedModule> module; ///< made and destroyed in the thread
     QString linePath;
-    std::vector<PingRecord> pings; ///< touched in the thread only
+    std::vector<LedgerEntry> pings; ///< touched in the thread only
 };

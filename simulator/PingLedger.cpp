@@ -23,7 +23,7 @@ void PingLedger::open(quint64 arrival, const QByteArray& data)
 {
     if (!hand)
         return;
-    PingRecord& record = records[arrival];
+    LedgerEntry& record = records[arrival];
     record.arrival = arrival;
     record.number = numberIn(data);
     record.arrivedNs = SteadyClock().nowNs();
@@ -34,7 +34,7 @@ void PingLedger::add(quint64 arrival, const ModuleCounts& what, bool isLast)
     const auto found = records.find(arrival);
     if (found == records.end())
         return;
-    PingRecord& record = found->second;
+    LedgerEntry& record = found->second;
     record.what += what;
     const qint64 nowNs = SteadyClock().nowNs();
     if (what.echoesIntact + what.echoesDamaged > 0)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "simulator/PingRecord.h"
+#include "simulator/LedgerEntry.h"
 
 #include <functional>
 #include <map>
@@ -12,7 +12,7 @@
 class PingLedger
 {
 public:
-    using Taker = std::function<void(const PingRecord&)>;
+    using Taker = std::function<void(const LedgerEntry&)>;
 
     /** An empty `taker` makes a ledger that keeps nothing. */
     explicit PingLedger(Taker taker = {}) : hand(std::move(taker)) {}
@@ -26,5 +26,5 @@ public:
 
 private:
     Taker hand;
-    std::map<quint64, PingRecord> records; ///< by arrival
+    std::map<quint64, LedgerEntry> records; ///< by arrival
 };

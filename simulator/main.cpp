@@ -52,7 +52,7 @@ int run(const ModuleOptions& options)
     if (!options.ledgerPath.isEmpty()) {
         if (!ledger.open())
             return fail(ledger.errorText(), RunFailed);
-        module.keepLedger([&ledger](const PingRecord& ping) { ledger.add(ping); });
+        module.keepLedger([&ledger](const LedgerEntry& ping) { ledger.add(ping); });
     }
     if (!announce(module.linePath()))
         return fail(QStringLiteral("cannot write to standard output"), RunFailed);

@@ -118,7 +118,7 @@ private slots:
                 seen.*count += got != echo;
                 seen.echoesIntact += got.endsWith(echo);
                 seen.echoesDamaged += !got.isEmpty() && !got.endsWith(echo);
-                const PingRecord& record = records.at(size_t(i));
+                const LedgerEntry& record = records.at(size_t(i));
                 QCOMPARE(record.number, qFromLittleEndian<quint64>(pingData(i).data()));
                 QVERIFY(record.what.*count == (got != echo) && record.closedNs > 0);
                 QCOMPARE(record.fate() == "intact", got.endsWith(echo));

@@ -1,4 +1,4 @@
-#include "simulator/PingRecord.h"
+#include "simulator/LedgerEntry.h"
 
 #include <QStringList>
 
@@ -21,7 +21,7 @@ QString namesOf(const ModuleCounts& counts, std::initializer_list<Naming> naming
 
 } // namespace
 
-QString PingRecord::fate() const
+QString LedgerEntry::fate() const
 {
     const QString names = namesOf(what, {{&ModuleCounts::echoesIntact, "intact"},
                                          {&ModuleCounts::errorReplies, "errorReply"},
@@ -33,7 +33,7 @@ QString PingRecord::fate() const
     return names.isEmpty() ? QStringLiteral("unanswered") : names;
 }
 
-QString PingRecord::extras() const
+QString LedgerEntry::extras() const
 {
     return namesOf(what, {{&ModuleCounts::garbage, "garbage"},
                           {&ModuleCounts::reports, "report"},

@@ -5,7 +5,7 @@
 #include <QString>
 
 /** What a module says of one ping. */
-struct PingRecord
+struct LedgerEntry
 {
     quint64 arrival = 0; ///< its place among the pings that have arrived, from 0
     quint64 number = 0;  ///< its first 8 data bytes, lowest first; those it lacks count as 0
