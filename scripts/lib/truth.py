@@ -1,0 +1,104 @@
+"""Holds the runner's account of every ping against the module's own. Started by scripts/truth."""
+
+import argparse
+import collections
+import csv
+import json
+import pathlib
+import subprocess
+import sys
+import tempfile
+
+RECEIVED = {"received", "receivedAtEnd"}
+GIVEN_UP = {"noEchoInTime", "noEchoAtEnd"}
+WITHOUT_ECHO = {"dropped", "overrun", "unanswered", "errorReply", "corrupted"}
+
+
+def expected(fate):
+    """What may become of a ping that the module treated so."""
+    if fate == "intact":
+        return RECEIVED
+    if WITHOUT_ECHO & set(fate.split("+")):
+        return GIVEN_UP
+    # Cut or changed within its number, an echo belongs to no ping.
+    return {"changedEcho"} | GIVEN_UP
+
+
+def run(options, folder):
+    files = {name: pathlib.Path(folder, name) for name in ("ledger", "summary", "pings", "report")}
+    with subprocess.Popen([options.module, "--ledger", files["ledger"], "--summary",
+                           files["summary"], *options.faults],
+                          stdout=subprocess.PIPE, text=True) as module:
+        line = module.stdout.readline().strip()
+        code = subprocess.call([options.runner, "--port", line, "--quiet", "--rate", options.rate,
+                                "--duration", options.seconds, "--timeout", options.timeout,
+                                "--timing", options.timing, "--max-loss", "100",
+                                "--pings", files["pings"], "--json", files["report"]])
+        module.terminate()
+    if code not in (0, 1):
+        sys.exit(f"scripts/truth: the runner ended with {code}")
+    with open(files["ledger"], encoding="ascii", newline="") as ledger:
+        truth = {int(row["Number"]): row for row in csv.DictReader(ledger)}
+    with open(files["pings"], encoding="ascii", newline="") as pings:
+        rows = list(csv.DictReader(pings))
+    return (truth, rows, json.loads(files["report"].read_bytes()),
+            json.loads(files["summary"].read_bytes()))
+
+
+def chance_frames(report, summary):
+    """Frames that the runner has seen and the module has not sent: bytes that happened to be one."""
+    seen = report["unexpected"]
+    return (seen["reports"] + seen["otherPackets"] + sum(e["count"] for e in seen["errorReplies"])
+            - summary["reports"] - summary["errorReplies"])
+
+
+def compare(truth, rows, timeout_us):
+    """How many pings agree, the named differences, and those without a name."""
+    agree, named, nameless = collections.Counter(), collections.Counter(), []
+    for row in rows:
+        number, fate = int(row["Number"]), row["Fate"]
+        entry = truth.pop(number, None)
+        if entry is None:
+            (agree if fate == "notSent" else named)["never arrived"] += 1
+            if fate != "notSent":
+                nameless.append((number, fate, "never arrived"))
+        elif fate in expected(entry["Fate"]):
+            agree[f"{entry['Fate']}: {fate}"] += 1
+        elif entry["Fate"] == "intact" and fate in GIVEN_UP and float(entry["HeldUs"]) > timeout_us:
+            named["answered after the time-out"] += 1
+        else:
+            nameless.append((number, fate, f"{entry['Fate']} {entry['Extras']}".strip()))
+    nameless += [(number, "unknown", entry["Fate"]) for number, entry in truth.items()]
+    return agree, named, nameless
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("module", type=pathlib.Path)
+    parser.add_argument("runner", type=pathlib.Path)
+    parser.add_argument("--seconds", default="20")
+    parser.add_argument("--rate", default="1000")
+    parser.add_argument("--timeout", default="200")
+    parser.add_argument("--timing", default="exact")
+    parser.add_argument("faults", nargs="*")
+    options = parser.parse_args()
+    with tempfile.TemporaryDirectory(prefix="packetbrask-truth.") as folder:
+        truth, rows, report, summary = run(options, folder)
+    agree, named, nameless = compare(truth, rows, 1000 * int(options.timeout))
+    hidden = [each for each in nameless if each[2].startswith("intact") and each[1] in GIVEN_UP]
+    by_chance = chance_frames(report, summary)
+    if len(hidden) <= by_chance:
+        named["hidden by a frame that bytes formed by chance"] += len(hidden)
+        nameless = [each for each in nameless if each not in hidden]
+    for title, counts in (("agree", agree), ("differ", named)):
+        for what, count in sorted(counts.items()):
+            print(f"{title:8}{count:9}  {what}")
+    for number, fate, was in nameless[:20]:
+        print(f"UNNAMED ping {number}: the runner says {fate}, the module {was}")
+    print(f"{len(rows)} pings, {sum(agree.values())} agree, {sum(named.values())} differ with a "
+          f"name, {len(nameless)} without; frames by chance: {by_chance}")
+    return 1 if nameless or not rows else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
