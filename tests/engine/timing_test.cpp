@@ -18,7 +18,7 @@ private slots:
         for (int rate = 1; rate <= 1000; ++rate) {
             PingSchedule schedule;
             schedule.begin(start, rate, start + 3'000'000'000);
-            for (qint64 n = 1; n <= rate * 3; ++n) {
+            for (qint64 n = 1; n <= qint64{rate} * 3; ++n) {
                 const qint64 due = start + n * 1'000'000'000 / rate;
                 QCOMPARE(schedule.nextDueNs(), due);
                 QCOMPARE(schedule.countDue(due - 1), 0);
@@ -38,7 +38,7 @@ private slots:
                                                           {10, 250, 3, 1}}) {
             PingSchedule schedule;
             schedule.begin(0, rate, -1);
-            const qint64 now = schedule.nextDueNs() + lateMs * 1'000'000;
+            const qint64 now = schedule.nextDueNs() + lateMs * qint64{1'000'000};
             QCOMPARE(schedule.countDue(now), missed);
             QCOMPARE(schedule.burstLimit(), burst);
             for (int i = 0; i < std::min(missed, burst); ++i)
