@@ -18,6 +18,58 @@
 
 namespace {
 
+/** What the engine tells an observer, a word a call; moments in ms since the run's begin. */
+struct Told : PingObserver
+{
+    QStringList calls;
+    qint64 startNs = 0;
+
+    void tell(const QString& what, qint64 atNs)
+    {
+        calls += QStringLiteral("%1 %2").arg(what).arg((atNs - startNs) / 1'000'000);
+    }
+    void runBegan(qint64 atNs) override
+    {
+        startNs = atNs;
+        tell("began", atNs);
+    }
+    void pingSent(const Sent& ping) override
+    {
+        tell(QStringLiteral("sent%1(%2)").arg(ping.id).arg(ping.sizeBytes), ping.startNs);
+    }
+    void sendFailed(quint64 id, int size, qint64 atNs) override
+    {
+        tell(QStringLiteral("failed%1(%2)").arg(id).arg(size), atNs);
+    }
+    void echoMatched(const Echo& echo) override { tellEcho("matched", echo); }
+    void echoChanged(const Echo& echo) override { tellEcho("changed", echo); }
+    void tellEcho(const QString& what, const Echo& echo)
+    {
+        const qint64 tripMs = echo.roundTripNs / 1'000'000;
+        tell(QStringLiteral("%1%2(%3%4)")
+                 .arg(what)
+                 .arg(echo.id)
+                 .arg(tripMs)
+                 .arg(echo.afterEnd ? " afterwards" : ""),
+             echo.readNs);
+    }
+    void pingGivenUp(quint64 id, qint64 atNs, bool atEnd) override
+    {
+        tell(QStringLiteral("%1%2").arg(atEnd ? "lost" : "expired").arg(id), atNs);
+    }
+    void otherArrived(Other what, quint64 id, qint64 atNs) override
+    {
+        const char* names[] = {"late", "unknown", "short", "report", "packet"};
+        tell(QStringLiteral("%1%2").arg(names[int(what)]).arg(id), atNs);
+    }
+    void errorReplied(int code, qint64 atNs) override
+    {
+        tell(QStringLiteral("error%1").arg(code), atNs);
+    }
+    void sendingEnded(qint64 atNs) override { tell("stopped", atNs); }
+    void runEnded(qint64 atNs) override { tell("ended", atNs); }
+};
+
 /** An engine whose every step the test takes itself, or lets happen by letting time pass. */
 struct Bench
 {
@@ -26,9 +78,10 @@ struct Bench
     QStringList lines;
     TestStats stats; ///< the last ones reported
     RawLine line;
+    Told told;
     BraskTestWorker worker;
 
-    Bench() : worker(BraskTestWorker::Setup{.timing = std::unique_ptr<EngineTiming>(time)})
+    Bench() : worker({std::unique_ptr<EngineTiming>(time), &told})
     {
         using W = BraskTestWorker;
         const auto on = [this](auto signal, auto text) {
@@ -285,6 +338,41 @@ private slots:
                               "INFO: Test stopped. Sent: 3, Received: 1, Lost: 2, Success: 33.3%",
                               "completed"}));
         QCOMPARE(bench.stats.avgLatencyMs, 10); // timed like those of the run
+    }
+
+    void tellsItsObserver()
+    {
+        Bench bench(8, 50);
+        QList<QByteArray> pings;
+        for (int i = 0; i < 6; ++i)
+            pings += bench.ping();
+        bench.time->skip(3);
+        QByteArray other = pings[1].chopped(1) + 'x'; // its number ends there
+        bench.answer(echo(pings[0]) + echo(pings[1] + "x") + echo(other) + echo("short"));
+        bench.answer(frame(0x80) + frame(0x07) + frame(0xC0) + frame(0xC0, "\x07"));
+        bench.time->skip(48);
+        bench.step("checkTimeouts");
+        bench.answer(echo(pings[2]));
+        const QByteArray last = bench.ping();
+        bench.ping();
+        int waitedMs = 0;
+        bench.time->meanwhile = [&] {
+            if (++waitedMs == 20)
+                bench.line.send(echo(last));
+        };
+        bench.worker.stopTest();
+        QCOMPARE(bench.told.calls.join(", "),
+                 "began 0, sent0(8) 0, sent1(8) 0, sent2(8) 0, sent3(8) 0, sent4(8) 0, "
+                 "sent5(8) 0, matched0(3) 3, changed1(3) 3, unknown" +
+                     QString::number(qFromLittleEndian<quint64>(other.constData())) +
+                     " 3, short0 3, report0 3, packet0 3, error0 3, error7 3, expired2 51, "
+                     "expired3 51, expired4 51, expired5 51, late2 51, sent6(8) 51, sent7(8) 51, "
+                     "stopped 51, matched6(20 afterwards) 71, lost7 651, ended 651");
+        bench.told.calls.clear();
+        bench.start({.minDataSize = 8, .maxDataSize = 8});
+        bench.line.hangUp();
+        bench.step("sendNextPacket");
+        QCOMPARE(bench.told.calls.join(", "), "began 0, failed0(8) 0");
     }
 
     void looksAtTheLineDuringTheWholeFinalWait()

@@ -60,6 +60,10 @@ private slots:
             ++sent;
             QVERIFY(timing.dueNs() <= timing.nowNs());
         };
+        int looks = 0;
+        int sweeps = 0;
+        deeds.look = [&] { return ++looks < 0; };
+        deeds.sweep = [&] { QVERIFY(looks > sweeps++); }; // what waits on the line is not late
         deeds.endInTime = [&] {
             timing.endRun();
             ended = true;
@@ -70,7 +74,7 @@ private slots:
         timing.beginRun({.packetsPerSecond = 40, .durationSec = 1}, line.otherEnd());
         QTRY_VERIFY(ended);
         QVERIFY(timing.nowNs() - start >= 1'000'000'000);
-        QVERIFY2(sent <= 40 && sent > 0, qPrintable(QString::number(sent)));
+        QVERIFY2(sent <= 40 && sent > 0 && sweeps > 0, qPrintable(QString::number(sent)));
     }
 
     void doesNotSpinOnADeadLine()

@@ -17,6 +17,8 @@ public:
 
     /** The path that the code under test opens. */
     QString path() const { return linePath; }
+    /** Closes the module's end, as if the adapter had been pulled out. */
+    void hangUp() { pty.reset(); }
     /** Puts bytes on the line; returns when all of them are there for the other end to read. */
     void send(const QByteArray& bytes);
     /** All that the other end has written, and at least `count` bytes unless that takes 5 s. */
