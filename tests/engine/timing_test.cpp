@@ -124,6 +124,14 @@ private slots:
         timing.attach(&owner, deeds);
         timing.waitForReplies(50, [] { return false; });
         QVERIFY(timing.nowNs() - start >= 50'000'000);
+
+        WindowTiming window; // looks every 10 ms for the whole time, come what may
+        int looks = 0;
+        deeds.look = [&] { return ++looks > 0; };
+        window.attach(&owner, deeds);
+        const qint64 begin = window.nowNs();
+        window.waitForReplies(100, [] { return true; });
+        QVERIFY(window.nowNs() - begin >= 100'000'000 && looks > 2 && looks <= 11);
     }
 
     void runsTheWindowsTimers()
