@@ -3,16 +3,16 @@
 
 # To build the programs, and to run the window with a simulated module.
 # shellcheck disable=SC2034  # read by the scripts that source this file
-run_packages=(g++ cmake ninja-build pkg-config qt6-base-dev libudev-dev libboost-dev umockdev
-    fonts-dejavu-core)
+run_packages=(g++ cmake ninja-build pkg-config qt6-base-dev libudev-dev libboost-dev libjs-chart.js
+    umockdev fonts-dejavu-core)
 
 # To drive the window on a virtual screen and to take its picture.
 # shellcheck disable=SC2034  # read by the scripts that source this file
 gui_packages=(xvfb xdotool dbus at-spi2-core python3 python3-gi gir1.2-atspi-2.0 imagemagick)
 
-# To check the reports of real runs.
+# To look at the pages of reports in a browser, and to hold reports against their schema.
 # shellcheck disable=SC2034  # read by the scripts that source this file
-report_packages=(python3 python3-jsonschema)
+browser_packages=(chromium chromium-driver python3-selenium python3-jsonschema)
 
 # To build the benchmarks and to run them on a virtual screen.
 # shellcheck disable=SC2034  # read by the scripts that source this file

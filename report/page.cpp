@@ -1,0 +1,236 @@
+#include "report/page.h"
+
+#include "report/batch.h"
+#include "report/chartData.h"
+#include "report/comparison.h"
+#include "report/figureText.h"
+#include "report/htmlText.h"
+#include "report/runSections.h"
+#include "report/smallHistogram.h"
+
+#include <QFile>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+QString resource(const char* name)
+{
+    QFile file(QStringLiteral(":/report/") + QLatin1String(name));
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+/** The template with each marker replaced, once, so that what is put in is never searched. */
+QString filled(const QString& title, const QString& body, const QJsonObject& data)
+{
+    const std::vector<std::pair<QString, QString>> parts{
+        {QStringLiteral("{{title}}"), html(title)},
+        {QStringLiteral("{{style}}"), resource("page.css")},
+        {QStringLiteral("{{body}}"), body},
+        {QStringLiteral("{{data}}"), scriptJson(data)},
+        {QStringLiteral("{{library}}"), resource("chart.min.js")},
+        {QStringLiteral("{{script}}"), resource("page.js")}};
+    QString rest = resource("page.html");
+    QString page;
+    for (const auto& [marker, text] : parts) {
+        const qsizetype at = rest.indexOf(marker);
+        page += rest.left(at) + text;
+        rest = rest.mid(at + marker.size());
+    }
+    return page + rest;
+}
+
+QString heading(const QString& title, const QString& line)
+{
+    return QStringLiteral(
+               "<header><p class=\"quiet\">PacketBrask</p><h1>%1</h1><p>%2</p></header>\n")
+        .arg(title, line);
+}
+
+QString differenceMark(Difference difference)
+{
+    switch (difference) {
+    case Difference::Better:
+        return QStringLiteral("<span class=\"mark good\">▼ better</span>");
+    case Difference::Worse:
+        return QStringLiteral("<span class=\"mark bad\">▲ worse</span>");
+    case Difference::Unclear:
+        return QStringLiteral("<span class=\"mark quiet\">no clear difference</span>");
+    case Difference::Reference:
+    case Difference::NotJudged:
+        break;
+    }
+    return {};
+}
+
+QString differenceTable(const std::vector<Run>& runs, const QStringList& labels)
+{
+    QStringList headers{QStringLiteral("Less is better")};
+    for (const QString& label : labels)
+        headers +=
+            isolated(label) +
+            (headers.size() == 1 ? QStringLiteral(" <small>held against</small>") : QString());
+    HtmlTable table(QStringLiteral("Differences"), headers);
+    QStringList verdicts;
+    for (const Run& run : runs)
+        verdicts += verdictBadge(run.verdict) + QStringLiteral("<small class=\"reason\">") +
+                    isolated(run.reasons.join(QStringLiteral("; "))) + QStringLiteral("</small>");
+    table.addRow(QStringLiteral("Verdict"), verdicts);
+    for (const ComparedFigure& figure : compareRuns(runs)) {
+        const auto text = figure.unit == ComparedFigure::Unit::Percent ? percentCell : latencyCell;
+        QStringList cells;
+        for (std::size_t i = 0; i < runs.size(); ++i) {
+            const Ranged& value = figure.values[i];
+            QString cell = text(value.value);
+            if (value.low && value.high)
+                cell += QStringLiteral(" <small>%1 to %2</small>")
+                            .arg(text(value.low), text(value.high));
+            cells += cell + differenceMark(figure.differences[i]);
+        }
+        table.addRow(html(figure.name), cells);
+    }
+    return table.markup();
+}
+
+QString legend(const QStringList& labels)
+{
+    QString text = QStringLiteral("<ul class=\"legend\" aria-label=\"Runs\">");
+    for (qsizetype i = 0; i < labels.size(); ++i)
+        text += QStringLiteral("<li><label class=\"run%1\"><svg viewBox=\"0 0 28 10\" "
+                               "aria-hidden=\"true\"><path d=\"M0 5H28\"/></svg>%2</label></li>")
+                    .arg(i)
+                    .arg(isolated(labels[i]));
+    return text + QStringLiteral("</ul>");
+}
+
+QString onePage(const std::vector<Run>& runs, const QStringList& labels)
+{
+    const Run& run = runs.front();
+    return heading(QStringLiteral("Test run ") + isolated(labels.front()),
+                   QStringLiteral("%1 at %2 bits/s, %3")
+                       .arg(isolated(run.settings.port))
+                       .arg(run.settings.baudRate)
+                       .arg(timeText(run.start))) +
+           verdictSection(run) + findingsSection(run, QStringLiteral("What this means")) +
+           chartsSection(runs, labels) + figuresSection(runs, labels) + testedSection(runs, labels);
+}
+
+QString comparisonPage(const std::vector<Run>& runs, const QStringList& labels)
+{
+    const QStringList unlike = differingSettings(runs);
+    const QString warning =
+        unlike.isEmpty()
+            ? QString()
+            : QStringLiteral(
+                  "<p class=\"warning\"><b>Not the same test.</b> The runs differ in %1; "
+                  "differences in the figures may come from that.</p>")
+                  .arg(html(unlike.join(QStringLiteral(", "))));
+    QString text = heading(QStringLiteral("%1 test runs").arg(runs.size()),
+                           QStringLiteral("Held against ") + isolated(labels.front())) +
+                   warning + QStringLiteral("<section><h2>Differences</h2>") +
+                   differenceTable(runs, labels) +
+                   QStringLiteral("<details class=\"note\" open><summary>When a figure is marked"
+                                  "</summary><p>%1</p></details></section>\n")
+                       .arg(html(spreadExplanation())) +
+                   QStringLiteral("<nav class=\"sticky\">%1</nav>").arg(legend(labels)) +
+                   chartsSection(runs, labels);
+    for (std::size_t i = 0; i < runs.size(); ++i)
+        text +=
+            findingsSection(runs[i], QStringLiteral("What this means: ") + labels[qsizetype(i)]);
+    return text + figuresSection(runs, labels) + testedSection(runs, labels);
+}
+
+QString groupTable(const std::vector<Run>& runs, const QString& by)
+{
+    HtmlTable table(QStringLiteral("Groups by %1").arg(by),
+                    {isolated(by), QStringLiteral("Runs"), QStringLiteral("Passed"),
+                     QStringLiteral("Not passed"), QStringLiteral("Worst loss"),
+                     QStringLiteral("Middle p99"), QStringLiteral("Worst p99")});
+    for (const Group& group : groupRuns(runs, by))
+        table.addRow(group.value.isEmpty() ? QStringLiteral("<i>without it</i>")
+                                           : isolated(group.value),
+                     {countText(group.runs), countText(group.passed),
+                      countText(group.runs - group.passed), percentCell(group.worstLossPercent),
+                      latencyCell(group.middleP99Us), latencyCell(group.worstP99Us)});
+    return QStringLiteral("<section><h2>Groups by %1</h2>").arg(isolated(by)) + table.markup() +
+           QStringLiteral("</section>\n");
+}
+
+QString runTable(const std::vector<Run>& runs, const QStringList& labels)
+{
+    HtmlTable table(QStringLiteral("All runs"),
+                    {QStringLiteral("Run"), QStringLiteral("Verdict"), QStringLiteral("Sent"),
+                     QStringLiteral("Lost"), QStringLiteral("p50"), QStringLiteral("p99"),
+                     QStringLiteral("Longest"), QStringLiteral("Round trips"),
+                     QStringLiteral("Start"), QStringLiteral("Reason")});
+    const SmallHistogram small(runs);
+    const auto sortable = [](const Figure& value, const QString& text) {
+        return QStringLiteral("<data value=\"%1\">%2</data>")
+            .arg(value ? QString::number(*value, 'g', 8) : QString(), text);
+    };
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+        const Run& run = runs[i];
+        const Latencies& us = run.latencyUs;
+        table.addRow(isolated(labels[qsizetype(i)]),
+                     {verdictBadge(run.verdict),
+                      sortable(static_cast<double>(run.sent), countText(run.sent)),
+                      sortable(run.lossPercent(), percentCell(run.lossPercent())),
+                      sortable(us.p50, latencyCell(us.p50)), sortable(us.p99, latencyCell(us.p99)),
+                      sortable(us.maximum, latencyCell(us.maximum)),
+                      sortable(us.p50, small.svg(run)), timeText(run.start),
+                      isolated(run.reasons.value(0).left(120))});
+    }
+    return table.markup();
+}
+
+QString batchPage(const std::vector<Run>& runs, const QStringList& labels, const QString& by)
+{
+    const auto passed = std::count_if(
+        runs.begin(), runs.end(), [](const Run& run) { return run.verdict == RunVerdict::Passed; });
+    const auto all = static_cast<qint64>(runs.size());
+    const auto tile = [](const char* kind, const char* name, qint64 count) {
+        return QStringLiteral("<div class=\"%1\"><dt>%2</dt><dd>%3</dd></div>")
+            .arg(QLatin1String(kind), QLatin1String(name), countText(count));
+    };
+    const auto chart = [](const char* id, const char* title, const char* description) {
+        return QStringLiteral("<section class=\"figure scripted\" hidden><h3>%1</h3><p "
+                              "class=\"quiet\">%2</p>%3</section>")
+            .arg(QLatin1String(title), QLatin1String(description),
+                 chartPlace(QLatin1String(id), QLatin1String(title), QLatin1String(description)));
+    };
+    return heading(QStringLiteral("%1 test runs").arg(countText(all)),
+                   QStringLiteral("Worst first")) +
+           QStringLiteral("<dl class=\"tiles\">") + tile("good", "Passed", passed) +
+           tile("bad", "Not passed", all - passed) + tile("", "Runs", all) +
+           QStringLiteral("</dl>\n") + (by.isEmpty() ? QString() : groupTable(runs, by)) +
+           QStringLiteral("<section><h2>All runs, in the order of their start</h2><div "
+                          "class=\"charts\">") +
+           chart("batchP99", "p99 of each run",
+                 "1 ping in 100 took longer. Circles passed, triangles did not.") +
+           chart("batchLoss", "Loss of each run",
+                 "Pings lost of 100. Circles passed, triangles did not.") +
+           QStringLiteral(
+               "</div></section><section id=\"runs\"><h2>All runs, worst first</h2><p "
+               "class=\"quiet\">Round trips: all bars have the same logarithmic axis, %1 "
+               "on the left and %2 on the right; heights are logarithmic too.</p>")
+               .arg(latencyText(SmallHistogram(runs).shortestUs()),
+                    latencyText(SmallHistogram(runs).longestUs())) +
+           runTable(runs, labels) + QStringLiteral("</section>\n");
+}
+
+} // namespace
+
+QString htmlPage(std::vector<Run> runs, const QString& by)
+{
+    if (runs.size() > mostOverlaid)
+        sortWorstFirst(runs);
+    const QStringList labels = runLabels(runs, by);
+    if (runs.size() == 1)
+        return filled(labels.front() + QStringLiteral(" – PacketBrask"), onePage(runs, labels),
+                      overlayData(runs, labels));
+    const QString title = QStringLiteral("%1 test runs – PacketBrask").arg(runs.size());
+    if (runs.size() <= mostOverlaid)
+        return filled(title, comparisonPage(runs, labels), overlayData(runs, labels));
+    return filled(title, batchPage(runs, labels, by), batchData(runs, labels));
+}

@@ -1,0 +1,168 @@
+
+"use strict";
+(() => {
+  const data = JSON.parse(document.getElementById("data").textContent);
+  const colour = name => getComputedStyle(document.documentElement).getPropertyValue("--" + name).trim();
+  const dashes = [[], [8, 3], [3, 3], [10, 3, 3, 3]];
+  const charts = [];
+
+  const digits = value => String(+value.toPrecision(3));
+  const time = us => us < 999.5 ? digits(us) + " µs"
+    : us < 999500 ? digits(us / 1e3) + " ms" : digits(us / 1e6) + " s";
+  const isDecade = value => Math.abs(Math.log10(value) - Math.round(Math.log10(value))) < 1e-6;
+  const number = value => value.toLocaleString("en").replaceAll(",", "\u202f");
+  const percent = value => digits(value) + " %";
+
+  const axis = (title, text) => ({
+    type: "linear", title: { display: true, text: title }, ticks: { maxRotation: 0, callback: text },
+  });
+  const logarithmic = (title, text, values) => {
+    const steps = value => [1, 2, 5, 10].map(step => step * 10 ** Math.floor(Math.log10(value)));
+    const some = values.filter(value => value > 0);
+    const min = Math.max(...steps(Math.min(...some)).filter(step => step <= Math.min(...some) * 1.0001));
+    const max = Math.min(...steps(Math.max(...some)).filter(step => step >= Math.max(...some) * 0.9999));
+    const shown = max / min < 300 ? /^[125]/ : /^1/;
+    return { ...axis(title, text), type: "logarithmic", min, max: Math.max(max, min * 2), ticks: {
+      maxRotation: 0, autoSkip: false,
+      callback: value => shown.test(value.toExponential(6)) ? text(value) : "" } };
+  };
+
+  const colourise = ({ options: { scales, plugins }, data: { datasets } }) => {
+    for (const scale of Object.values(scales)) {
+      scale.grid = { color: context => scale.type === "logarithmic" && context.tick
+        && !isDecade(context.tick.value) ? "transparent" : colour("line"), borderColor: colour("line") };
+      scale.ticks.color = scale.title.color = colour("quiet");
+    }
+    plugins.legend.labels.color = colour("ink");
+    for (const set of datasets) {
+      set.borderColor = set.pointBackgroundColor = colour(set.tone);
+      set.backgroundColor = colour(set.tone) + (set.fill ? "40" : "");
+    }
+  };
+
+  const draw = (id, datasets, x, y, legend, label) => {
+    const canvas = document.getElementById(id);
+    if (!datasets.some(set => set.data.some(point => point.y !== null))) return;
+    canvas.parentElement.hidden = false;
+    const details = canvas.parentElement.nextElementSibling;
+    if (details) details.open = false;
+    const config = {
+      type: "line", data: { datasets },
+      options: {
+        animation: false, responsive: true, maintainAspectRatio: false, parsing: false,
+        normalized: true, spanGaps: false, interaction: { mode: "nearest", intersect: false },
+        elements: { point: { radius: 0, hitRadius: 8 }, line: { borderWidth: 2 } },
+        scales: { x, y },
+        plugins: {
+          legend: { display: legend, position: "bottom",
+            labels: { usePointStyle: true, boxHeight: 7,
+            pointStyleWidth: datasets[0].showLine === false ? 8 : 24 } },
+          tooltip: { callbacks: { title: () => "", label } },
+        },
+      },
+    };
+    colourise(config);
+    charts.push(new Chart(canvas, config));
+  };
+
+  const overlay = runs => {
+    const single = runs.length === 1;
+    const each = make => runs.flatMap((run, index) => [].concat(make(run, index)).map(set => ({
+      run: index, tone: "run" + index, borderDash: dashes[index % 4], pointStyle: "line", ...set,
+      label: single ? set.label : run.label + ", " + set.label })));
+    const tip = text => item => item.dataset.label + ": " + text(item.raw);
+
+    const share = (run, count) => single ? count : 100 * count / run.timed;
+    const floor = Math.min(...runs.map(run => share(run, 1))) / 2;
+    draw("histogram", each(run => {
+      const steps = [];
+      run.bins.forEach(([lower, upper, count], index) => {
+        const before = run.bins[index - 1], follows = before && before[1] > lower * 0.999;
+        if (!follows) steps.push({ x: before ? before[1] : lower, y: floor });
+        if (!follows || single) steps.push({ x: lower, y: floor });
+        for (const x of [lower, upper]) steps.push({ x, y: share(run, count), lower, upper, count });
+      });
+      if (steps.length) steps.push({ x: steps[steps.length - 1].x, y: floor });
+      return { label: "round trips", fill: single && "start", borderWidth: 1.5, borderDash: [], data: steps };
+    }), logarithmic("Round trip", time, runs.flatMap(run => run.bins.flatMap(bin => bin.slice(0, 2)))),
+    { ...logarithmic(single ? "Round trips" : "Share of the run's round trips", single ? number : percent,
+      runs.flatMap(run => run.bins.map(bin => share(run, bin[2])))), min: floor }, false,
+    item => item.raw.count === undefined ? "none"
+      : item.dataset.label + ": " + number(item.raw.count) + " of " + time(item.raw.lower) + " to " + time(item.raw.upper));
+
+    draw("tail", each(run => ({ label: "took longer", data: run.tail.map(([x, y]) => ({ x, y })) })),
+      logarithmic("1 ping in", number, runs.flatMap(run => run.tail.map(point => point[0]))),
+      logarithmic("took longer than", time, runs.flatMap(run => run.tail.map(point => point[1]))), false,
+      tip(point => "1 in " + number(Math.round(point.x)) + " over " + time(point.y)));
+
+    const seconds = value => number(value) + " s";
+    const over = (run, index) => run.time.map(row => ({ x: row[0], y: row[index], lost: row[3] }));
+    draw("rate", each(run => [
+      { label: "sent", data: over(run, 1), borderWidth: 1, borderDash: [2, 3], ...(single && { tone: "quiet" }) },
+      { label: "received", data: over(run, 2) },
+      { label: "losses", showLine: false, pointStyle: "triangle", pointRadius: 5, ...(single && { tone: "bad" }),
+        data: over(run, 2).filter(point => point.lost > 0) },
+    ]), axis("Since the start", seconds), { ...axis("Pings a second", number), beginAtZero: true, grace: "8%" }, single,
+      tip(point => digits(point.y) + "/s, " + point.lost + " lost"));
+    draw("latency", each(run => [
+      { label: "p50", data: over(run, 4) },
+      { label: "longest", data: over(run, 5), borderWidth: 1, ...(single && { tone: "run1" }) },
+    ]), axis("Since the start", seconds),
+      logarithmic("Round trip", time, runs.flatMap(run => run.time.flatMap(row => row.slice(4)))), single,
+      tip(point => time(point.y) + " at " + seconds(point.x)));
+
+    document.querySelectorAll(".legend label").forEach((label, index) => {
+      const box = Object.assign(document.createElement("input"), { type: "checkbox", checked: true });
+      box.addEventListener("change", () => charts.forEach(chart => {
+        chart.data.datasets.forEach(set => { if (set.run === index) set.hidden = !box.checked; });
+        chart.update("none");
+      }));
+      label.prepend(box);
+    });
+  };
+
+  const batch = points => {
+    document.querySelectorAll(".scripted").forEach(section => { section.hidden = false; });
+    const sets = column => [true, false].map(passed => ({
+      label: passed ? "passed" : "not passed", tone: passed ? "run0" : "bad", showLine: false,
+      pointStyle: passed ? "circle" : "triangle", pointRadius: passed ? 3 : 5,
+      data: points.map((point, index) => ({ x: index + 1, y: point[column], name: point[0], passed: point[1] }))
+        .filter(point => point.passed === passed && point.y !== null) }));
+    const tip = text => item => item.raw.name + ": " + text(item.raw.y);
+    draw("batchP99", sets(3), axis("Run, in the order of start", number), logarithmic("p99", time, points.map(point => point[3])),
+      true, tip(time));
+    draw("batchLoss", sets(2), axis("Run, in the order of start", number),
+      { ...axis("Pings lost of 100", percent), beginAtZero: true }, true, tip(percent));
+
+    const table = document.querySelector("#runs table"), body = table.tBodies[0];
+    const key = cell => {
+      const figure = cell.querySelector("data");
+      if (!figure) return cell.textContent.trim();
+      return figure.value === "" ? Infinity : Number(figure.value);
+    };
+    [...table.tHead.rows[0].cells].forEach((head, column) => {
+      const button = Object.assign(document.createElement("button"), { type: "button" });
+      button.append(...head.childNodes);
+      head.append(button);
+      button.addEventListener("click", () => {
+        const down = head.getAttribute("aria-sort") !== "descending"
+          && (head.hasAttribute("aria-sort") || body.rows[0].cells[column].querySelector("data") !== null);
+        for (const other of table.tHead.rows[0].cells) other.removeAttribute("aria-sort");
+        head.setAttribute("aria-sort", down ? "descending" : "ascending");
+        const rows = [...body.rows].map(row => [key(row.cells[column]), row]);
+        const order = ([one], [other]) => typeof one === "number" ? (one < other ? -1 : one > other ? 1 : 0)
+          : one.localeCompare(other, "en", { numeric: true });
+        rows.sort((one, other) => down ? order(other, one) : order(one, other));
+        body.append(...rows.map(([, row]) => row));
+      });
+    });
+  };
+
+  Chart.defaults.font.family = getComputedStyle(document.body).fontFamily;
+  if (data.runs) overlay(data.runs);
+  else batch(data.batch);
+  for (const note of document.querySelectorAll("details.note")) note.open = false;
+  const recolour = () => charts.forEach(chart => { colourise(chart); chart.resize(); chart.update("none"); });
+  matchMedia("(prefers-color-scheme: dark)").addEventListener("change", recolour);
+  matchMedia("print").addEventListener("change", recolour);
+})();

@@ -1,0 +1,75 @@
+#include "report/reportOptions.h"
+
+#include <QCommandLineParser>
+#include <QFileInfo>
+
+namespace {
+
+void addOptions(QCommandLineParser& parser)
+{
+    parser.setApplicationDescription(QStringLiteral(
+        "Shows what reports of packetbrask-run say: one run, up to eight laid over each other, or "
+        "a batch as a table. Exit status: 0 when all was read and written, 1 when a report could "
+        "not be read, 2 when none could or the usage was wrong, 3 when nothing could be written."));
+    parser.addOption({{"h", "help"}, QStringLiteral("Show this help and end.")});
+    parser.addOption({{"v", "version"}, QStringLiteral("Show the version and end.")});
+    parser.addOption({QStringLiteral("html"),
+                      QStringLiteral("File for the page, which needs no other file and no network; "
+                                     "- is standard output."),
+                      QStringLiteral("file")});
+    parser.addOption(
+        {QStringLiteral("text"), QStringLiteral("Print it as text; so it is without --html too.")});
+    parser.addOption({QStringLiteral("by"),
+                      QStringLiteral("Name the runs by this tag, and group more than eight by it."),
+                      QStringLiteral("tag")});
+    parser.addPositionalArgument(QStringLiteral("report"),
+                                 QStringLiteral("Report that packetbrask-run --json has written."),
+                                 QStringLiteral("report..."));
+}
+
+/** In one line what is wrong with `options`; empty: nothing. */
+QString fault(const QCommandLineParser& parser, const ReportOptions& options)
+{
+    if (options.files.isEmpty())
+        return QStringLiteral("no report is given; --help tells how");
+    for (const char* name : {"html", "by"})
+        if (parser.isSet(QLatin1String(name)) && parser.value(QLatin1String(name)).isEmpty())
+            return QStringLiteral("--%1: \"\" is not allowed").arg(QLatin1String(name));
+    if (options.onTerminal && options.htmlPath == u"-")
+        return QStringLiteral(
+            "--html: \"-\" is not allowed with --text, which needs standard output");
+    const QString target = QFileInfo(options.htmlPath).canonicalFilePath(); // empty: not there yet
+    for (const QString& file : options.files)
+        if (!target.isEmpty() && QFileInfo(file).canonicalFilePath() == target)
+            return QStringLiteral("--html: \"%1\" is one of the reports").arg(options.htmlPath);
+    return {};
+}
+
+} // namespace
+
+ReportOptions parseReportOptions(const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    addOptions(parser);
+    ReportOptions options;
+    const bool understood = parser.parse(arguments);
+    if (understood && parser.isSet(QStringLiteral("help"))) {
+        options.outcome = ReportOptions::Outcome::ShowText;
+        options.message = parser.helpText();
+        return options;
+    }
+    if (understood && parser.isSet(QStringLiteral("version"))) {
+        options.outcome = ReportOptions::Outcome::ShowText;
+        options.message = QStringLiteral("packetbrask-report " PROGRAM_VERSION "\n");
+        return options;
+    }
+    options.files = parser.positionalArguments();
+    options.htmlPath = parser.value(QStringLiteral("html"));
+    options.by = parser.value(QStringLiteral("by"));
+    options.onTerminal =
+        parser.isSet(QStringLiteral("text")) || !parser.isSet(QStringLiteral("html"));
+    options.message = understood ? fault(parser, options) : parser.errorText();
+    if (!options.message.isEmpty())
+        options.outcome = ReportOptions::Outcome::Error;
+    return options;
+}

@@ -1,0 +1,162 @@
+#include "report/textReport.h"
+
+#include "report/batch.h"
+#include "report/comparison.h"
+#include "report/figureText.h"
+#include "report/findings.h"
+#include "report/page.h"
+
+#include <algorithm>
+
+namespace {
+
+/** Columns as wide as they need to be; the first is aligned left, the others right. */
+class TextTable
+{
+public:
+    void addRow(const QStringList& cells)
+    {
+        widths.resize(std::max(widths.size(), cells.size()));
+        for (qsizetype i = 0; i < cells.size(); ++i)
+            widths[i] = std::max(widths[i], cells[i].size());
+        rows.push_back(cells);
+    }
+
+    QString text() const
+    {
+        QString lines;
+        for (const QStringList& cells : rows) {
+            QString line = cells.front().leftJustified(widths.front());
+            for (qsizetype i = 1; i < cells.size(); ++i)
+                line += QStringLiteral("  ") + cells[i].rightJustified(widths[i]);
+            lines += line + u'\n';
+        }
+        return lines;
+    }
+
+private:
+    std::vector<QStringList> rows;
+    QList<qsizetype> widths;
+};
+
+QString oneRun(const Run& run, const QString& label)
+{
+    QString text = QStringLiteral("%1: %2\n").arg(printable(label), verdictText(run.verdict));
+    for (const QString& reason : run.reasons)
+        text += QStringLiteral("  %1\n").arg(printable(reason));
+    text += QStringLiteral("%1 at %2 bits/s, %3\n")
+                .arg(printable(run.settings.port))
+                .arg(run.settings.baudRate)
+                .arg(timeText(run.start));
+    for (auto tag = run.tags.begin(); tag != run.tags.end(); ++tag)
+        text += QStringLiteral("  %1: %2\n").arg(printable(tag.key()), printable(*tag));
+    TextTable table;
+    table.addRow({QStringLiteral("Sent"), countText(run.sent)});
+    table.addRow({QStringLiteral("Received"), countText(run.received)});
+    table.addRow({QStringLiteral("Lost"), countText(run.lost), percentText(run.lossPercent())});
+    const Latencies& us = run.latencyUs;
+    for (const auto& [name, figure] : {std::pair("Shortest", us.minimum),
+                                       {"p50", us.p50},
+                                       {"p90", us.p90},
+                                       {"p99", us.p99},
+                                       {"p99.9", us.p999},
+                                       {"Longest", us.maximum}})
+        table.addRow({QLatin1String(name), latencyText(figure)});
+    text += table.text();
+    for (const Finding& finding : findings(run))
+        text += QStringLiteral("%1 [%2]: %3\n").arg(finding.title, finding.where, finding.sentence);
+    return text;
+}
+
+QString differenceWord(Difference difference)
+{
+    switch (difference) {
+    case Difference::Better:
+        return QStringLiteral(" better");
+    case Difference::Worse:
+        return QStringLiteral(" worse");
+    case Difference::Unclear:
+        return QStringLiteral(" ~");
+    case Difference::Reference:
+    case Difference::NotJudged:
+        break;
+    }
+    return {};
+}
+
+QString comparison(const std::vector<Run>& runs, const QStringList& labels)
+{
+    TextTable table;
+    table.addRow(QStringList(QStringLiteral("Less is better")) + labels);
+    QStringList verdicts{QStringLiteral("Verdict")};
+    for (const Run& run : runs)
+        verdicts += verdictText(run.verdict);
+    table.addRow(verdicts);
+    for (const ComparedFigure& figure : compareRuns(runs)) {
+        const auto text = figure.unit == ComparedFigure::Unit::Percent ? percentText : latencyText;
+        QStringList cells{figure.name};
+        for (std::size_t i = 0; i < runs.size(); ++i)
+            cells += text(figure.values[i].value) + differenceWord(figure.differences[i]);
+        table.addRow(cells);
+    }
+    const QStringList unlike = differingSettings(runs);
+    return table.text() +
+           (unlike.isEmpty() ? QString()
+                             : QStringLiteral("Not the same test; the runs differ in %1.\n")
+                                   .arg(unlike.join(QStringLiteral(", ")))) +
+           QStringLiteral("~: no clear difference. %1\n")
+               .arg(spreadExplanation().remove(QStringLiteral(", in small print,")));
+}
+
+QString groups(const std::vector<Run>& runs, const QString& by)
+{
+    TextTable table;
+    table.addRow({printable(by), QStringLiteral("Runs"), QStringLiteral("Passed"),
+                  QStringLiteral("Worst loss"), QStringLiteral("Worst p99")});
+    for (const Group& group : groupRuns(runs, by))
+        table.addRow(
+            {group.value.isEmpty() ? QStringLiteral("(without it)") : printable(group.value),
+             countText(group.runs), countText(group.passed), percentText(group.worstLossPercent),
+             latencyText(group.worstP99Us)});
+    return table.text() + u'\n';
+}
+
+QString batch(const std::vector<Run>& runs, const QStringList& labels)
+{
+    TextTable table;
+    table.addRow({QStringLiteral("Worst first"), QStringLiteral("Verdict"), QStringLiteral("Sent"),
+                  QStringLiteral("Lost"), QStringLiteral("p50"), QStringLiteral("p99"),
+                  QStringLiteral("Longest")});
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+        const Run& run = runs[i];
+        table.addRow({labels[qsizetype(i)], verdictText(run.verdict), countText(run.sent),
+                      percentText(run.lossPercent()), latencyText(run.latencyUs.p50),
+                      latencyText(run.latencyUs.p99), latencyText(run.latencyUs.maximum)});
+    }
+    const auto passed = std::count_if(
+        runs.begin(), runs.end(), [](const Run& run) { return run.verdict == RunVerdict::Passed; });
+    return QStringLiteral("%1 of %2 runs passed\n").arg(passed).arg(runs.size()) + table.text();
+}
+
+} // namespace
+
+QString printable(const QString& text)
+{
+    QString safe;
+    for (const QChar character : text)
+        safe += character.isPrint() || character.isSurrogate() ? character : QChar(u'?');
+    return safe;
+}
+
+QString textReport(std::vector<Run> runs, const QString& by)
+{
+    if (runs.size() > mostOverlaid)
+        sortWorstFirst(runs);
+    QStringList labels;
+    for (const QString& label : runLabels(runs, by))
+        labels += printable(label);
+    if (runs.size() == 1)
+        return oneRun(runs.front(), labels.front());
+    const QString grouped = by.isEmpty() ? QString() : groups(runs, by);
+    return runs.size() <= mostOverlaid ? comparison(runs, labels) : grouped + batch(runs, labels);
+}
