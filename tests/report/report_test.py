@@ -1,0 +1,182 @@
+"""The built program on made-up reports, and its pages in a browser: report_test.py PROGRAM PROJECT."""
+
+import copy
+import json
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+
+import jsonschema
+from selenium import webdriver
+from selenium.webdriver.chrome.service import Service
+from selenium.webdriver.common.keys import Keys
+
+from sample_reports import report, samples
+
+PROGRAM, PROJECT = sys.argv.pop(1), pathlib.Path(sys.argv.pop(1))
+BROWSER = ("--headless --no-sandbox --disable-gpu --disable-quic --no-first-run --disable-background-networking "
+           "--disable-component-update --disable-sync --disable-dev-shm-usage").split()
+COUNTS = "return [...document.querySelectorAll('caption')].find(c => c.textContent === arguments[0])" \
+         ".parentElement.innerText"
+
+
+class ReportTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.addCleanup(os.chdir, os.getcwd())
+        os.chdir(folder.name)
+
+    def run_program(self, *arguments, status=0):
+        done = subprocess.run([PROGRAM, *arguments], capture_output=True, text=True, timeout=60,
+                              env=os.environ | {"LC_ALL": "C.UTF-8"})
+        self.assertEqual(done.returncode, status, done.stderr)
+        return done
+
+    def write(self, **reports):
+        for name, made in reports.items():
+            pathlib.Path(name).write_text(made if isinstance(made, str) else json.dumps(made), encoding="utf-8")
+        return list(reports)
+
+    def test_tells_what_it_cannot_read(self):
+        whole = report(seconds=2)
+        older, newer, lacking, wrong = (copy.deepcopy(whole) for _ in range(4))
+        del older["format"], lacking["latencyUs"]["p99"]
+        newer["format"], wrong["latencyHistogramUs"] = 3, [[5, 4, 1]]
+        bad = {"other": ("{}", "no report"), "half": (json.dumps(whole)[:900], "only a part of it"),
+               "older": (older, "format 1,"), "newer": (newer, "format 3 is not known"),
+               "lacking": (lacking, "latencyUs.p99 is not"), "wrong": (wrong, "latencyHistogramUs is not")}
+        self.write(good=whole, **{name: made for name, (made, _) in bad.items()})
+        for name, (_, complaint) in bad.items():
+            self.assertIn(f"{name}: it", told := self.run_program(name, status=2).stderr)
+            self.assertIn(complaint, told.replace("its ", ""))
+            self.assertEqual(told.count("\n"), 1)
+        self.run_program(*bad, "absent", "good", "--html=page", status=1)
+        self.assertIn("Test run", pathlib.Path("page").read_text(encoding="utf-8"))
+        for arguments, status in (((), 2), (("good", "--by="), 2), (("good", "--html=./good"), 2),
+                                  (("good", "--text", "--html=-"), 2), (("good", "--html=/nowhere/x"), 3)):
+            self.run_program(*arguments, status=status)
+
+    def test_explains_and_documents_every_cause(self):
+        many = {key: 7 for key in ("lateEchoes", "repeatedEchoes", "unknownEchoes", "shortEchoes")}
+        made = report(2, loss=0.1, seconds=5, sendFailures=2, outOfOrderEchoes=3, verdict="lineLost", timing="window",
+                      lineErrors=dict.fromkeys(("framing", "parity", "overrun", "break", "bufferOverrun"), 1),
+                      lossBursts={"count": 1, "longest": 9}, sendLagUs={"p99": 25000, "maximum": 30000},
+                      achievedPacketsPerSecond=20, estimatedTrafficToModule={"lineSharePercent": 96},
+                      lossCauses={"noEchoInTime": 1, "noEchoAtEnd": 1, "changedEcho": 1})
+        made["unexpected"] |= many | {"errorReplies": [{"code": 1, "text": "busy", "count": 2}]}
+        made["adapter"]["latencyTimerMs"] = 16
+        self.write(many=made, unknown=report(2, loss=0.1, lineErrors=None), clean=report(2, loss=0.1),
+                   **{name: samples()[name] for name in ("silent", "passed")})
+        found = {name: re.findall(r"^(.*) \[(.*)\]: ", self.run_program(name).stdout, re.M)
+                 for name in ("many", "unknown", "clean", "silent", "passed")}
+        self.assertEqual([len(found[name]) for name in ("many", "unknown", "clean", "silent", "passed")],
+                         [21, 1, 1, 1, 0])
+        document = (PROJECT / "docs/report.md").read_text(encoding="utf-8")
+        for title, where in (cause for causes in found.values() for cause in causes):
+            self.assertIn(f"| {title} | {where} |", document)
+
+    def test_marks_only_what_the_spread_does_not_explain(self):
+        burst = report(1)
+        for row in burst["seconds"][30:31]:  # one bad second
+            row["maximumUs"] = 400000
+        burst["latencyHistogramUs"].append([399000, 401000, 45])
+        burst["latencyUs"] |= {"p99": 400000, "p999": 400000, "maximum": 400000}
+        for other, worse in ((report(8), set()), (burst, set()), (report(1, loss=0.003), set()),
+                             (report(9, seconds=5, middle_us=9000), set()), (report(1, loss=0.01), {"Pings"}),
+                             (report(9, middle_us=6200), {"p50", "p90", "p99"})):
+            self.write(first=report(1), other=other)
+            rows = self.run_program("first", "other").stdout.splitlines()
+            self.assertEqual({re.split("[, ]", row)[0] for row in rows if row.endswith(" worse")}, worse)
+            rows = self.run_program("other", "first").stdout.splitlines()
+            self.assertEqual({re.split("[, ]", row)[0] for row in rows if row.endswith(" better")}, worse)
+
+    def test_pages_in_a_browser(self):
+        schema = json.loads((PROJECT / "docs/report.schema.json").read_text(encoding="utf-8"))
+        made = samples()
+        for sample in made.values():
+            jsonschema.validate(sample, schema, cls=jsonschema.Draft202012Validator)
+        batch = {f"r{i}": report(i, 3, 30, 4000 + 3 * i, 0.2 * (i % 9 == 0), {"station": f"S{i % 3}", "n": str(i)})
+                 for i in range(1000)}
+        self.write(**made, **batch)
+        self.assertNotIn("\x1b", self.run_program("hostile").stdout)
+        pages = {name: ([name], 4) for name in ("passed", "hour")} | {"silent": (["silent"], 1)} | {
+            "three": (["passed", "lossy", "hostile"], 4), "batch": ([*batch, "--by=station"], 2)}
+        browser = self.start_browser()
+        for name, (arguments, charts) in pages.items():
+            self.run_program(*arguments, f"--html={name}.html")
+            self.assertLess(os.path.getsize(f"{name}.html"), 1_500_000)
+            for dark, script, width in ((False, True, 1200), (True, True, 400), (True, False, 1200)):
+                with self.subTest(page=name, dark=dark, script=script):
+                    self.look_at(browser, name, dark, script, width)
+                    self.assertEqual(browser.execute_script(
+                        "return document.querySelectorAll('.chart:not([hidden])').length"), charts * script)
+                    for run in [made[run] for run in arguments if run in made][:1]:
+                        self.check_tables(browser, run)
+        self.look_at(browser, "batch", False, True, 1200)
+        self.check_sorting(browser, batch)
+
+    def start_browser(self):
+        profile = tempfile.TemporaryDirectory(ignore_cleanup_errors=True)
+        self.addCleanup(profile.cleanup)
+        options = webdriver.ChromeOptions()
+        options.binary_location = "/usr/bin/chromium"
+        for argument in (*BROWSER, f"--user-data-dir={profile.name}"):
+            options.add_argument(argument)
+        options.set_capability("goog:loggingPrefs", {"browser": "ALL", "performance": "ALL"})
+        browser = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
+        self.addCleanup(browser.quit)
+        browser.get("about:blank")
+        return browser
+
+    def look_at(self, browser, name, dark, script, width):
+        scheme = {"name": "prefers-color-scheme", "value": "dark" if dark else "light"}
+        browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": [scheme]})
+        browser.execute_cdp_cmd("Emulation.setScriptExecutionDisabled", {"value": not script})
+        browser.execute_cdp_cmd("Emulation.setDeviceMetricsOverride",
+                                {"width": width, "height": 800, "deviceScaleFactor": 1, "mobile": False})
+        browser.get_log("performance")  # what the browser's own first page did
+        browser.get(page := pathlib.Path(f"{name}.html").resolve().as_uri())
+        self.assertEqual(browser.get_log("browser"), [])
+        events = [json.loads(entry["message"])["message"] for entry in browser.get_log("performance")]
+        asked = [event["params"]["request"]["url"] for event in events
+                 if event["method"] == "Network.requestWillBeSent"]
+        self.assertEqual([url for url in asked if url != page and not url.startswith("data:")], [])
+        self.assertEqual(browser.execute_script(
+            "const {scrollWidth, clientWidth} = document.documentElement;"
+            "return [document.images.length, scrollWidth - clientWidth]"), [0, 0])
+        ground = browser.execute_script("return getComputedStyle(document.body).backgroundColor")
+        self.assertEqual(ground, "rgb(18, 20, 25)" if dark else "rgb(245, 246, 248)")
+
+    def check_tables(self, browser, run):
+        counts = browser.execute_script(COUNTS, "Counts").replace("\u202f", "")
+        for name, count in (("Pings sent", run["packetsSent"]), ("Lost", run["packetsLost"]),
+                            ("Line: framing errors", (run["lineErrors"] or {}).get("framing", "–"))):
+            self.assertRegex(counts, rf"(?m)^{name}\t{count}\b|^{name}\t{count}$")
+        rows = browser.execute_script(
+            "return [...document.querySelectorAll('details table')].map(table => table.caption.textContent"
+            " + [...table.tBodies[0].rows].map(row => '|' + row.cells[row.cells.length - 1].textContent).join(''))")
+        for title, total in (("How long round trips took", run["packetsReceived"]),
+                             ("Pings a second", run["packetsLost"])):
+            texts = [row.split("|")[1:] for row in rows if title in row][:1]
+            self.assertEqual(sum(int(text.replace("\u202f", "")) for text in sum(texts, [])), total)
+
+    def check_sorting(self, browser, batch):
+        column = "return [...document.querySelectorAll('#runs tbody tr')].map(row => row.cells[arguments[0]].innerText)"
+        verdicts = browser.execute_script(column, 1)
+        failed = sum(run["verdict"] == "failed" for run in batch.values())
+        self.assertEqual([verdict[-6:] for verdict in verdicts], ["Failed"] * failed + ["Passed"] * (1000 - failed))
+        buttons = browser.find_elements("css selector", "#runs th button")
+        for ways in ("descending", "ascending"):
+            buttons[4].send_keys(Keys.ENTER)
+            self.assertEqual(buttons[4].find_element("xpath", "..").get_attribute("aria-sort"), ways)
+            values = [float(text.split()[0]) for text in browser.execute_script(column, 4)]
+            self.assertEqual(values, sorted(values, reverse=ways == "descending"))
+
+
+if __name__ == "__main__":
+    unittest.main()
