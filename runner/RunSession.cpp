@@ -210,7 +210,6 @@ void RunSession::onTestCompleted()
     outcome.figures = observer.figures();
     outcome.lineErrors = lineErrors->sinceStart();
     lineErrors.reset();
-    flushPings();
     events.close();
     pings.close();
     outcome.outputFault = events.fault().isEmpty() ? pings.fault() : events.fault();

@@ -2,7 +2,8 @@
 
 bool LedgerFile::open()
 {
-    return file.open(QIODevice::WriteOnly) && file.write("Number,Arrival,Fate,Extras,HeldUs\n") > 0;
+    return file.open(QIODevice::WriteOnly) &&
+           file.write("Number,Arrival,ArrivedUs,Fate,Extras,HeldUs\n") > 0;
 }
 
 void LedgerFile::add(const LedgerEntry& ping)
@@ -11,8 +12,12 @@ void LedgerFile::add(const LedgerEntry& ping)
     const QString heldUs =
         ping.answeredNs < 0 ? QString()
                             : QString::number((ping.answeredNs - ping.arrivedNs) / microsecondNs);
-    const QStringList fields{QString::number(ping.number), QString::number(ping.arrival),
-                             ping.fate(), ping.extras(), heldUs};
+    const QStringList fields{QString::number(ping.number),
+                             QString::number(ping.arrival),
+                             QString::number(ping.arrivedNs / microsecondNs),
+                             ping.fate(),
+                             ping.extras(),
+                             heldUs};
     file.write(fields.join(u',').toLatin1() + '\n');
 }
 

@@ -1,11 +1,13 @@
 #include "runner/LineErrors.h"
 #include "runner/LineWatch.h"
+#include "runner/RunObserver.h"
 #include "runner/junitReport.h"
 #include "runner/lineCapacity.h"
 #include "runner/openFault.h"
 #include "runner/runReport.h"
 #include "tests/support/RawLine.h"
 
+#include <QSignalSpy>
 #include <QTest>
 
 #include <cerrno>
@@ -133,6 +135,22 @@ private slots:
         watch.sent();
         QVERIFY(!watch.failed(1'101'000'000) && !watch.failed(1'201'000'000));
         QVERIFY(watch.failed(1'201'000'001));
+    }
+
+    void losesALineOnce()
+    {
+        RunObserver observer(nullptr, 100);
+        QSignalSpy lost(&observer, &RunObserver::lineLost);
+        observer.runBegan(0);
+        for (quint64 id = 0; id < 6; ++id) {
+            if (id == 2)
+                observer.pingSent({id, 8, -1, 0});
+            else
+                observer.sendFailed(id, 8, qint64(id) * 60'000'000);
+            QCOMPARE(lost.count(), id < 5 ? 0 : 1);
+        }
+        observer.sendFailed(6, 8, 360'000'000);
+        QCOMPARE(lost.count(), 1);
     }
 
     void namesTheGroupToJoin()

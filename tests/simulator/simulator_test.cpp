@@ -192,7 +192,8 @@ private slots:
         QCOMPARE(counts["unanswered"].toInt(), 1);
         QCOMPARE(counts["screen"][3].toString(), QString("cli").rightJustified(20));
         QVERIFY(ledger.open(QIODevice::ReadOnly));
-        QVERIFY(ledger.readAll().endsWith("HeldUs\n0,0,unanswered,,\n"));
+        const QString rows = ledger.readAll();
+        QVERIFY(rows.contains(QRegularExpression("HeldUs\n0,0,\\d{4,},unanswered,,\n$")));
     }
 };
 

@@ -69,6 +69,9 @@ def main():
                       [element for element in xml.etree.ElementTree.parse(files["junit"]).iter()
                        if element.tag == "testcase"])
             assert code == status == report["exitStatus"], (name, code)
+            assert report["timing"] == ("window" if "window" in options else "exact")
+            assert report["configuration"]["moduleScreen"] == ("--no-screen" not in options)
+            assert (report["sendLagUs"]["p99"] is None) == ("window" in options)
             print(name, report["verdict"])
 
 
