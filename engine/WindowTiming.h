@@ -6,7 +6,7 @@
  * The window's timing: pings at whole milliseconds, a look at the line every 10 ms, and a final
  * wait that is never cut short.
  */
-class WindowTiming final : public TimerTiming
+class WindowTiming : public TimerTiming
 {
 public:
     bool sparesLine() const override { return false; }

@@ -2,153 +2,179 @@
 
 #include "soak/csvRecord.h"
 
-#include <QFile>
-
 #include <algorithm>
 
 namespace {
 
-/** The receive ring's 1240 bytes, less what an earlier look may have left in it, and some slack. */
+using End = PingEntry::End;
+using Other = PingObserver::Other;
+
+/** What the machine may be late by. */
+constexpr qint64 slackNs = 100'000'000;
+/** An engine that waits for room on the line does not read meanwhile. */
+constexpr qint64 writeNs = 2'000'000'000;
+/** The receive ring's 1240 bytes, less what an earlier look may have left, and some slack. */
 constexpr int surelyTaken = 1240 - 128 - 100;
-/** Frames that begin within the 124 data bytes of a chance frame, at 12 bytes each, and one over.
- */
-constexpr qint64 hiddenPerChanceFrame = 12;
+/** Frames that begin within a chance frame's 124 data bytes, at 12 bytes each, and one over. */
+constexpr quint64 hiddenPerChanceFrame = 12;
 
-struct Differences
+/** Copies of its echo that a ping was sent with a correct CRC. */
+quint64 echoes(const LedgerEntry& ping)
 {
-    qint64 echoes;
-    qint64 errorReplies;
-    qint64 reports;
+    const bool isEcho = ping.answeredNs >= 0 && ping.what.corrupted + ping.what.errorReplies == 0;
+    return isEcho ? 1 + ping.what.duplicated : 0;
+}
 
-    qint64 missing() const
+quint64 changedEchoes(const LedgerEntry& ping)
+{
+    return ping.what.echoesIntact > 0 ? 0 : echoes(ping);
+}
+
+struct Judge
+{
+    const RunAccount& run;
+    SoakRecord& record;
+    quint64 changed = 0; ///< echoes read, under whatever number
+    quint64 missing = 0; ///< frames that lay in front of the engine in time, and were not read
+    quint64 surplus = 0; ///< frames that were read, and not sent
+
+    bool isInTime(const LedgerEntry& ping) const
     {
-        return std::max<qint64>(echoes, 0) + std::max<qint64>(errorReplies, 0) +
-               std::max<qint64>(reports, 0);
+        const qint64 untilNs = std::min(run.endNs - slackNs, run.cutNs - writeNs);
+        return ping.closedNs >= 0 && ping.closedNs < untilNs;
     }
-    qint64 surplus() const { return missing() - echoes - errorReplies - reports; }
+
+    void checkCounters()
+    {
+        const TestStats& stats = run.stats;
+        quint64 sent = 0;
+        quint64 matched = 0;
+        for (const PingEntry& ping : run.pings) {
+            sent += ping.startsNs.isEmpty() ? 0 : 1;
+            matched += ping.endings.value(0).first == End::Matched ? 1 : 0;
+        }
+        record.check(stats.packetsSent == sent && stats.packetsReceived == matched &&
+                         stats.packetsLost == sent - matched,
+                     "the counters are not the sums of what was told");
+        record.check(run.completions == 1 && run.statsAgree, "statistics or end out of order");
+        const std::array latencies{stats.minLatencyMs, stats.avgLatencyMs, stats.maxLatencyMs};
+        record.check(matched == 0 || std::ranges::is_sorted(latencies), "mean beyond extremes");
+    }
+
+    /** True when no ping is still to arrive. */
+    bool judgePings()
+    {
+        QMap<quint64, LedgerEntry> arrived;
+        for (const LedgerEntry& ping : run.arrived)
+            arrived.insert(ping.number, ping);
+        record.check(std::cmp_equal(arrived.size(), run.arrived.size()), "a ping arrived twice");
+        bool isMissing = false;
+        for (auto ping = run.pings.begin(); ping != run.pings.end(); ++ping) {
+            const qsizetype sendings = ping->startsNs.size();
+            record.check(sendings == ping->endings.size() && sendings <= 1, "told of wrongly");
+            if (sendings == 0 || ping->endings.isEmpty())
+                continue;
+            const bool hasArrived = arrived.contains(ping.key());
+            record.check(!hasArrived || !isMissing, "a ping arrived behind one that did not");
+            isMissing = !hasArrived;
+            ++record.totals["pings " + judgePing(ping.key(), *ping, arrived.take(ping.key()))];
+        }
+        record.check(arrived.isEmpty(), "a ping arrived that was not sent");
+        const bool isSlow = run.faults.baudRate > 0; // then pings may be on their way for long
+        record.check(!isMissing || isSlow || run.cutNs != RunAccount::never, "not all arrived");
+        return !isMissing;
+    }
+
+    /** How the two words on it go together. */
+    QString judgePing(quint64 id, const PingEntry& ping, const LedgerEntry& its)
+    {
+        const QString name = QStringLiteral("ping %1: ").arg(id);
+        const auto [how, atNs] = ping.endings.first();
+        const bool isGivenUp = how == End::GivenUp;
+        const bool isChanged = changedEchoes(its) > 0;
+        const quint64 read = run.others[{Other::LateEcho, id}] + (isGivenUp ? 0 : 1);
+        record.check(read <= echoes(its), name + "more echoes than were sent");
+        record.check(isGivenUp || isChanged == (how == End::Changed), name + "wrongly compared");
+        const bool isOld = atNs - ping.startsNs.first() >= run.config.timeoutMs * 1'000'000LL;
+        record.check(!isGivenUp || isOld || atNs >= run.waitNs, name + "given up too early");
+        record.check(!isGivenUp || read == 0 || !run.isExact || its.answeredNs > atNs - slackNs,
+                     name + "given up though its echo was there");
+        if (isChanged)
+            changed += read;
+        else if (isInTime(its))
+            missing += echoes(its) - std::min(echoes(its), read);
+        if (read > 0)
+            return isGivenUp ? "late" : "agreed";
+        if (echoes(its) == 0 && its.closedNs >= 0)
+            return "agreed";
+        if (!isInTime(its))
+            return run.cutNs == RunAccount::never ? "late" : "line cut";
+        return isChanged ? "agreed" : "unread"; // a changed one may come under another number
+    }
+
+    /** Holds correct frames of one kind, so many of each ping, against those `read`. */
+    void compare(quint64 read, const std::function<quint64(const LedgerEntry&)>& sent)
+    {
+        quint64 least = 0;
+        quint64 most = 0;
+        for (const LedgerEntry& ping : run.arrived) {
+            least += isInTime(ping) ? sent(ping) : 0;
+            most += sent(ping);
+        }
+        missing += least - std::min(least, read);
+        surplus += read - std::min(most, read);
+    }
+
+    /** True when each frame was read, and nothing else. */
+    bool judgeFrames()
+    {
+        compare(run.errorReplies, [](const LedgerEntry& p) {
+            return (p.what.corrupted > 0 ? 0 : p.what.errorReplies) * (1 + p.what.duplicated);
+        });
+        compare(run.others[{Other::Report, 0}], [](const LedgerEntry& p) { return p.what.reports; });
+        changed += run.others[{Other::UnknownEcho, 0}] + run.others[{Other::ShortEcho, 0}];
+        compare(changed, changedEchoes);
+        surplus += run.others[{Other::Packet, 0}];
+        if (missing + surplus == 0)
+            return true;
+        const bool isOverflow = run.peakBytes > surelyTaken;
+        const ModuleFaults& f = run.faults;
+        const bool isChance = f.baudRate > 0 || f.garbage + f.corrupt + f.split > 0;
+        record.check(isOverflow || (isChance && missing <= hiddenPerChanceFrame * surplus),
+                     QString::asprintf("%llu frames unread, %llu of nobody, %d bytes waited",
+                                       missing, surplus, run.peakBytes));
+        ++record.totals[isOverflow ? "runs with ring overflow" : "runs with chance frames"];
+        return false;
+    }
 };
-
-Differences differences(const RunTally& tally, const AnswerForecast& forecast)
-{
-    const auto minus = [](quint64 a, quint64 b) {
-        return static_cast<qint64>(a) - static_cast<qint64>(b);
-    };
-    return {minus(forecast.echoes, tally.echoesTaken()),
-            minus(forecast.errorReplies, tally.errorReplies),
-            minus(forecast.reports, tally.reports)};
-}
-
-void check(QStringList& disagreements, bool holds, const QString& rule)
-{
-    if (!holds)
-        disagreements += rule;
-}
-
-/** What must be so whatever happened to the line. */
-QStringList brokenSums(const RunEvidence& run)
-{
-    const TestStats& stats = run.tally.stats;
-    QStringList broken;
-    if (!run.tally.disorder.isEmpty())
-        broken += run.tally.disorder;
-    check(broken, run.tally.completions == 1, QStringLiteral("one announcement of the end"));
-    check(broken, stats.packetsSent == stats.packetsReceived + stats.packetsLost,
-          QStringLiteral("sent = received + lost"));
-    check(broken, stats.packetsReceived <= run.module.echoesIntact,
-          QStringLiteral("received <= echoesIntact"));
-    check(broken, run.module.pingsReceived <= stats.packetsSent,
-          QStringLiteral("pingsReceived <= sent"));
-    check(
-        broken,
-        stats.minLatencyMs == TestStats::noLatencyYet ||
-            (stats.minLatencyMs <= stats.avgLatencyMs && stats.avgLatencyMs <= stats.maxLatencyMs),
-        QStringLiteral("shortest <= mean <= longest round trip"));
-    return broken;
-}
-
-/** What must be so besides when nothing excuses a difference. */
-QStringList brokenAgreements(const RunEvidence& run)
-{
-    const RunTally& tally = run.tally;
-    QStringList broken;
-    check(broken, run.module.pingsReceived == tally.stats.packetsSent,
-          QStringLiteral("pingsReceived = sent"));
-    check(broken, run.module.echoesIntact == run.forecast.intact,
-          QStringLiteral("echoesIntact = those drawn"));
-    check(broken, run.module.otherRequests + run.module.packetsIgnored == 0,
-          QStringLiteral("no request but pings and the display's"));
-    // Beyond second copies, an echo of no known id is one that came after its time-out.
-    const quint64 strangers = tally.unknownIds + tally.shortEchoes;
-    const quint64 late = strangers - std::min(strangers, run.forecast.repeats);
-    check(broken, run.module.echoesIntact - tally.stats.packetsReceived <= late,
-          QStringLiteral("received = echoesIntact - late ones"));
-    return broken;
-}
-
-bool isSummaryOf(const TestStats& stats, const QString& message)
-{
-    return message.startsWith(QStringLiteral("Test stopped. Sent: %1, Received: %2, Lost: %3, ")
-                                  .arg(stats.packetsSent)
-                                  .arg(stats.packetsReceived)
-                                  .arg(stats.packetsLost));
-}
 
 } // namespace
 
-RunJudgement judgeRun(const RunEvidence& run)
+bool judgeRun(const RunAccount& run, SoakRecord& record)
 {
-    RunJudgement verdict;
-    verdict.disagreements = brokenSums(run);
-    const Differences differ = differences(run.tally, run.forecast);
-    const qint64 surplus = differ.surplus() + static_cast<qint64>(run.tally.unexpected);
-    if (run.lineWasCut || run.tally.failedSends > 0) {
-        verdict.account = Account::Cut;
-    } else if (!run.answeredInTime) {
-        verdict.account = Account::Late;
-    } else if (differ.missing() == 0 && surplus == 0) {
-        verdict.disagreements += brokenAgreements(run);
-        return verdict;
-    } else if (run.peakBytes > surelyTaken) {
-        verdict.account = Account::RingOverflow;
-    } else if (run.chanceIsLikely && differ.missing() <= hiddenPerChanceFrame * surplus) {
-        verdict.account = Account::ChanceFrame;
-    } else {
-        verdict.disagreements +=
-            QStringLiteral("frames sent less frames taken: %1 echoes, %2 error replies, %3 "
-                           "reports; %4 unexpected; at most %5 bytes waited")
-                .arg(differ.echoes)
-                .arg(differ.errorReplies)
-                .arg(differ.reports)
-                .arg(run.tally.unexpected)
-                .arg(run.peakBytes);
-    }
-    verdict.framesUnread = static_cast<quint64>(differ.missing());
-    return verdict;
+    Judge judge{run, record};
+    judge.checkCounters();
+    const bool haveArrived = judge.judgePings();
+    const auto isClosed = [](const LedgerEntry& ping) { return ping.closedNs >= 0; };
+    return judge.judgeFrames() && haveArrived && std::ranges::all_of(run.arrived, isClosed);
 }
 
-QStringList judgeEventFile(const QString& path, const RunTally& tally)
+void judgeEventFile(const QString& path, const RunAccount& run, SoakRecord& record)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {QStringLiteral("the event file cannot be read")};
+    record.check(file.open(QIODevice::ReadOnly) && run.events.fault().isEmpty(), "no event file");
     const QString content = QString::fromUtf8(file.readAll());
     QStringView text(content);
-    QList<QStringList> rows;
-    while (const std::optional<QStringList> row = takeCsvRecord(text))
-        rows += *row;
-    if (!text.isEmpty())
-        return {QStringLiteral("the event file is malformed behind row %1").arg(rows.size())};
-    if (rows.size() != tally.lines.size() + 1)
-        return {QStringLiteral("%1 lines of the engine, %2 rows in the event file")
-                    .arg(tally.lines.size())
-                    .arg(rows.size())};
-    constexpr qsizetype columns = 6;
-    for (qsizetype i = 0; i < rows.size(); ++i) {
-        const QStringList& row = rows[i];
-        if (row.size() != columns || (i > 0 && EngineLine{row[2], row[5]} != tally.lines[i - 1]))
-            return {QStringLiteral("row %1 of the event file: %2").arg(i).arg(row.join(u'|'))};
+    takeCsvRecord(text); // the header
+    for (const auto& [type, message] : run.lines) {
+        const QStringList row = takeCsvRecord(text).value_or(QStringList());
+        record.check(row.size() == 6 && row[2] == type && row[5] == message,
+                     "the event file has no row for: " + message);
     }
-    if (!isSummaryOf(tally.stats, rows.constLast().constLast()))
-        return {QStringLiteral("the summary row does not have the counters")};
-    return {};
+    const TestStats& stats = run.stats;
+    const QString summary =
+        QString::asprintf("Test stopped. Sent: %llu, Received: %llu, Lost: %llu, ",
+                          stats.packetsSent, stats.packetsReceived, stats.packetsLost);
+    record.check(text.isEmpty() && run.lines.value(run.lines.size() - 1).second.startsWith(summary),
+                 "the event file does not end with the counters");
 }

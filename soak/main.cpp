@@ -1,146 +1,195 @@
-// packetbrask-soak MINUTES [--seed N]: exit status 0 when nothing disagreed, 1 when something did,
-// 2 for a wrong command line.
+// packetbrask-soak MINUTES SEED: exit status 0 when nothing disagreed, 1 when something did.
 
-#include "soak/EngineDriver.h"
-#include "soak/ProcessUse.h"
-#include "soak/SoakSession.h"
+#include "soak/Dice.h"
+#include "soak/RunJudgement.h"
 
-#include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QElapsedTimer>
+#include <QDeadlineTimer>
+#include <QDir>
 #include <QTemporaryDir>
 #include <QTextStream>
 
+#include <malloc.h>
+
 namespace {
 
-constexpr qint64 minuteMs = 60'000;
-/**
- * What the heap in use may grow by after the first minute: queues between the threads keep the room
- * that their longest burst took. A thread's cache, which counts as in use, must be switched off.
- */
-constexpr qint64 heapSlackKb = 256;
-constexpr int leakPatienceMs = 5000;
+constexpr int anyBaudRate = 115200; // of no effect on a pseudo-terminal
+/** Queues between the threads keep the room that their longest burst took. */
+constexpr quint64 heapSlackKb = 256;
 
-struct SoakOptions
+void pass(int ms)
 {
-    double minutes = 0;
-    quint64 seed = 0;
+    QThread::msleep(static_cast<unsigned long>(ms));
+}
+
+/** The descriptors and the threads of this process. */
+QString processUse()
+{
+    const auto count = [](const char* path) {
+        return QDir(path).entryList(QDir::AllEntries | QDir::System).size() - 2;
+    };
+    return QString::asprintf("%lld descriptors, %lld threads", count("/proc/self/fd"),
+                             count("/proc/self/task"));
+}
+
+struct Soak
+{
+    QTemporaryDir directory{};
+    SoakRecord record{};
+    std::array<EngineBench, 2> engines{EngineBench(false), EngineBench(true)};
+    Dice dice{};
+
+    // Of the session.
+    bool isExact = false;
+    ModuleFaults faults{};
+    std::unique_ptr<ModuleThread> module{};
+    qint64 cutNs = RunAccount::never; ///< when the line was cut, by the steady clock
+    quint64 arrivals = 0;             ///< of pings, to be expected
+    bool lineIsGood = false;          ///< and holds nothing that could turn up in the next run
+
+    EngineBench& engine() { return engines.at(isExact ? 1 : 0); }
+    QString path(const char* name) const { return directory.filePath(name); }
+
+    /** True when nothing disagreed. Equal seeds play equally. */
+    bool play(double minutes, quint64 firstSeed)
+    {
+        QTextStream out(stdout);
+        quint64 settledKb = 0;
+        const QStringList& wrong = record.disagreements;
+        for (quint64 seed = firstSeed; minutes > 0 && wrong.isEmpty(); ++seed, --minutes) {
+            out << "seed " << seed << Qt::endl;
+            dice.numbers.seed(seed);
+            const QString use = processUse();
+            const QDeadlineTimer end(static_cast<int>(std::min(minutes, 1.0) * 60'000));
+            while (wrong.isEmpty() && !end.hasExpired()) {
+                playSession();
+                // A thread that has ended stays in the system's list for a moment.
+                for (const QDeadlineTimer late(5000); processUse() != use && !late.hasExpired();)
+                    pass(2);
+                record.check(processUse() == use, use + " became " + processUse());
+            }
+            malloc_trim(0);
+            const quint64 heapKb = mallinfo2().uordblks / 1024;
+            settledKb = seed == firstSeed ? heapKb : settledKb;
+            record.check(heapKb <= settledKb + heapSlackKb, "the heap in use grew");
+            for (auto total = record.totals.begin(); total != record.totals.end(); ++total)
+                out << total.key() << ' ' << *total << "; ";
+            out << processUse() << ", " << heapKb << " kB of heap in use" << Qt::endl;
+        }
+        directory.setAutoRemove(wrong.isEmpty());
+        out << (wrong.isEmpty() ? "Nothing disagreed." : "DISAGREEMENT: ")
+            << wrong.mid(0, 20).join("\n  ") << Qt::endl;
+        return wrong.isEmpty();
+    }
+
+    void playSession()
+    {
+        ++record.totals["sessions"];
+        isExact = dice.happens(0.5);
+        faults = dice.faults();
+        if (dice.happens(0.1))
+            connectEngine(false);
+        plugIn();
+        pass(dice.upTo(1500));
+        if (dice.happens(0.05))
+            cutLine("unplugged", &ModuleThread::unplug);
+        playRun();
+        if (dice.happens(0.5)) {
+            if (!lineIsGood)
+                plugIn();
+            playRun();
+        }
+        unplug();
+        engine().failures = 0;
+        engine().have([](BraskTestWorker& it) { it.startTest(TestConfig{}); });
+        record.check(engine().failures == 1, "started unconnected");
+    }
+
+    void connectEngine(bool shouldWork)
+    {
+        ++record.totals[shouldWork ? "connections" : "connections refused"];
+        engine().have([this](BraskTestWorker& it) { it.connectToPort(path("line"), anyBaudRate); });
+        record.check(engine().isConnected == shouldWork, "wrongly connected or not");
+    }
+
+    void plugIn()
+    {
+        unplug();
+        module = std::make_unique<ModuleThread>(faults);
+        QFile::link(module->path(), path("line"));
+        cutNs = RunAccount::never;
+        lineIsGood = true;
+        arrivals = 0;
+        connectEngine(true);
+    }
+
+    void unplug()
+    {
+        engine().have([](BraskTestWorker& it) { it.disconnectPort(); });
+        record.check(!engine().isConnected, "no disconnection");
+        module.reset();
+        QFile::remove(path("line"));
+    }
+
+    void cutLine(const char* count, void (ModuleThread::*how)())
+    {
+        ++record.totals[count];
+        lineIsGood = false;
+        cutNs = std::min(cutNs, SteadyClock().nowNs());
+        (module.get()->*how)();
+    }
+
+    void playRun()
+    {
+        const int trouble = dice.upTo(14); // 0 and 1 unplug, in the final wait 1, 2 stalls
+        const int ending = dice.upTo(9);   // 0 to 2 by itself, 3 disconnects, 4 to 6 stops twice
+        QFile::remove(path("events.csv"));
+        engine().startRun(dice.config(ending < 3), path("events.csv"));
+        pass(dice.upTo(2500));
+        engine().have([this](BraskTestWorker& it) { // of which it takes no notice
+            it.refreshPorts();
+            it.connectToPort(path("line"), anyBaudRate);
+            it.startTest(TestConfig{});
+        });
+        pass(dice.upTo(3000));
+        if (trouble == 0)
+            cutLine("unplugged", &ModuleThread::unplug);
+        else if (trouble == 2)
+            cutLine("stalled", &ModuleThread::stall);
+        pass(dice.upTo(trouble > 2 ? 0 : 1000));
+        for (int i = ending < 3 ? 2 : (ending < 7 ? 0 : 1); i < 2; ++i)
+            engine().post(ending == 3 ? "disconnectPort" : "stopTest");
+        pass(dice.upTo(trouble == 1 ? 600 : 0));
+        if (trouble == 1)
+            cutLine("unplugged", &ModuleThread::unplug);
+        judge();
+        lineIsGood = lineIsGood && ending != 3;
+    }
+
+    void judge()
+    {
+        const auto run = engine().takeRun();
+        run->faults = faults;
+        run->cutNs = cutNs;
+        arrivals += run->stats.packetsSent;
+        const QDeadlineTimer patience(lineIsGood && faults.baudRate == 0 ? 20000 : 0);
+        while (module->counts().pingsReceived < arrivals && !patience.hasExpired())
+            pass(2);
+        run->arrived = module->takePings();
+        lineIsGood = judgeRun(*run, record) && lineIsGood;
+        judgeEventFile(path("events.csv"), *run, record);
+        ++record.totals["runs"];
+        record.totals["sent"] += run->stats.packetsSent;
+        record.totals["received"] += run->stats.packetsReceived;
+        record.totals["event rows"] += static_cast<quint64>(run->lines.size());
+    }
 };
-
-std::optional<SoakOptions> parse(const QStringList& arguments)
-{
-    QCommandLineParser parser;
-    parser.addPositionalArgument(QStringLiteral("minutes"), {});
-    parser.addOption({QStringLiteral("seed"), {}, QStringLiteral("n")});
-    if (!parser.parse(arguments) || parser.positionalArguments().size() != 1)
-        return std::nullopt;
-    SoakOptions options;
-    bool isNumber = false;
-    options.minutes = parser.positionalArguments().constFirst().toDouble(&isNumber);
-    bool isSeed = true;
-    options.seed = parser.isSet(QStringLiteral("seed"))
-                       ? parser.value(QStringLiteral("seed")).toULongLong(&isSeed)
-                       : std::random_device{}();
-    if (!isNumber || !(options.minutes > 0) || !isSeed)
-        return std::nullopt;
-    return options;
-}
-
-QString leak(const ProcessUse& start, const ProcessUse& now)
-{
-    if (now.descriptors != start.descriptors)
-        return QStringLiteral("%1 descriptors became %2")
-            .arg(start.descriptors)
-            .arg(now.descriptors);
-    if (now.threads != start.threads)
-        return QStringLiteral("%1 threads became %2").arg(start.threads).arg(now.threads);
-    return {};
-}
-
-void printTotals(QTextStream& out, const SoakTotals& sums, const ProcessUse& use)
-{
-    out << sums.sessions << " sessions, " << sums.connections << " connections and "
-        << sums.refusedConnections << " refused, " << sums.unplugs << " unplugged, " << sums.stalls
-        << " stalled\n"
-        << sums.runs << " runs: sent " << sums.sent << ", received " << sums.received << ", lost "
-        << sums.lost << ", sends failed " << sums.failedSends << ", event rows " << sums.eventRows
-        << '\n'
-        << "accounts:";
-    for (size_t i = 0; i < accountNames.size(); ++i)
-        out << (i == 0 ? " " : ", ") << accountNames.at(i) << ' ' << sums.runsByAccount.at(i);
-    out << "; " << sums.framesUnread << " frames unread with an excuse\n"
-        << use.descriptors << " descriptors, " << use.threads << " threads, " << use.residentKb
-        << " kB resident, " << use.heapKb << " kB of heap in use" << Qt::endl;
-}
-
-/** One seed for a minute at most; what went wrong. */
-QStringList playMinute(EngineDriver& engine, const QString& directory, quint64 seed, qint64 limitMs,
-                       SoakTotals& sums)
-{
-    std::mt19937_64 generator(seed);
-    QElapsedTimer clock;
-    clock.start();
-    QStringList complaints;
-    const ProcessUse start = ProcessUse::now();
-    while (complaints.isEmpty() && clock.elapsed() < limitMs) {
-        SoakSession session(engine, directory, sums);
-        complaints = session.play(drawSession(generator));
-        QString growth; // a thread that has ended stays in the system's list for a moment
-        const auto nothingLeaked = [&] {
-            growth = leak(start, ProcessUse::now());
-            return growth.isEmpty();
-        };
-        if (!engine.until(nothingLeaked, leakPatienceMs))
-            complaints += growth;
-    }
-    return complaints;
-}
-
-int soak(const SoakOptions& options, QTextStream& out)
-{
-    QTemporaryDir directory;
-    EngineDriver engine;
-    SoakTotals sums;
-    qint64 settledHeapKb = 0;
-    auto remainingMs = static_cast<qint64>(options.minutes * minuteMs);
-    for (quint64 seed = options.seed; remainingMs > 0; ++seed, remainingMs -= minuteMs) {
-        out << "seed " << seed << Qt::endl;
-        QStringList complaints =
-            playMinute(engine, directory.path(), seed, std::min(remainingMs, minuteMs), sums);
-        engine.forgetRun();
-        const ProcessUse use = ProcessUse::now();
-        if (seed == options.seed)
-            settledHeapKb = use.heapKb;
-        if (use.heapKb > settledHeapKb + heapSlackKb)
-            complaints += QStringLiteral("the heap in use grew from %1 to %2 kB")
-                              .arg(settledHeapKb)
-                              .arg(use.heapKb);
-        printTotals(out, sums, use);
-        if (complaints.isEmpty())
-            continue;
-        directory.setAutoRemove(false);
-        out << "DISAGREEMENT:\n  " << complaints.join(QStringLiteral("\n  "))
-            << "\nThe last event file is in " << directory.path()
-            << "\nTo repeat: scripts/soak 1 --seed " << seed
-            << "; for a heap that grew, all minutes from --seed " << options.seed << Qt::endl;
-        return 1;
-    }
-    out << "Nothing disagreed." << Qt::endl;
-    return 0;
-}
 
 } // namespace
 
 int main(int argc, char* argv[])
 {
     const QCoreApplication app(argc, argv);
-    QTextStream out(stdout);
-    const std::optional<SoakOptions> options = parse(QCoreApplication::arguments());
-    if (!options) {
-        QTextStream(stderr) << "packetbrask-soak: give the minutes, above 0, and perhaps --seed "
-                               "with a number"
-                            << Qt::endl;
-        return 2;
-    }
-    return soak(*options, out);
+    const QStringList arguments = QCoreApplication::arguments();
+    return Soak().play(arguments.value(1).toDouble(), arguments.value(2).toULongLong()) ? 0 : 1;
 }
