@@ -112,7 +112,7 @@ QStringList runLabels(const std::vector<Run>& runs, const QString& by)
         QStringList values;
         for (const QString& tag : tags)
             if (!run.tags.value(tag).isEmpty())
-                values += run.tags.value(tag);
+                values += tag + u' ' + run.tags.value(tag);
         return values.join(QStringLiteral(", ")).left(60);
     });
     if (allDifferent(byTags) && !byTags.contains(QString()))

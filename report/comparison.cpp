@@ -77,7 +77,7 @@ Ranged median(const Run& run)
     ranged.value = run.latencyUs.p50;
     if (!shift || !ranged.low || !ranged.high)
         return {ranged.value};
-    return {ranged.value, *ranged.low + *shift, *ranged.high + *shift};
+    return {ranged.value, std::max(0.0, *ranged.low + *shift), *ranged.high + *shift};
 }
 
 /** Of all round trips those that may have taken `us` or longer, as far as the bins tell. */

@@ -26,7 +26,7 @@ struct RunAccount
     // By whoever has the module; moments are the steady clock's.
     ModuleFaults faults;
     std::vector<LedgerEntry> arrived; ///< the module's word on every ping
-    qint64 cutNs = never;            ///< when the line was unplugged or stalled
+    qint64 cutNs = never;             ///< when the line was unplugged or stalled
     // As the engine has told it. What came before the first ping is not in `others` and the next.
     QMap<quint64, PingEntry> pings;                                ///< by number
     QMap<std::pair<PingObserver::Other, quint64>, quint64> others; ///< late echoes by number, too
