@@ -131,8 +131,7 @@ struct Judge
         compare(run.errorReplies, [](const LedgerEntry& p) {
             return (p.what.corrupted > 0 ? 0 : p.what.errorReplies) * (1 + p.what.duplicated);
         });
-        compare(run.others[{Other::Report, 0}],
-                [](const LedgerEntry& p) { return p.what.reports; });
+        compare(run.others[{Other::Report, 0}], [](const auto& p) { return p.what.reports; });
         changed += run.others[{Other::UnknownEcho, 0}] + run.others[{Other::ShortEcho, 0}];
         compare(changed, changedEchoes);
         surplus += run.others[{Other::Packet, 0}];
