@@ -119,7 +119,7 @@ private slots:
                 seen.echoesIntact += got.endsWith(echo);
                 seen.echoesDamaged += !got.isEmpty() && !got.endsWith(echo);
                 const LedgerEntry& record = records.at(size_t(i));
-                QCOMPARE(record.number, qFromLittleEndian<quint64>(pingData(i).data()));
+                QCOMPARE(record.number, qFromLittleEndian<quint64>(pingData(i).constData()));
                 QVERIFY(record.what.*count == (got != echo) && record.closedNs > 0);
                 QCOMPARE(record.fate() == "intact", got.endsWith(echo));
             }
@@ -193,7 +193,8 @@ private slots:
         QCOMPARE(counts["screen"][3].toString(), QString("cli").rightJustified(20));
         QVERIFY(ledger.open(QIODevice::ReadOnly));
         const QString rows = ledger.readAll();
-        QVERIFY(rows.contains(QRegularExpression("HeldUs\n0,0,\\d{4,},unanswered,,\n$")));
+        static const QRegularExpression row("HeldUs\n0,0,\\d{4,},unanswered,,\n$");
+        QVERIFY(rows.contains(row));
     }
 };
 
