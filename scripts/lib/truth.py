@@ -29,9 +29,8 @@ def expected(fate):
 
 
 def run(options, folder):
-    files = {name: pathlib.Path(folder, name) for name in ("ledger", "summary", "pings", "report")}
-    with subprocess.Popen([options.module, "--ledger", files["ledger"], "--summary",
-                           files["summary"], *options.faults],
+    files = {name: pathlib.Path(folder, name) for name in ("ledger", "pings", "report")}
+    with subprocess.Popen([options.module, "--ledger", files["ledger"], *options.faults],
                           stdout=subprocess.PIPE, text=True) as module:
         line = module.stdout.readline().strip()
         code = subprocess.call([options.runner, "--port", line, "--quiet", "--rate", options.rate,
@@ -45,20 +44,21 @@ def run(options, folder):
         truth = {int(row["Number"]): row for row in csv.DictReader(ledger)}
     with open(files["pings"], encoding="ascii", newline="") as pings:
         rows = list(csv.DictReader(pings))
-    return (truth, rows, json.loads(files["report"].read_bytes()),
-            json.loads(files["summary"].read_bytes()))
+    return truth, rows, json.loads(files["report"].read_bytes())
 
 
-def chance_frames(report, summary):
+def chance_frames(report, ledger):
     """Frames that the runner has seen and the module has not sent: bytes that happened to be one.
 
     At least so many: half of all commands read as reports and error replies, which the module does
     send, and some of those are hidden themselves.
     """
     seen = report["unexpected"]
-    errors = sum(each["count"] for each in seen["errorReplies"])
-    return (seen["otherPackets"] + max(0, seen["reports"] - summary["reports"])
-            + max(0, errors - summary["errorReplies"]))
+    reports = sum("report" in entry["Extras"].split("+") for entry in ledger)
+    errors = sum(1 + ("duplicated" in entry["Extras"].split("+")) for entry in ledger
+                 if "errorReply" in entry["Fate"] and "corrupted" not in entry["Fate"])
+    return (seen["otherPackets"] + max(0, seen["reports"] - reports)
+            + max(0, sum(each["count"] for each in seen["errorReplies"]) - errors))
 
 
 def answered_after_us(row, entry, offset_us):
@@ -103,10 +103,10 @@ def main():
     parser.add_argument("faults", nargs="*")
     options = parser.parse_args()
     with tempfile.TemporaryDirectory(prefix="packetbrask-truth.") as folder:
-        truth, rows, report, summary = run(options, folder)
+        truth, rows, report = run(options, folder)
+    by_chance = chance_frames(report, truth.values())
     agree, named, nameless = compare(truth, rows, 1000 * int(options.timeout))
     hidden = [each for each in nameless if each[2].startswith("intact") and each[1] in GIVEN_UP]
-    by_chance = chance_frames(report, summary)
     if len(hidden) <= HIDDEN_BY_ONE * by_chance:
         named["hidden by a frame that bytes formed by chance"] += len(hidden)
         nameless = [each for each in nameless if each not in hidden]
