@@ -22,6 +22,20 @@ class Failure(Exception):
     """A figure could not be taken; the text says why."""
 
 
+@contextlib.contextmanager
+def placed(processor):
+    """What is started meanwhile runs on this processor.
+
+    Where the scheduler puts the two ends of a line makes more of a difference than the programs do.
+    """
+    before = os.sched_getaffinity(0)
+    os.sched_setaffinity(0, {processor})
+    try:
+        yield
+    finally:
+        os.sched_setaffinity(0, before)
+
+
 class Child:
     """A program of the build that prints JSON; its errors are shown only if it fails."""
 
@@ -165,22 +179,16 @@ class Bench:
 
     def cost(self, rate=1000, rounds=3):
         """CPU time of a long run less that of a short one, which leaves out what a start costs."""
-        last = os.cpu_count() - 1
         programs = {"runner": lambda line, seconds: self.runner(line, rate, seconds),
                     "bare": lambda line, seconds: self.bare(line, rate, seconds)}
         used = {name: [] for name in programs}
-        # Where the scheduler puts the two ends of a line makes more of a difference than the
-        # programs do, so each end has a processor of its own; and the least of some rounds counts.
-        whole = os.sched_getaffinity(0)
         for _ in range(rounds):
             for name, start in programs.items():
                 seconds_used = {}
                 for seconds in (1, 6):
-                    os.sched_setaffinity(0, {0})
-                    with self.module() as line:
-                        os.sched_setaffinity(0, {last})
-                        child = start(line, seconds)
-                        os.sched_setaffinity(0, whole)
+                    with placed(0), self.module() as line:
+                        with placed(os.cpu_count() - 1):
+                            child = start(line, seconds)
                         child.result(allowed=(0, 1))
                         seconds_used[seconds] = child.cpu_seconds
                 used[name].append((seconds_used[6] - seconds_used[1]) * 100000 / (5 * rate))
@@ -190,8 +198,10 @@ class Bench:
     def exact(self, seconds=10):
         """Runner and bare loop at the same time, each with a module of its own."""
         for rate in (600, 1000):
-            with self.module() as line, self.module() as bare_line:
-                runner, bare = self.runner(line, rate, seconds), self.bare(bare_line, rate, seconds)
+            with placed(0), self.module() as line, self.module() as bare_line:
+                with placed(os.cpu_count() - 1):
+                    runner = self.runner(line, rate, seconds)
+                    bare = self.bare(bare_line, rate, seconds)
                 report, bare = runner.result(allowed=(0, 1)), bare.result()
             achieved, lost = report["achievedPacketsPerSecond"], report["packetsLost"]
             self.figures.add(f"pings a second of {rate} asked for", achieved, bare["perSecond"],
@@ -206,9 +216,10 @@ class Bench:
     def capacity(self, rate=872, seconds=60):
         with self.module("--baud", 115200) as line:
             report = self.runner(line, rate, seconds, "--no-screen").result(allowed=(0, 1))
-        self.figures.add(f"received of {rate} pings/s on 115200 baud, {seconds} s",
-                         report["packetsReceived"], rate * seconds, "all",
-                         report["packetsReceived"] == rate * seconds)
+        lost = report["packetsLost"]
+        self.figures.add(f"received at {rate} pings/s on 115200 baud, {seconds} s",
+                         report["packetsReceived"], report["packetsSent"], "none lost", lost == 0,
+                         f"{lost} lost of {rate * seconds} asked for")
 
     def memory(self, hours=1):
         result = self.run([self.own("bench_measure_memory"), str(hours)])
