@@ -11,10 +11,14 @@ class QSocketNotifier;
  *
  * Pings that a late wake-up has missed are sent at once, 20 ms' worth of them at the most; the rest
  * of the schedule moves. A run of n seconds has rate x n pings when the computer keeps up.
+ *
+ * During a run it holds the engine's thread for up to 10 ms at a time, so queued calls and timers
+ * may be that late. A line that hangs up is watched no more until the next run.
  */
 class ExactTiming final : public TimerTiming
 {
 public:
+    /** Takes a descriptor; ends the program when the system has none to give. */
     ExactTiming();
     ~ExactTiming() override;
 
