@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr qint64 secondNs = 1'000'000'000;
+constexpr qint64 secondNs = PingSchedule::secondNs;
 constexpr qint64 millisecondNs = 1'000'000;
 /** For how long the kernel repeats an alarm, whose interval is a little too long, by itself. */
 constexpr qint64 alarmsNs = secondNs;

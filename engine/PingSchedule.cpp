@@ -2,12 +2,6 @@
 
 #include <algorithm>
 
-namespace {
-
-constexpr qint64 secondNs = 1'000'000'000;
-
-} // namespace
-
 void PingSchedule::begin(qint64 startNs, int perSecond, qint64 endNs)
 {
     rate = perSecond;

@@ -10,6 +10,7 @@
 class PingSchedule
 {
 public:
+    static constexpr qint64 secondNs = 1'000'000'000;
     /** Pings missed for longer than this are not made up for. */
     static constexpr qint64 burstNs = 20'000'000;
 

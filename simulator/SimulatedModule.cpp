@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr quint8 pingRequest = 0;
 constexpr quint8 clearRequest = 6;
 constexpr quint8 writeRequest = 31;
 /** Column and row, in front of the text. */
@@ -102,7 +101,7 @@ void SimulatedModule::answerAll(RequestParser::Line line)
 void SimulatedModule::answerRequest(const ReceivedPacket& request)
 {
     switch (request.command) {
-    case pingRequest:
+    case moduleFrame::pingRequest:
         answerPing(request.data);
         break;
     case clearRequest:

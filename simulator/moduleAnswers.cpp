@@ -6,7 +6,6 @@
 
 namespace {
 
-constexpr quint8 pingRequest = 0;
 /**
  * A ping's identity is in its first eight bytes, lowest first. An altered echo differs in the
  * highest of them or behind, so it never passes for the echo of another ping still under way.
@@ -41,13 +40,13 @@ QByteArray makeEchoFrame(const QByteArray& pingData, const PingDecisions& plan, 
 {
     QByteArray frame;
     if (plan.errorReply) {
-        frame = moduleFrame::make(moduleFrame::errorType | pingRequest,
+        frame = moduleFrame::make(moduleFrame::errorType | moduleFrame::pingRequest,
                                   QByteArray(1, moduleAnswers::PingRefused));
         tally.errorReplies = 1;
     } else {
         QByteArray payload = pingData;
         damagePayload(payload, plan, tally);
-        frame = moduleFrame::make(moduleFrame::replyType | pingRequest, payload);
+        frame = moduleFrame::make(moduleFrame::replyType | moduleFrame::pingRequest, payload);
     }
     if (plan.corrupt) {
         const qsizetype bit = below(frame.size() * 8, plan.corruptBit);

@@ -13,6 +13,8 @@ inline constexpr quint8 typeMask = 0xC0;
 inline constexpr quint8 replyType = 0x40;
 inline constexpr quint8 reportType = 0x80;
 inline constexpr quint8 errorType = 0xC0;
+/** The request that is to be echoed. */
+inline constexpr quint8 pingRequest = 0;
 
 /** A complete frame; at most 124 bytes of `data`. */
 QByteArray make(quint8 command, const QByteArray& data);
