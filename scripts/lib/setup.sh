@@ -36,6 +36,10 @@ package_test_packages=(mmdebstrap uidmap x11-utils)
 # shellcheck disable=SC2034  # read by the scripts that source this file
 machine_packages=(qemu-system-x86 busybox-static kmod cpio udev python3)
 
+# To try a rack of stations on this machine. The daemon's package is installed by install_daemon.
+# shellcheck disable=SC2034  # read by the scripts that source this file
+station_packages=(parallel openssh-client umockdev python3)
+
 is_installed() {
     [[ $(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
 }
@@ -66,3 +70,17 @@ install_missing() {
         return 1
     fi
 }
+
+# install_daemon PACKAGE SERVICE: the program alone; its service is neither started nor will it be.
+install_daemon() (
+    package=$1 service=$2 policy=/usr/sbin/policy-rc.d as_root=()
+    ! is_installed "$package" || exit 0
+    if ((EUID != 0)) && command -v sudo >/dev/null; then as_root=(sudo); fi
+    # Debian's own means: it is asked before a package starts a service.
+    if [[ ! -e $policy ]] && printf '#!/bin/sh\nexit 101\n' |
+        "${as_root[@]}" install -m 755 /dev/stdin "$policy" 2>/dev/null; then
+        trap '"${as_root[@]}" rm -f "$policy"' EXIT
+    fi
+    install_missing "$package" || exit
+    ! command -v systemctl >/dev/null || "${as_root[@]}" systemctl --quiet disable "$service" >&2
+)
