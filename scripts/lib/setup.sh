@@ -30,7 +30,7 @@ lint_packages=(clang-format clang-tidy clazy cppcheck shellcheck)
 # shellcheck disable=SC2034  # read by the scripts that source this file
 package_packages=(help2man librsvg2-bin dpkg-dev file lintian desktop-file-utils appstream)
 # shellcheck disable=SC2034  # read by the scripts that source this file
-package_test_packages=(mmdebstrap uidmap x11-utils)
+package_test_packages=(mmdebstrap uidmap x11-utils systemd udev man-db strace)
 
 # To try the programs on the drivers of a kernel of its own, in an emulated machine.
 # shellcheck disable=SC2034  # read by the scripts that source this file
