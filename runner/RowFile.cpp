@@ -13,7 +13,10 @@ bool RowFile::append(const QByteArray& rows)
     if (!file.isOpen() || rows.isEmpty())
         return true;
     const qint64 complete = file.pos();
-    if (file.write(rows) == rows.size())
+    qint64 written = file.write(rows);
+    if (written > 0 && written < rows.size())
+        written += file.write(rows.mid(written)); // why a part was not taken only shows now
+    if (written == rows.size())
         return true;
     const QString reason = file.errorString();
     file.resize(complete);

@@ -42,59 +42,6 @@ class ReportTest(unittest.TestCase):
             pathlib.Path(name).write_text(made if isinstance(made, str) else json.dumps(made), encoding="utf-8")
         return list(reports)
 
-    def test_tells_what_it_cannot_read(self):
-        whole = report(seconds=2)
-        older, newer, lacking, wrong = (copy.deepcopy(whole) for _ in range(4))
-        del older["format"], lacking["latencyUs"]["p99"]
-        newer["format"], wrong["latencyHistogramUs"] = 3, [[5, 4, 1]]
-        bad = {"other": ("{}", "no report"), "half": (json.dumps(whole)[:900], "only a part of it"),
-               "older": (older, "format 1,"), "newer": (newer, "format 3 is not known"),
-               "lacking": (lacking, "latencyUs.p99 is not"), "wrong": (wrong, "latencyHistogramUs is not")}
-        self.write(good=whole, **{name: made for name, (made, _) in bad.items()})
-        for name, (_, complaint) in bad.items():
-            self.assertIn(f"{name}: it", told := self.run_program(name, status=2).stderr)
-            self.assertIn(complaint, told.replace("its ", ""))
-            self.assertEqual(told.count("\n"), 1)
-        self.run_program(*bad, "absent", "good", "--html=page", status=1)
-        self.assertIn("Test run", pathlib.Path("page").read_text(encoding="utf-8"))
-        for arguments, status in (((), 2), (("good", "--by="), 2), (("good", "--html=./good"), 2),
-                                  (("good", "--text", "--html=-"), 2), (("good", "--html=/nowhere/x"), 3)):
-            self.run_program(*arguments, status=status)
-
-    def test_explains_and_documents_every_cause(self):
-        many = {key: 7 for key in ("lateEchoes", "repeatedEchoes", "unknownEchoes", "shortEchoes")}
-        made = report(2, loss=0.1, seconds=5, sendFailures=2, outOfOrderEchoes=3, verdict="lineLost", timing="window",
-                      lineErrors=dict.fromkeys(("framing", "parity", "overrun", "break", "bufferOverrun"), 1),
-                      lossBursts={"count": 1, "longest": 9}, sendLagUs={"p99": 25000, "maximum": 30000},
-                      achievedPacketsPerSecond=20, estimatedTrafficToModule={"lineSharePercent": 96},
-                      lossCauses={"noEchoInTime": 1, "noEchoAtEnd": 1, "changedEcho": 1})
-        made["unexpected"] |= many | {"errorReplies": [{"code": 1, "text": "busy", "count": 2}]}
-        made["adapter"]["latencyTimerMs"] = 16
-        self.write(many=made, unknown=report(2, loss=0.1, lineErrors=None), clean=report(2, loss=0.1),
-                   **{name: samples()[name] for name in ("silent", "passed")})
-        found = {name: re.findall(r"^(.*) \[(.*)\]: ", self.run_program(name).stdout, re.M)
-                 for name in ("many", "unknown", "clean", "silent", "passed")}
-        self.assertEqual([len(found[name]) for name in ("many", "unknown", "clean", "silent", "passed")],
-                         [21, 1, 1, 1, 0])
-        document = (PROJECT / "docs/report.md").read_text(encoding="utf-8")
-        for title, where in (cause for causes in found.values() for cause in causes):
-            self.assertIn(f"| {title} | {where} |", document)
-
-    def test_marks_only_what_the_spread_does_not_explain(self):
-        burst = report(1)
-        for row in burst["seconds"][30:31]:  # one bad second
-            row["maximumUs"] = 400000
-        burst["latencyHistogramUs"].append([399000, 401000, 45])
-        burst["latencyUs"] |= {"p99": 400000, "p999": 400000, "maximum": 400000}
-        for other, worse in ((report(8), set()), (burst, set()), (report(1, loss=0.003), set()),
-                             (report(9, seconds=5, middle_us=9000), set()), (report(1, loss=0.01), {"Pings"}),
-                             (report(9, middle_us=6200), {"p50", "p90", "p99"})):
-            self.write(first=report(1), other=other)
-            rows = self.run_program("first", "other").stdout.splitlines()
-            self.assertEqual({re.split("[, ]", row)[0] for row in rows if row.endswith(" worse")}, worse)
-            rows = self.run_program("other", "first").stdout.splitlines()
-            self.assertEqual({re.split("[, ]", row)[0] for row in rows if row.endswith(" better")}, worse)
-
     def test_pages_in_a_browser(self):
         schema = json.loads((PROJECT / "docs/report.schema.json").read_text(encoding="utf-8"))
         made = samples()
