@@ -84,31 +84,6 @@ private slots:
         QVERIFY(seen["lineErrors"].isNull()); // it is a pseudo-terminal after all
     }
 
-    void agreesWithTheModule()
-    {
-        ModuleFaults many{.seed = 1, .errorReply = 0.1, .delayMs = 60};
-        many.drop = many.duplicate = many.report = many.split = 0.1;
-        many.corrupt = many.alter = many.truncate = 0.05;
-        for (const auto& [faults, option, reasons] :
-             {std::tuple(ModuleFaults{}, "--max-loss=0", 0),
-              {many, "--max-latency=50", 2},
-              {ModuleFaults{.delayMs = 5, .jitterMs = 60}, "--max-loss=0", 0}, // echoes overtake
-              {ModuleFaults{.baudRate = 38400}, "--max-loss=100", 0}}) {
-            ModuleThread module(faults);
-            Program program("setsid", // as a service, which the port may hang up
-                            {RUN_PROGRAM, "--port", module.path(), "--rate=200", "--max-size=16",
-                             "--timeout=1000", "--duration=1", "--json=-", option});
-            QCOMPARE(program.status(), reasons == 0 ? 0 : 1);
-            const auto seen = QJsonDocument::fromJson(program.readAllStandardOutput());
-            QCOMPARE(seen["reasons"].toArray().size(), reasons);
-            const ModuleCounts truth = module.counts();
-            QCOMPARE(quint64(seen["packetsSent"].toInteger()), truth.pingsReceived);
-            QCOMPARE(quint64(seen["packetsReceived"].toInteger()), truth.echoesIntact);
-            QCOMPARE(quint64(seen["packetsLost"].toInteger()),
-                     truth.pingsReceived - truth.echoesIntact);
-        }
-    }
-
     void endsWithoutARun()
     {
         const QTemporaryDir folder;
