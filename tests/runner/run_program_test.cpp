@@ -132,7 +132,6 @@ private slots:
              {std::tuple(terminate, 0, "passed"),
               {fillTheDisk, 5, "outputFailed"},
               {loseTheDisk, 5, ""}, // nor is there a report
-              {std::bind(&ModuleThread::unplug, std::placeholders::_1), 4, "lineLost"},
               {std::bind(&ModuleThread::stall, std::placeholders::_1), 4, "lineLost"}}) {
             const QTemporaryDir folder;
             QVERIFY(QDir::setCurrent(folder.path()));

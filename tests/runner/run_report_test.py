@@ -33,8 +33,8 @@ MANY = ["--drop=.1", "--alter=.1", "--duplicate=.2", "--error-reply=.1", "--repo
 CASES = {
     "passes by the defaults": ([], {}, 0),
     "passes with the window's timing": (["--baud=38400"], FAST | {"timing": "window", "max-latency": 60000, "rate": 100}, 0),
-    "fails": (MANY, FAST | {"max-p99": 0.001, "max-latency": 1, "no-screen": None, "max-loss": 50}, 1),
-    "overtakes": (["--delay=5", "--jitter=60"], FAST | {"max-loss": 100, "min-size": 32, "rate": 200}, 0),
+    "fails": (MANY, FAST | {"max-p99": 0.001, "max-latency": 1, "max-loss": 50}, 1),
+    "overtakes": (["--delay=5", "--jitter=60"], FAST | {"max-loss": 100, "min-size": 32, "rate": 200, "no-screen": None}, 0),
     "answers late": (["--delay=300"], FAST | {"timeout": 50, "max-loss": 100}, 0),
     "has no echo": (["--drop=1"], {"timeout": 50, "tag": "cable=a=\u00e4", "quiet": None, "baud": 1200}, 1),
     "loses its line": (["--unplug-after=.8"], FAST | {"duration": 0, "max-loss": 100, "timeout": 60}, 4)}
@@ -176,11 +176,8 @@ class RunTest(unittest.TestCase):
         whole, shown = report["latencyMs"], [int(row["Latency(ms)"]) for row in run.events if row["Latency(ms)"]]
         self.assertEqual([value is None for value in whole.values()], 3 * [not times])
         if times:
-            self.assertLessEqual(int(us["minimum"] / 1000), whole["minimum"])
-            self.assertLessEqual(whole["minimum"], min(shown, default=1000))
-            self.assertLessEqual(int(us["maximum"] / 1000), whole["maximum"])
-            self.assertLessEqual(max(shown, default=0), whole["maximum"])
-            self.assertTrue(mean / 1000 - 2 < whole["average"] < mean / 1000 + 5)
+            self.assertLessEqual(whole["minimum"], min(shown + [whole["average"]]))
+            self.assertGreaterEqual(whole["maximum"], max(shown + [whole["average"]]))
         lag, exact = report["sendLagUs"], "window" not in name
         late = [float(row["SentUs"]) - 1e6 * (int(row["Number"]) + 1) / run.options.get("rate", 10) for row in run.sent]
         if exact and max(late) < 20000 and name != "loses its line":  # behind that, the schedule moves
