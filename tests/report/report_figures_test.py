@@ -240,6 +240,13 @@ class FiguresTest(unittest.TestCase):
         self.check_charts(self.page(*self.write(plain=(plain := report(2, seconds=3, loss=0.1)))), plain, 0)
         self.assertNotIn("What this means", self.page(*self.write(fine=report(1, seconds=2))).words)
 
+    def test_shows_three_digits(self):
+        for us, told in ((0, "0 µs"), (0.0123, "0.0123 µs"), (999.4, "999 µs"), (12.25, "12.3 µs"),
+                         (9995, "9.99 ms"), (999.4e3, "999 ms"), (1e6, "1.00 s"), (12345678, "12.3 s")):
+            made = report(1, seconds=1)
+            made["latencyUs"]["maximum"] = us
+            self.assertIn(f"\nLongest {told}\n", re.sub(" +", " ", self.run_program(*self.write(x=made)).stdout))
+
     def test_shows_what_is_not_known(self):
         bare = report(3, seconds=2, loss=1, adapter=None, lineErrors=None, timing="window", verdict="outputFailed",
                       reasons=["full", "worse"], sendLagUs={"p99": None, "maximum": None}, achievedPacketsPerSecond=None,
@@ -484,6 +491,7 @@ class FiguresTest(unittest.TestCase):
         named = {name for row in rows_of("Option") for name in re.findall(r"--\w+", row[0])}
         self.assertEqual(set(re.findall(r"^  (?:-\w, )?(--\w+)", told, re.M)), named)
         self.assertRegex(self.run_program("--version").stdout, r"^packetbrask-report \d+\.\d+\n$")
+        os.mkfifo("pipe")
         seen, taken = {0, 1}, "it is there and no regular file"
         for arguments, status, complaint in (
                 ((), 2, "no report is given; --help tells how"), (("good.json", "--by="), 2, '--by: "" is not allowed'),
@@ -492,7 +500,7 @@ class FiguresTest(unittest.TestCase):
                 (("good.json", "--text", "--html=-"), 2,
                  '--html: "-" is not allowed with --text, which needs standard output'),
                 (("good.json", "--html=/nowhere/x"), 3, "cannot write /nowhere/x: No such file or directory"),
-                (("good.json", "--html=/dev/null"), 3, "cannot write /dev/null: " + taken)):
+                (("good.json", "--html=pipe"), 3, "cannot write pipe: " + taken)):
             self.assertEqual(self.run_program(*arguments, status=status).stderr, f"packetbrask-report: {complaint}\n")
             seen.add(status)
         self.assertEqual({int(row[0]) for row in rows_of("Exit status")}, seen)

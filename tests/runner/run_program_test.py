@@ -1,0 +1,149 @@
+#!/usr/bin/python3
+"""MODULE RUNNER PORTS [UMOCKDEV]: how the built program deals with ports, places to write and the ends of a run."""
+
+import csv
+import fcntl
+import json
+import os
+import pathlib
+import resource
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+MODULE, RUNNER, PORTS, *MOCK = sys.argv[1:]
+del sys.argv[1:]
+USB = {"driver": "test_sio", "vendorId": "1d6b", "productId": "0104", "serialNumber": None, "product": "USB Serial",
+       "latencyTimerMs": 16}
+USB_FAULTS = ["{0} is running, which may open the port and send to it",
+              "the adapter holds received bytes back for up to 16 ms; to have it 1 ms: echo 1 | sudo tee "
+              "/sys/devices/usb1/1-1/1-1:1.0/ttyUSB0/latency_timer",
+              "the system may put the adapter to sleep; to prevent that: echo on | sudo tee "
+              "/sys/devices/usb1/1-1/power/control"]
+
+
+class ProgramTest(unittest.TestCase):
+    maxDiff = None
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(ignore_cleanup_errors=True)
+        self.addCleanup(folder.cleanup)
+        self.addCleanup(os.chdir, os.getcwd())
+        os.chdir(folder.name)
+
+    def module(self, *faults):
+        module = self.enterContext(subprocess.Popen([MODULE, *faults], stdout=subprocess.PIPE, text=True))
+        self.addCleanup(module.terminate)
+        return module.stdout.readline().strip()
+
+    def mocked(self, *options):
+        return subprocess.run([*MOCK, "--device", PORTS, "--", RUNNER, *options], capture_output=True, text=True,
+                              timeout=60, check=False)
+
+    def until(self, process, text):
+        told = next((line for line in iter(process.stderr.readline, "") if text in line), "")
+        self.assertNotEqual(told, "", text)
+        return told
+
+    def test_lists_ports(self):
+        done = self.mocked("--list")
+        self.assertEqual(done.returncode, 0)
+        self.assertIn("/dev/ttyUSB0\tttyUSB0 = USB_Serial\n", done.stdout)
+
+    def test_tells_of_the_adapter(self):
+        done = self.mocked("--port=/dev/ttyUSB0", "--timeout=50", "--duration=1", "--json=-")
+        report = json.loads(done.stdout)
+        self.assertEqual((done.returncode, report["adapter"], report["lineErrors"]), (1, USB, None))  # a pty after all
+
+    def test_checks_ports(self):
+        name = pathlib.Path("/proc/self/comm")
+        self.addCleanup(name.write_text, name.read_text())
+        name.write_text("ModemManager")  # a program that probes ports, for all that others can see
+        me, line = f"ModemManager (process {os.getpid()})", self.module()
+
+        def check(path, *expected):
+            done = self.mocked("--check", "--port", path)
+            found = [told.removeprefix(path + ": ") for told in done.stdout.splitlines()]
+            self.assertEqual(done.returncode, int(found != []))
+            # What this machine has to say of others aside.
+            self.assertEqual([told for told in found if "(process " not in told or me in told],
+                             [told.format(me) for told in expected])
+        check("/dev/ttyUSB0", *USB_FAULTS)
+        check("/dev/ttyACM3")  # hidden from that program by a rule
+        check("/nowhere", "No such file or directory")
+        check(line)  # its other end is open, and that is nobody else's use
+        with open("/dev/full", "rb") as device:
+            check("/dev/full", "no usable serial line: Inappropriate ioctl for device", "in use by {0}")
+            fcntl.flock(device, fcntl.LOCK_EX)
+            check("/dev/full", "in use by {0}")
+        port = os.open(line, os.O_RDWR | os.O_NOCTTY)
+        check(line)
+        fcntl.flock(port, fcntl.LOCK_EX)
+        check(line, "in use by {0}")
+        os.close(port)
+
+    def test_ends_without_a_run(self):
+        pathlib.Path("full").write_text("mine", encoding="ascii")
+        os.symlink("target", "link")
+        exists, line = "File exists", self.module()
+        for option, status, complaint in (
+                ("--port=/nowhere", 3, "Connection failed: Failed to open port - may be in use or doesn't exist (/nowhere: "
+                                       "No such file or directory)"),
+                ("--port=/dev/null", 3, "Connection failed: Failed to configure port settings (/dev/null: no usable "
+                                        "serial line: Inappropriate ioctl for device)"),
+                ("--events=full", 5, "cannot write the event file full: " + exists),
+                ("--events=link", 5, "cannot write the event file link: " + exists),
+                ("--pings=full", 5, "cannot write the ping file full: " + exists),
+                ("--json=none/file", 5, "cannot write the report to none/file: No such file or directory"),
+                ("--junit=.", 5, "cannot write the report to .: it is there and no regular file")):
+            done = subprocess.run([RUNNER, "--port", line, "--quiet", option], capture_output=True, text=True, check=False)
+            self.assertEqual((done.returncode, done.stderr), (status, f"packetbrask-run: {complaint}\n"))
+            self.assertEqual(set(os.listdir()), {"full", "link"})
+        self.assertEqual(pathlib.Path("full").read_text(encoding="ascii"), "mine")
+        with open("/dev/full", "w", encoding="ascii") as full:
+            self.assertEqual(subprocess.call([RUNNER, "--help"], stdout=full, stderr=subprocess.DEVNULL), 5)
+
+    def test_ends_in_order(self):
+        def terminate(process):
+            process.terminate()
+            self.until(process, "Waiting for final replies...")
+            process.terminate()
+
+        def fill_the_disk(process):
+            resource.prlimit(process.pid, resource.RLIMIT_FSIZE, (60000, 60000))  # room for a report
+            told = self.until(process, "packetbrask-run: ") + self.until(process, "packetbrask-run: ")
+            for file in ("event", "ping"):
+                self.assertIn(f"cannot write the {file} file {file}s: File too large; the run goes on without it\n", told)
+            process.terminate()
+
+        def lose_the_disk(process):
+            shutil.rmtree(os.getcwd())
+            process.terminate()
+
+        for happen, faults, status, verdict in (
+                (terminate, (), 0, "passed"), (fill_the_disk, (), 5, "outputFailed"),
+                (lambda process: None, ("--stall-after=.5",), 4, "lineLost"), (lose_the_disk, (), 5, "")):
+            with self.subTest(verdict=verdict), subprocess.Popen(
+                    [RUNNER, "--port", self.module("--report=1", *faults), "--rate=1000", "--min-size=124", "--timeout=100",
+                     "--max-loss=100", "--events=events", "--pings=pings", "--json=report"], stderr=subprocess.PIPE,
+                    text=True) as process:
+                self.until(process, "SUCCESS: Packet")
+                happen(process)
+                complaints = process.communicate()[1].count("packetbrask-run: cannot write")
+                self.assertEqual((process.returncode, complaints), (status, int(verdict == "")))
+                if verdict == "":
+                    break
+                self.assertEqual(json.loads(pathlib.Path("report").read_bytes())["verdict"], verdict)
+                for name in ("events", "pings"):
+                    self.assertTrue(pathlib.Path(name).read_bytes().endswith(b"\n"))
+                with open("events", encoding="ascii", newline="") as file:
+                    rows = [row["Details"] for row in csv.DictReader(file)]
+                self.assertEqual((rows[0], rows[-1][:12] == "Test stopped"), ("Test started", status != 5))
+                for name in ("events", "pings", "report"):
+                    os.remove(name)
+
+
+if __name__ == "__main__":
+    unittest.main()
