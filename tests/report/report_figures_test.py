@@ -294,6 +294,7 @@ class FiguresTest(unittest.TestCase):
             page, text = self.page(*files), self.run_program(*files).stdout
             rows = [re.split(r"\s{2,}", row) for row in text.splitlines()]
             self.assertEqual(rows[0], ["Less is better", *names])
+            self.assertEqual(len(page.tables["Differences"]), 2 + len(figures[0]))
             self.assertEqual(page.tables["Differences"][0], ["Less is better", first + " held against", *others])
             self.assertEqual(rows[1], ["Verdict", *(runs[name]["verdict"].capitalize() for name in names)])
             for row, shown, (name, reference) in zip(rows[2:], page.tables["Differences"][2:], figures[0].items()):
