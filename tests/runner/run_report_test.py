@@ -146,9 +146,10 @@ class RunTest(unittest.TestCase):
         answered = [row for row in run.rows if row["Fate"] not in GIVEN_UP and row["Doubled"]]
         errors = sum(1 + row["Doubled"] for row in run.rows if "errorReply" in row["Fault"] and
                      "corrupted" not in row["Fault"])
-        late = sum(row["Fault"] == ["intact"] and row["Fate"] == "noEchoInTime" for row in run.rows) * ("late" in name)
-        self.assertEqual((seen["repeatedEchoes"], seen["lateEchoes"]), (len(answered), late))
-        self.assertEqual(late > 100 and fates.count("receivedAtEnd") > 0, name == "answers late")
+        late = sum(row["Fault"] == ["intact"] and row["Fate"] == "noEchoInTime" for row in run.rows)
+        self.assertEqual(seen["repeatedEchoes"], len(answered))
+        self.assertIn(seen["lateEchoes"], range(0 if "line" in name else late, late + 1))  # some were not read any more
+        self.assertEqual(late > 100 and fates.count("receivedAtEnd") > 0 and "line" not in name, name == "answers late")
         self.assertEqual(seen["errorReplies"], [{"code": 1, "text": "Unknown error", "count": errors}] * (errors > 0))
         self.assertEqual((seen["reports"], seen["otherPackets"]), (run.summary["reports"], 0))
         handed = sorted((float(entry["ArrivedUs"]) + float(entry["HeldUs"]), int(entry["Number"]))
