@@ -26,7 +26,7 @@ del sys.argv[1:]
 DOCUMENT = (DOCS / "runner.md").read_text(encoding="utf-8")
 SCHEMA = json.loads((DOCS / "report.schema.json").read_text(encoding="utf-8"))
 RECEIVED, GIVEN_UP = {"received", "receivedAtEnd"}, {"noEchoInTime", "noEchoAtEnd"}
-FAST = {"rate": 300, "timeout": 500, "min-size": 4, "max-size": 32}
+FAST = {"rate": 300, "timeout": 1000, "min-size": 4, "max-size": 32}
 MANY = ["--drop=.1", "--alter=.1", "--duplicate=.2", "--error-reply=.1", "--report=.1", "--truncate=.1", "--split=.05",
         "--corrupt=.03"]
 # Options of the module and of the runner, exit status.
@@ -193,11 +193,11 @@ class RunTest(unittest.TestCase):
         spans, sending = report["seconds"], report["sendingSeconds"]
         lasted = spans[-1]["start"] + spans[-1]["length"]
         self.assertTrue(run.began - 0.002 <= start and end <= run.ended and lasted - 0.1 <= end - start)
-        self.assertTrue(end - start < lasted + 3 and sending <= lasted + 0.001)
+        self.assertTrue(end - start < lasted + 10 and sending <= lasted + 0.001)
         self.assertTrue(float(run.sent[-1]["SentUs"]) / 1e6 <= sending)
         self.assertEqual(sending >= 0.95, name != "loses its line" or sending > 0.95)
         if "window" in name:
-            self.assertGreaterEqual(lasted - sending, 1.5)  # twice the time-out and half a second
+            self.assertGreaterEqual(lasted - sending, 2.5)  # twice the time-out and half a second
         self.assertAlmostEqual(report["achievedPacketsPerSecond"], len(run.sent) / sending, delta=0.001)
         self.assertEqual([span["start"] for span in spans], [*range(len(spans))])
         self.assertEqual({span["length"] for span in spans[:-1]}, {1} if spans[1:] else set())
