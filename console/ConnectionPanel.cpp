@@ -120,9 +120,9 @@ void MainWindow::updateConnectionState(bool connected)
 {
     isConnected = connected;
     connectButton->setText(connected ? QStringLiteral("Disconnect") : QStringLiteral("Connect"));
-    connectButton->setPalette(connected ? darkTextOnGreen() : QPalette());
     connectButton->setStyleSheet(
         connected ? QStringLiteral("QPushButton { background-color: #90EE90; }") : QString());
+    connectButton->setPalette(connected ? darkTextOnGreen() : QPalette());
     portCombo->setEnabled(!connected);
     baudCombo->setEnabled(!connected);
     refreshButton->setEnabled(!connected);
