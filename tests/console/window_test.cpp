@@ -1,27 +1,22 @@
-#include "simulator/ModuleThread.h"
+#include "console/fitToScreen.h"
 #include "tests/support/WindowBench.h"
-
-#include "engine/TestStats.h"
+#include "tests/support/readme.h"
 
 #include <QAccessible>
-#include <QLineEdit>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QMenu>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QRegularExpression>
-#include <QScrollBar>
+#include <QScopeGuard>
+#include <QScreen>
 #include <QTest>
-#include <QTextCursor>
+#include <QTimer>
 
 namespace {
 
-QString allFigures(const WindowBench& bench)
-{
-    QStringList texts;
-    for (const char* caption : {"Packets Sent:", "Packets Received:", "Packets Lost:",
-                                "Success Rate:", "Avg Latency:", "Min Latency:", "Max Latency:"})
-        texts.append(bench.figure(caption));
-    return texts.join('|');
-}
+const QStringList settingCaptions{
+    "Packets/Second:", "Min Data Size:", "Max Data Size:", "Timeout:", "Duration:"};
 
 /** What a screen reader calls it: by its caption, or else by its own name. */
 QString spokenName(QWidget* widget)
@@ -33,69 +28,177 @@ QString spokenName(QWidget* widget)
     return control->text(QAccessible::Name);
 }
 
+/** One place of a panel: a text, * for what the caption before it names, or a width of nothing. */
+QString cell(QLayoutItem* item, const QWidget* named)
+{
+    if (item == nullptr)
+        return {};
+    if (const QSpacerItem* space = item->spacerItem())
+        return space->expandingDirections() != 0 ? "~" : QString::number(item->sizeHint().width());
+    if (const auto* button = qobject_cast<QPushButton*>(item->widget()))
+        return button->text();
+    return item->widget() == named ? "*" : qobject_cast<QLabel*>(item->widget())->text();
+}
+
+QString placesIn(const QGroupBox* group)
+{
+    QStringList rows{group->title()};
+    const auto* grid = qobject_cast<QGridLayout*>(group->layout());
+    for (int row = 0; row < (grid != nullptr ? grid->rowCount() : 1); ++row) {
+        const QWidget* named = nullptr;
+        QStringList cells;
+        const int columns = grid != nullptr ? grid->columnCount() : group->layout()->count();
+        for (int column = 0; column < columns; ++column) {
+            QLayoutItem* item = grid != nullptr ? grid->itemAtPosition(row, column)
+                                                : group->layout()->itemAt(column);
+            cells += cell(item, named);
+            if (const auto* label = item ? qobject_cast<QLabel*>(item->widget()) : nullptr)
+                named = label->buddy();
+        }
+        rows += cells.join('|');
+    }
+    return rows.join('\n');
+}
+
+QString look(const QPushButton* button)
+{
+    const auto colour = [button](QPalette::ColorGroup group) {
+        return button->palette().color(group, QPalette::ButtonText).name();
+    };
+    return button->text() + ' ' + colour(QPalette::Active) + ' ' + colour(QPalette::Disabled) +
+           ' ' + button->styleSheet();
+}
+
 } // namespace
 
-/** Runs on the devices of ports.umockdev and 996 more. */
+/** The window itself: what is in it, where, and what can be used when. */
 class WindowTest : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void listsPorts()
+    void looksAsDrawn()
     {
         const WindowBench bench;
-        const auto* ports = bench.named<QComboBox>("Port:");
-        QStringList shown;
-        for (int i = 0; i < ports->count(); ++i)
-            shown += ports->itemData(i).toString() + ": " + ports->itemText(i);
-        QStringList expected{"/dev/ttyUSB0: ttyUSB0 = USB_Serial",
-                             "/dev/ttyACM3: ttyACM3 = Modem %1 of 100%", "/dev/ttyS7: ttyS7",
-                             "/dev/ttyVN0: ttyVN0 = "};
-        for (int i = 1; i <= 996; ++i)
-            expected += QStringLiteral("/dev/ttyUSB%1: ttyUSB%1 = Adapter_%1").arg(i);
-        shown.sort(); // the order is that of their last change
-        expected.sort();
-        QCOMPARE(shown, expected);
-        QCOMPARE(bench.status(), "Found 1000 port(s)");
-        const QStringList lines = bench.log();
-        QVERIFY(lines.value(1).endsWith("] INFO: Found 1000 ports"));
-        QCOMPARE(lines.filter("INFO: Port: /dev/ttyUSB0 - ttyUSB0 = USB_Serial").size(), 1);
-        QVERIFY(lines.value(1002).endsWith("] INFO: Enumerated 1000 port(s)"));
-    }
-
-    void listsPortsDuringARun()
-    {
-        const WindowBench bench;
-        ModuleThread module;
-        QVERIFY(bench.connectTo(module.path()));
-        bench.startRun(200, 2000); // looking for ports holds echoes up
-        QTRY_VERIFY(bench.received() > 0);
-        QMetaObject::invokeMethod(bench.window.get(), "onRefreshPorts");
-        QCOMPARE(bench.named<QComboBox>("Port:")->count(), 1); // the engine looks, not the window
-        QTRY_COMPARE(bench.named<QComboBox>("Port:")->count(), 1000);
-        const int received = bench.received();
-        QTRY_VERIFY(bench.received() > received);
-        QVERIFY(bench.stops());
-        QCOMPARE(module.counts().pingsReceived, quint64(bench.received()));
-    }
-
-    void beginsIdle()
-    {
-        const WindowBench bench;
-        QCOMPARE(allFigures(bench), "0|0|0 (0.0%)|0.0%|0 ms|- ms|- ms");
-        QCOMPARE(bench.figure("Test Duration:"), "0 s");
-        QCOMPARE(bench.named<QComboBox>("Baud Rate:")->currentData().toInt(), 115200);
-        QStringList settings;
-        for (const char* caption :
-             {"Packets/Second:", "Min Data Size:", "Max Data Size:", "Timeout:", "Duration:"}) {
-            const auto* box = bench.named<QSpinBox>(caption);
-            settings += QStringLiteral("%1-%2: ").arg(box->minimum()).arg(box->maximum());
-            settings.back() += box->text();
+        QCOMPARE(bench.window->windowTitle(), "Varnott Packet Brask Testing Tool");
+        QCOMPARE(bench.window->size(), QSize(900, 700));
+        const QLayout* layout = bench.window->centralWidget()->layout();
+        const QStringList expected{
+            "Connection\nPort:|*|Refresh|20|Baud Rate:|*|20|Connect|~",
+            "Test Configuration\n"
+            "Packets/Second:|*|Min Data Size:|*|Max Data Size:|*|Stop Test\n"
+            "Timeout:|*|Duration:|*|*|Start Test|Clear Stats",
+            "Statistics\n"
+            "Packets Sent:|*|Packets Received:|*|Packets Lost:|*|Success Rate:|*\n"
+            "Avg Latency:|*|Min Latency:|*|Max Latency:|*|Test Duration:|*"};
+        for (int i = 0; i < 3; ++i) {
+            const auto* group = qobject_cast<QGroupBox*>(layout->itemAt(i)->widget());
+            QCOMPARE(placesIn(group), expected.at(i));
+            const int needed = group->sizeHint().height();
+            QVERIFY(group->maximumHeight() > needed * 5 / 4 &&
+                    group->maximumHeight() < needed * 7 / 4);
         }
-        QCOMPARE(settings, (QStringList{"1-1000: 10", "0-124: 1 bytes", "0-124: 124 bytes",
-                                        "50-5000: 500 ms", "0-3600: 0 sec (0=unlimited)"}));
-        QVERIFY(!bench.button("Start Test")->isEnabled() &&
-                !bench.button("Stop Test")->isEnabled());
+        QCOMPARE(layout->itemAt(3)->widget(), bench.logView());
+        QCOMPARE(bench.named<QComboBox>("Port:")->minimumWidth(), 200);
+        QCOMPARE(bench.named<QComboBox>("Baud Rate:")->minimumWidth(), 100);
+        QCOMPARE(bench.button("Connect")->minimumWidth(), 100);
+    }
+
+    void takesTheSettingsOfTheReadme()
+    {
+        const WindowBench bench;
+        QStringList rows;
+        QStringList rates;
+        const auto* baudRate = bench.named<QComboBox>("Baud Rate:");
+        for (int i = 0; i < baudRate->count(); ++i) {
+            rates += baudRate->itemText(i);
+            QCOMPARE(baudRate->itemData(i), QVariant(rates.constLast().toInt()));
+        }
+        rows += "| Baud Rate | " + rates.join(", ") + " | " + baudRate->currentText() + " |";
+        for (const QString& caption : settingCaptions) {
+            const auto* box = bench.named<QSpinBox>(caption);
+            rows += QStringLiteral("| %1 | %2 to %3 | %4 |")
+                        .arg(caption.chopped(1))
+                        .arg(box->minimum())
+                        .arg(box->maximum())
+                        .arg(box->text());
+            QCOMPARE(box->singleStep(), 1);
+        }
+        QCOMPARE(rows, readmeTable("| Setting | Values | At first |"));
+    }
+
+    void offersWhatEachStateAllows()
+    {
+        QPalette theme;
+        theme.setColor(QPalette::ButtonText, Qt::darkBlue);
+        QApplication::setPalette(theme);
+        const auto restored = qScopeGuard([] { QApplication::setPalette({}); });
+        const WindowBench bench;
+        QList<QWidget*> controls{bench.named<QComboBox>("Port:"), bench.button("Refresh"),
+                                 bench.named<QComboBox>("Baud Rate:"), bench.button("Connect")};
+        for (const QString& caption : settingCaptions)
+            controls += bench.named<QSpinBox>(caption);
+        for (const char* text : {"Start Test", "Stop Test", "Clear Stats"})
+            controls += bench.button(text);
+        const auto* connect = qobject_cast<QPushButton*>(controls.at(3));
+        auto* start = bench.button("Start Test");
+        const auto* ticks = bench.window->findChild<QTimer*>({}, Qt::FindDirectChildrenOnly);
+        const QString plain = look(connect);
+        const QString green = "Disconnect #000000 #505050 "
+                              "QPushButton { background-color: #90EE90; }";
+        // No module and no turn of the event loop: the engine's answers are the test's.
+        const auto connected = [&] { bench.call("onConnectionChanged", true); };
+        const auto gone = [&] { bench.call("onConnectionChanged", false); };
+        const auto press = [&] { QTest::keyClick(bench.window->focusWidget(), Qt::Key_Space); };
+        const auto startByKey = [&] { start->setFocus(), press(); };
+        const auto completed = [&] { bench.call("onTestCompleted"); };
+        const auto clearAndStart = [&] {
+            controls.constLast()->setFocus();
+            start->click();
+        };
+        struct Step
+        {
+            std::function<void()> act;
+            QString usable; ///< of the controls in the order above, as their initials
+            bool isGreen;
+            const char* focus; ///< on the next thing to press
+            QString status;
+            bool ticks;
+        };
+        const QString connectedTo =
+            "Connected to " + bench.named<QComboBox>("Port:")->currentText();
+        for (const auto& [act, usable, isGreen, focus, status, isTicking] : QList<Step>{
+                 {[&] { controls.at(3)->setFocus(); }, "PRBCpnxtd--c", false, "Connect",
+                  "Found 4 port(s)3000", false},
+                 {connected, "---Cpnxtds-c", true, "Disconnect", connectedTo + '0', false},
+                 {startByKey, "----------oc", true, "Stop Test", "Logging to: 0", true},
+                 {press, "----------oc", true, "Stop Test", "Logging to: 0", false},
+                 {completed, "---Cpnxtds-c", true, "Start Test", "Logging to: 0", false},
+                 {startByKey, "----------oc", true, "Stop Test", "Logging to: 0", true},
+                 {completed, "---Cpnxtds-c", true, "Start Test", "Logging to: 0", false},
+                 {startByKey, "----------oc", true, "Stop Test", "Logging to: 0", true},
+                 {gone, "PRB-------oc", false, "Stop Test", "Disconnected0", true},
+                 {completed, "PRBCpnxtd--c", false, "Connect", "Disconnected0", false},
+                 {connected, "---Cpnxtds-c", true, "Disconnect", connectedTo + '0', false},
+                 {[&] { start->setFocus(), gone(); }, "PRBCpnxtd--c", false, "Connect",
+                  "Disconnected0", false},
+                 {connected, "---Cpnxtds-c", true, "Disconnect", connectedTo + '0', false},
+                 {clearAndStart, "----------oc", true, "Clear Stats", "Logging to: 0", true},
+                 {completed, "---Cpnxtds-c", true, "Clear Stats", "Logging to: 0", false},
+             }) {
+            act();
+            QString shown = "PRBCpnxtdsoc";
+            for (qsizetype i = 0; i < controls.size(); ++i)
+                if (!controls.at(i)->isEnabled())
+                    shown[i] = '-';
+            QCOMPARE(shown, usable);
+            QCOMPARE(look(connect), isGreen ? green : plain);
+            QCOMPARE(spokenName(bench.window->focusWidget()), focus);
+            static const QRegularExpression file("PacketTest_.*csv");
+            QCOMPARE(bench.status().remove(file) + QString::number(bench.statusMs()), status);
+            QCOMPARE(ticks->isActive(), isTicking);
+        }
+        QCOMPARE(ticks->interval(), 1000);
     }
 
     void namesEveryControlAndReachesItByTab()
@@ -126,158 +229,81 @@ private slots:
                              Qt::NoScrollPhase, false);
             QSpontaneKeyEvent::setSpontaneous(&down); // or else it gives no focus
             qApp->notify(field, &down);
+            return down.isAccepted();
         };
-        auto* timeout = bench.named<QSpinBox>("Timeout:");
+        auto* ports = bench.named<QComboBox>("Port:");
+        ports->addItems({"one", "two"});
+        ports->setCurrentIndex(0);
         auto* baudRate = bench.named<QComboBox>("Baud Rate:");
         baudRate->setCurrentIndex(3);
-        turnWheel(baudRate), turnWheel(timeout);
-        QCOMPARE(timeout->text() + baudRate->currentText(), "500 ms4800");
-        timeout->setFocus();
-        turnWheel(timeout);
-        QCOMPARE(timeout->text(), "499 ms");
+        QList<QWidget*> fields{ports, baudRate};
+        for (const QString& caption : settingCaptions)
+            fields += bench.named<QSpinBox>(caption);
+        const auto values = [&] {
+            QString texts = ports->currentText() + baudRate->currentText();
+            for (const QString& caption : settingCaptions)
+                texts += bench.named<QSpinBox>(caption)->text();
+            return texts;
+        };
+        const QString before = values();
+        bench.button("Clear Stats")->setFocus();
+        for (QWidget* field : fields) {
+            QVERIFY2(!turnWheel(field), qPrintable(spokenName(field))); // may go on to others
+            QCOMPARE(values(), before);
+        }
+        fields.at(5)->setFocus();
+        QVERIFY(turnWheel(fields.at(5)));
+        QCOMPARE(values(), QString(before).replace("500 ms", "499 ms"));
     }
 
     void fitsSmallAndWideScreens()
     {
         const WindowBench bench;
         auto* ports = bench.named<QComboBox>("Port:");
+        const auto tipOfPorts = [ports] {
+            QHelpEvent hover(QEvent::ToolTip, QPoint(5, 5), QPoint(5, 5));
+            QApplication::sendEvent(ports, &hover);
+            return ports->toolTip();
+        };
         ports->setItemText(0, QString(300, 'x'));
         QCoreApplication::sendPostedEvents(); // the layout's
         bench.window->resize(900, 450);       // a screen of 960 x 540 without frame and panel
         QCOMPARE(bench.window->size(), QSize(900, 450));
-        QHelpEvent hover(QEvent::ToolTip, QPoint(5, 5), QPoint(5, 5));
-        QApplication::sendEvent(ports, &hover);
-        QCOMPARE(ports->toolTip(), ports->currentText());
+        QCOMPARE(tipOfPorts(), ports->currentText());
+        ports->setItemText(0, "short");
+        QCOMPARE(tipOfPorts(), QString());
         bench.window->resize(1920, 1000);
         const auto* sent = bench.named<QLabel>("Packets Sent:");
         QTRY_VERIFY(sent->x() < 150 && bench.named<QSpinBox>("Timeout:")->x() < 150);
-        QVERIFY(sent->width() > 200 && bench.logView()->y() < 500);
-    }
+        QVERIFY(sent->width() > 200 && bench.named<QSpinBox>("Timeout:")->width() > 200);
+        QVERIFY(bench.logView()->y() < 500);
 
-    void warnsOfWrongInput()
-    {
-        const WindowBench bench;
-        QString text;
-        const auto take = [&text](QWidget* dialog) {
-            const auto* box = qobject_cast<QMessageBox*>(dialog);
-            text = box->windowTitle() + ": " + box->text();
-        };
-        bench.named<QComboBox>("Port:")->clear();
-        WindowBench::withDialog([&] { bench.button("Connect")->click(); }, take);
-        QCOMPARE(text, "No Port Selected: Please select a serial port from the list.");
-
-        bench.named<QSpinBox>("Min Data Size:")->setValue(100);
-        bench.named<QSpinBox>("Max Data Size:")->setValue(50);
-        const auto start = [&] { QMetaObject::invokeMethod(bench.window.get(), "onStartTest"); };
-        WindowBench::withDialog(start, take);
-        QCOMPARE(text, "Invalid Configuration: Min data size cannot be greater than max data "
-                       "size.");
-        QCOMPARE(bench.eventFiles(), QStringList());
-    }
-
-    void showsStatistics()
-    {
-        const WindowBench bench;
-        const int none = TestStats::noLatencyYet;
-        for (const auto& [record, texts] : QList<std::pair<TestStats, QString>>{
-                 {{}, "0|0|0 (0.0%)|0.0%|- ms|- ms|- ms"},
-                 {{200, 150, 50, 75, 12, 0, 480}, "200|150|50 (25.0%)|75.0%|12 ms|0 ms|480 ms"},
-                 {{3, 2, 1, 200.0 / 3, 1, 1, 2}, "3|2|1 (33.3%)|66.7%|1 ms|1 ms|2 ms"},
-                 {{4, 0, 4, 0.0, 5, 5, 5}, "4|0|4 (100.0%)|0.0%|- ms|- ms|- ms"},
-                 {{4, 0, 4, 0.0, 0, none, 0}, "4|0|4 (100.0%)|0.0%|- ms|- ms|- ms"}}) {
-            TestStats stats = record;
-            stats.startTime = QDateTime::currentMSecsSinceEpoch() - 61000;
-            QMetaObject::invokeMethod(bench.window.get(), "onStatisticsUpdated",
-                                      Q_ARG(TestStats, stats));
-            QMetaObject::invokeMethod(bench.window.get(), "updateTestDuration");
-            QCOMPARE(allFigures(bench), texts);
-            const QString duration = bench.figure("Test Duration:");
-            const qint64 mostMs = QDateTime::currentMSecsSinceEpoch() - stats.startTime;
-            const int shown = duration.chopped(2).toInt();
-            QVERIFY2(shown >= 61 && shown <= mostMs / 1000, qPrintable(duration));
-            bench.button("Clear Stats")->click();
-            QMetaObject::invokeMethod(bench.window.get(), "updateTestDuration");
-            QCOMPARE(bench.figure("Test Duration:"), duration);
-            QCOMPARE(allFigures(bench), "0|0|0 (0.0%)|0.0%|- ms|- ms|- ms");
-            QCOMPARE(bench.log().size(), 1);
-            QVERIFY(bench.log().constFirst().endsWith("] INFO: Statistics cleared"));
+        QWidget other;
+        const QSize room = other.screen()->availableSize() - QSize(12, 42); // for a frame
+        for (const auto& [size, fitted] : {std::pair(QSize(9000, 100), QSize(room.width(), 100)),
+                                           {{100, 9000}, {100, room.height()}}}) {
+            other.resize(size);
+            fitToScreen(&other);
+            QCOMPARE(other.size(), fitted);
         }
     }
 
-    void coloursAndBoundsTheLog()
+    void offersItsMenu()
     {
         const WindowBench bench;
-        const auto say = [&](const QString& type, const QString& message) {
-            QMetaObject::invokeMethod(bench.window.get(), "onLogMessage", Q_ARG(QString, type),
-                                      Q_ARG(QString, message));
-        };
-        for (const auto& [type, colour] : {std::pair("SUCCESS", "#008000"),
-                                           {"success", "#000000"},
-                                           {"ERROR", "#ff0000"},
-                                           {"TIMEOUT", "#ffa500"},
-                                           {"WARNING", "#ffa500"},
-                                           {"INFO", "#000000"}}) {
-            say(type, "100%, \"%1\" of %2");
-            QVERIFY(bench.log().constLast().endsWith(type + QString(": 100%, \"%1\" of %2")));
-            QTextCursor end(bench.logView()->document());
-            end.movePosition(QTextCursor::End);
-            QCOMPARE(end.charFormat().foreground().color().name(), colour);
-        }
-        const QScrollBar* bar = bench.logView()->verticalScrollBar();
-        bench.window->resize(900, 400); // too low for the whole log
-        QTRY_VERIFY(bar->maximum() > 0);
-        QCOMPARE(bar->value(), bar->maximum());
-        bench.logView()->clear();
-        for (int i = 0; i < 10000; ++i)
-            say("INFO", QString::number(i));
-        QCOMPARE(bench.log().size(), 10000);
-        say("INFO", QString(500, 'x'));
-        QCOMPARE(bench.log().size(), 9001);
-        static const QRegularExpression line("^\\[\\d\\d:\\d\\d:\\d\\d\\.\\d{3}\\] INFO: 1000$");
-        QVERIFY(line.match(bench.log().constFirst()).hasMatch());
-        QVERIFY(!bench.logView()->document()->isUndoAvailable());
-    }
-
-    void savesTheLog()
-    {
-        const WindowBench bench;
-        QAction* save = bench.window->menuBar()->actions().constFirst()->menu()->actions().at(0);
-        QCOMPARE(save->text(), "&Save Log...");
-        WindowBench::withDialog([&] { save->trigger(); },
-                                [](QWidget* dialog) {
-                                    auto* name = dialog->findChild<QLineEdit*>("fileNameEdit");
-                                    name->setText(QDir::current().absoluteFilePath("kept.txt"));
-                                    QMetaObject::invokeMethod(dialog, "accept");
-                                });
-        QFile file("kept.txt");
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(QString::fromUtf8(file.readAll()), bench.logView()->toPlainText());
-        QCOMPARE(bench.status(), "Log saved to: " + QFileInfo(file).absoluteFilePath());
-    }
-
-    void keepsFilesOfTheSameSecondApart()
-    {
-        const WindowBench bench;
-        const ModuleThread module;
-        QVERIFY(bench.connectTo(module.path()));
-        // Two names of every second of the next minute are taken.
-        const QDateTime now = QDateTime::currentDateTime();
-        for (int i = 0; i < 120; ++i) {
-            const QString time = now.addSecs(i / 2).toString("yyyyMMdd_HHmmss");
-            QFile taken("PacketTest_" + time + (i % 2 == 0 ? ".csv" : "_2.csv"));
-            QVERIFY(taken.open(QIODevice::WriteOnly) && taken.write("an earlier run\n") > 0);
-        }
-        bench.startRun(10, 50);
+        QVERIFY(bench.window->menuBar()->actions().size() == 1);
+        const QAction* file = bench.window->menuBar()->actions().constFirst();
+        QStringList texts{file->text()};
+        for (const QAction* entry : file->menu()->actions())
+            texts += entry->isSeparator() ? "---" : entry->text() + entry->shortcut().toString();
+        QCOMPARE(texts, (QStringList{"&File", "&Save Log...", "---", "E&xit"}));
+        const QString status = bench.status();
+        for (QAction* entry : file->menu()->actions())
+            entry->hover();
         bench.window->menuBar()->setActiveAction(bench.window->menuBar()->actions().constFirst());
-        const QString fileName = bench.status().section("Logging to: ", 1);
-        QVERIFY(fileName.endsWith("_3.csv"));
-        QCOMPARE(WindowBench::rowsOf(fileName).size(), 1);
-        QVERIFY(bench.stops());
-        QVERIFY(WindowBench::rowsOf(fileName).size() >= 4);
-        const QStringList files = bench.eventFiles();
-        QCOMPARE(files.size(), 121);
-        for (const QString& file : files)
-            QCOMPARE(WindowBench::rowsOf(file).size() == 1, file != fileName);
+        QCOMPARE(bench.status(), status); // no empty tip in its place
+        file->menu()->actions().constLast()->trigger();
+        QVERIFY(!bench.window->isVisible());
     }
 };
 

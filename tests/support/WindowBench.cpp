@@ -1,6 +1,8 @@
 #include "tests/support/WindowBench.h"
 
 #include <QApplication>
+#include <QMessageBox>
+#include <QPointer>
 #include <QTest>
 #include <QTimer>
 
@@ -75,19 +77,47 @@ QStringList WindowBench::rowsOf(const QString& fileName)
     return QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts);
 }
 
-void WindowBench::withDialog(const std::function<void()>& act,
-                             const std::function<void(QWidget*)>& handle)
+int WindowBench::statusMs() const
 {
+    const auto* timer = window->statusBar()->findChild<QTimer*>();
+    return timer == nullptr ? 0 : timer->interval();
+}
+
+void WindowBench::withDialogs(const std::function<void()>& act, const QList<Handler>& handlers)
+{
+    qsizetype shown = 0;
+    QPointer<QWidget> last;
     QTimer poll;
     QObject::connect(&poll, &QTimer::timeout, &poll, [&] {
-        if (QWidget* dialog = QApplication::activeModalWidget()) {
-            poll.stop();
-            handle(dialog);
-            dialog->close();
-        }
+        QWidget* dialog = QApplication::activeModalWidget();
+        if (dialog == nullptr || dialog == last)
+            return;
+        last = dialog;
+        if (shown < handlers.size())
+            handlers[shown](dialog);
+        ++shown;
+        dialog->close();
     });
-    poll.start(10);
+    poll.start(1);
     act();
-    if (!QTest::qWaitFor([&] { return !poll.isActive(); }))
-        QTest::qFail("no dialog was shown", __FILE__, __LINE__);
+    if (!QTest::qWaitFor([&] { return shown >= handlers.size() && !last; }) ||
+        shown > handlers.size())
+        QTest::qFail(qPrintable(QString::number(shown) + " dialogs were shown"), __FILE__,
+                     __LINE__);
+}
+
+QString WindowBench::textOf(const QWidget* dialog)
+{
+    const auto* box = qobject_cast<const QMessageBox*>(dialog);
+    if (box == nullptr || box->standardButtons() != QMessageBox::Ok)
+        return {};
+    return QVariant::fromValue(box->icon()).toString() + '|' + box->windowTitle() + '|' +
+           box->text();
+}
+
+QString WindowBench::boxOf(const std::function<void()>& act)
+{
+    QString text;
+    withDialogs(act, {[&text](QWidget* dialog) { text = textOf(dialog); }});
+    return text;
 }

@@ -5,6 +5,7 @@
 #include <QComboBox>
 #include <QDir>
 #include <QLabel>
+#include <QMetaType>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QStatusBar>
@@ -36,6 +37,8 @@ public:
     }
     QString figure(const QString& caption) const { return named<QLabel>(caption)->text(); }
     QString status() const { return window->statusBar()->currentMessage(); }
+    /** How long the status bar shows its text; 0: until the next one. */
+    int statusMs() const;
     QStringList log() const { return logView()->toPlainText().split('\n'); }
     QTextEdit* logView() const { return window->findChild<QTextEdit*>(); }
 
@@ -51,9 +54,26 @@ public:
     QStringList eventFiles() const;
     static QStringList rowsOf(const QString& fileName);
 
-    /** Does `act`, which opens a modal dialog, and hands that dialog to `handle`. */
-    static void withDialog(const std::function<void()>& act,
-                           const std::function<void(QWidget*)>& handle);
+    /** Calls a slot of the window as the engine's signals and the buttons do. */
+    template <typename... Values> void call(const char* slot, const Values&... values) const
+    {
+        const bool called = QMetaObject::invokeMethod(
+            window.get(), slot, QArgument<Values>(QMetaType::fromType<Values>().name(), values)...);
+        if (!called)
+            qFatal("the window has no such slot: %s", slot);
+    }
+    void say(const QString& type, const QString& message) const
+    {
+        call("onLogMessage", type, message);
+    }
+
+    using Handler = std::function<void(QWidget*)>;
+    /** Does `act`, which opens modal dialogs, and hands the first to the first of `handlers`... */
+    static void withDialogs(const std::function<void()>& act, const QList<Handler>& handlers);
+    /** A message box with the one button as "icon|title|text"; empty for any other dialog. */
+    static QString textOf(const QWidget* dialog);
+    /** Does `act`, which opens a message box, and returns its text. */
+    static QString boxOf(const std::function<void()>& act);
 
     std::unique_ptr<MainWindow> window;
 
