@@ -3,7 +3,6 @@
 #include "tests/support/processes.h"
 
 #include <QElapsedTimer>
-#include <QMessageBox>
 #include <QTest>
 
 #include <fcntl.h>
@@ -36,68 +35,23 @@ private slots:
         QTRY_VERIFY(processUse() <= useBefore); // a thread that has ended may linger a little
     }
 
-    // Several, so that they can run side by side: most of their time is waiting.
-    static void endsInOrder_data()
-    {
-        addRows({"idle", "waiting"}, {"working", "unplugged", "stalled"}, {false, true});
-    }
-    static void endsInOrder() { end(); }
-    static void endsInOrderRunning_data()
-    {
-        addRows({"running"}, {"working", "slow", "stalled"}, {false});
-    }
-    static void endsInOrderRunning() { end(); }
-    static void endsInOrderClosed_data()
-    {
-        addRows({"running"}, {"working", "slow", "stalled"}, {true});
-    }
-    static void endsInOrderClosed() { end(); }
-    static void endsInOrderUnplugged_data() { addRows({"running"}, {"unplugged"}, {false, true}); }
-    static void endsInOrderUnplugged() { end(); }
-
-    void recoversFromARefusedStart()
-    {
-        for (const bool disconnecting : {true, false}) {
-            WindowBench bench;
-            const ModuleThread module;
-            QVERIFY(!disconnecting || bench.connectTo(module.path()));
-            const auto start = [&] {
-                if (disconnecting)
-                    bench.button("Disconnect")->click();
-                QMetaObject::invokeMethod(bench.window.get(), "onStartTest");
-                QVERIFY(bench.button("Stop Test")->isEnabled());
-            };
-            WindowBench::withDialogs(start, {[&](QWidget* dialog) {
-                                         QCOMPARE(qobject_cast<QMessageBox*>(dialog)->text(),
-                                                  "Cannot start test: Not connected to a port");
-                                         QVERIFY(bench.named<QSpinBox>("Timeout:")->isEnabled());
-                                     }});
-            QVERIFY(!bench.button("Start Test")->isEnabled() &&
-                    !bench.button("Stop Test")->isEnabled());
-            const QString file = bench.eventFiles().value(0);
-            const QStringList rows = WindowBench::rowsOf(file);
-            QVERIFY(bench.connectTo(module.path())); // brings lines that belong to no run
-            QCOMPARE(WindowBench::rowsOf(file), rows);
-            QVERIFY(bench.button("Start Test")->isEnabled());
-        }
-    }
-
-private:
-    static void addRows(const QStringList& moments, const QStringList& troubles,
-                        const QList<bool>& endings)
+    static void
+    endsInOrder_data() // CMakeLists.txt spreads them over entries that wait side by side
     {
         QTest::addColumn<QString>("trouble");
         QTest::addColumn<QString>("moment");
         QTest::addColumn<bool>("closes");
-        for (const QString& moment : moments)
-            for (const QString& trouble : troubles)
-                for (const bool closes : endings)
-                    QTest::addRow("%s %s%s", qPrintable(trouble), qPrintable(moment),
-                                  closes ? ", closed" : "")
-                        << trouble << moment << closes;
+        for (const char* moment : {"idle", "running", "waiting"}) {
+            for (const char* trouble : {"working", "slow", "unplugged", "stalled"}) {
+                if (trouble == QString("slow") && moment != QString("running"))
+                    continue;
+                QTest::addRow("%s %s", trouble, moment) << trouble << moment << false;
+                QTest::addRow("%s %s, closed", trouble, moment) << trouble << moment << true;
+            }
+        }
     }
 
-    static void end()
+    static void endsInOrder()
     {
         QFETCH(QString, trouble);
         QFETCH(QString, moment);
@@ -145,6 +99,33 @@ private:
         QVERIFY(trouble != "working" || bench.connectTo(module.path()));
     }
 
+    static void recoversFromARefusedStart()
+    {
+        for (const bool disconnecting : {true, false}) {
+            const WindowBench bench;
+            const ModuleThread module;
+            QVERIFY(!disconnecting || bench.connectTo(module.path()));
+            const auto start = [&] {
+                if (disconnecting)
+                    bench.button("Disconnect")->click();
+                bench.call("onStartTest");
+                QVERIFY(bench.button("Stop Test")->isEnabled());
+            };
+            const auto* timeout = bench.named<QSpinBox>("Timeout:");
+            const auto look = [&](QWidget*) { QVERIFY(timeout->isEnabled()); };
+            QCOMPARE(WindowBench::boxOf(start, {look}),
+                     "Critical|Error|Cannot start test: Not connected to a port");
+            QVERIFY(!bench.button("Start Test")->isEnabled() &&
+                    !bench.button("Stop Test")->isEnabled());
+            const QString file = bench.eventFiles().value(0);
+            const QStringList rows = WindowBench::rowsOf(file);
+            QVERIFY(bench.connectTo(module.path())); // brings lines that belong to no run
+            QCOMPARE(WindowBench::rowsOf(file), rows);
+            QVERIFY(bench.button("Start Test")->isEnabled());
+        }
+    }
+
+private:
     std::pair<qsizetype, qsizetype> useBefore;
 };
 

@@ -7,6 +7,7 @@
 #include <QGroupBox>
 #include <QMenu>
 #include <QMenuBar>
+#include <QMetaProperty>
 #include <QRegularExpression>
 #include <QScopeGuard>
 #include <QScreen>
@@ -28,45 +29,34 @@ QString spokenName(QWidget* widget)
     return control->text(QAccessible::Name);
 }
 
-/** One place of a panel: a text, * for what the caption before it names, or a width of nothing. */
-QString cell(QLayoutItem* item, const QWidget* named)
-{
-    if (item == nullptr)
-        return {};
-    if (const QSpacerItem* space = item->spacerItem())
-        return space->expandingDirections() != 0 ? "~" : QString::number(item->sizeHint().width());
-    if (const auto* button = qobject_cast<QPushButton*>(item->widget()))
-        return button->text();
-    return item->widget() == named ? "*" : qobject_cast<QLabel*>(item->widget())->text();
-}
-
+/** A panel place by place: texts, * for what the caption before it names, widths of nothing. */
 QString placesIn(const QGroupBox* group)
 {
-    QStringList rows{group->title()};
-    const auto* grid = qobject_cast<QGridLayout*>(group->layout());
-    for (int row = 0; row < (grid != nullptr ? grid->rowCount() : 1); ++row) {
-        const QWidget* named = nullptr;
-        QStringList cells;
-        const int columns = grid != nullptr ? grid->columnCount() : group->layout()->count();
-        for (int column = 0; column < columns; ++column) {
-            QLayoutItem* item = grid != nullptr ? grid->itemAtPosition(row, column)
-                                                : group->layout()->itemAt(column);
-            cells += cell(item, named);
-            if (const auto* label = item ? qobject_cast<QLabel*>(item->widget()) : nullptr)
-                named = label->buddy();
-        }
-        rows += cells.join('|');
+    QString places = group->title();
+    auto* grid = qobject_cast<QGridLayout*>(group->layout());
+    const QWidget* named = nullptr;
+    for (int i = 0; i < group->layout()->count(); ++i) {
+        int row = 0, column = i, rows = 1, columns = 1;
+        if (grid != nullptr)
+            grid->getItemPosition(i, &row, &column, &rows, &columns);
+        QLayoutItem* item = group->layout()->itemAt(i);
+        const auto* label = qobject_cast<QLabel*>(item->widget());
+        const auto* button = qobject_cast<QPushButton*>(item->widget());
+        places += QStringLiteral("|%1.%2").arg(row).arg(column + 10 * (columns - 1)) + ' ';
+        places += item->spacerItem() != nullptr ? QString::number(item->sizeHint().width())
+                  : item->widget() == named     ? "*"
+                  : label != nullptr            ? label->text()
+                                                : button->text();
+        named = label == nullptr ? nullptr : label->buddy();
     }
-    return rows.join('\n');
+    return places;
 }
 
 QString look(const QPushButton* button)
 {
-    const auto colour = [button](QPalette::ColorGroup group) {
-        return button->palette().color(group, QPalette::ButtonText).name();
-    };
-    return button->text() + ' ' + colour(QPalette::Active) + ' ' + colour(QPalette::Disabled) +
-           ' ' + button->styleSheet();
+    const QPalette colours = button->palette();
+    return button->text() + colours.color(QPalette::Active, QPalette::ButtonText).name() +
+           colours.color(QPalette::Disabled, QPalette::ButtonText).name() + button->styleSheet();
 }
 
 } // namespace
@@ -84,19 +74,19 @@ private slots:
         QCOMPARE(bench.window->size(), QSize(900, 700));
         const QLayout* layout = bench.window->centralWidget()->layout();
         const QStringList expected{
-            "Connection\nPort:|*|Refresh|20|Baud Rate:|*|20|Connect|~",
-            "Test Configuration\n"
-            "Packets/Second:|*|Min Data Size:|*|Max Data Size:|*|Stop Test\n"
-            "Timeout:|*|Duration:|*|*|Start Test|Clear Stats",
-            "Statistics\n"
-            "Packets Sent:|*|Packets Received:|*|Packets Lost:|*|Success Rate:|*\n"
-            "Avg Latency:|*|Min Latency:|*|Max Latency:|*|Test Duration:|*"};
+            "Connection|0.0 Port:|0.1 *|0.2 Refresh|0.3 20|0.4 Baud Rate:|0.5 *|0.6 20|0.7 Connect"
+            "|0.8 0",
+            "Test Configuration|0.0 Packets/Second:|0.1 *|0.2 Min Data Size:|0.3 *"
+            "|0.4 Max Data Size:|0.5 *|0.6 Stop Test|1.0 Timeout:|1.1 *|1.2 Duration:|1.13 *"
+            "|1.5 Start Test|1.6 Clear Stats",
+            "Statistics|0.0 Packets Sent:|0.1 *|0.2 Packets Received:|0.3 *|0.4 Packets Lost:|0.5 *"
+            "|0.6 Success Rate:|0.7 *|1.0 Avg Latency:|1.1 *|1.2 Min Latency:|1.3 *"
+            "|1.4 Max Latency:|1.5 *|1.6 Test Duration:|1.7 *"};
         for (int i = 0; i < 3; ++i) {
             const auto* group = qobject_cast<QGroupBox*>(layout->itemAt(i)->widget());
             QCOMPARE(placesIn(group), expected.at(i));
-            const int needed = group->sizeHint().height();
-            QVERIFY(group->maximumHeight() > needed * 5 / 4 &&
-                    group->maximumHeight() < needed * 7 / 4);
+            const double spare = 1.0 * group->maximumHeight() / group->sizeHint().height();
+            QVERIFY(spare > 1.25 && spare < 1.75);
         }
         QCOMPARE(layout->itemAt(3)->widget(), bench.logView());
         QCOMPARE(bench.named<QComboBox>("Port:")->minimumWidth(), 200);
@@ -107,21 +97,19 @@ private slots:
     void takesTheSettingsOfTheReadme()
     {
         const WindowBench bench;
-        QStringList rows;
-        QStringList rates;
         const auto* baudRate = bench.named<QComboBox>("Baud Rate:");
+        QStringList rates;
         for (int i = 0; i < baudRate->count(); ++i) {
             rates += baudRate->itemText(i);
             QCOMPARE(baudRate->itemData(i), QVariant(rates.constLast().toInt()));
         }
-        rows += "| Baud Rate | " + rates.join(", ") + " | " + baudRate->currentText() + " |";
+        QStringList rows{"| Baud Rate | " + rates.join(", ") + " | " + baudRate->currentText() +
+                         " |"};
         for (const QString& caption : settingCaptions) {
             const auto* box = bench.named<QSpinBox>(caption);
-            rows += QStringLiteral("| %1 | %2 to %3 | %4 |")
-                        .arg(caption.chopped(1))
-                        .arg(box->minimum())
-                        .arg(box->maximum())
-                        .arg(box->text());
+            const QString range =
+                QStringLiteral("%1 to %2").arg(box->minimum()).arg(box->maximum());
+            rows += "| " + caption.chopped(1) + " | " + range + " | " + box->text() + " |";
             QCOMPARE(box->singleStep(), 1);
         }
         QCOMPARE(rows, readmeTable("| Setting | Values | At first |"));
@@ -144,162 +132,135 @@ private slots:
         auto* start = bench.button("Start Test");
         const auto* ticks = bench.window->findChild<QTimer*>({}, Qt::FindDirectChildrenOnly);
         const QString plain = look(connect);
-        const QString green = "Disconnect #000000 #505050 "
-                              "QPushButton { background-color: #90EE90; }";
         // No module and no turn of the event loop: the engine's answers are the test's.
+        const auto takeHold = [&] { controls.at(3)->setFocus(); };
         const auto connected = [&] { bench.call("onConnectionChanged", true); };
         const auto gone = [&] { bench.call("onConnectionChanged", false); };
         const auto press = [&] { QTest::keyClick(bench.window->focusWidget(), Qt::Key_Space); };
         const auto startByKey = [&] { start->setFocus(), press(); };
+        const auto goneFromStart = [&] { start->setFocus(), gone(); };
         const auto completed = [&] { bench.call("onTestCompleted"); };
-        const auto clearAndStart = [&] {
-            controls.constLast()->setFocus();
-            start->click();
-        };
-        struct Step
-        {
-            std::function<void()> act;
-            QString usable; ///< of the controls in the order above, as their initials
-            bool isGreen;
-            const char* focus; ///< on the next thing to press
-            QString status;
-            bool ticks;
-        };
-        const QString connectedTo =
-            "Connected to " + bench.named<QComboBox>("Port:")->currentText();
-        for (const auto& [act, usable, isGreen, focus, status, isTicking] : QList<Step>{
-                 {[&] { controls.at(3)->setFocus(); }, "PRBCpnxtd--c", false, "Connect",
-                  "Found 4 port(s)3000", false},
-                 {connected, "---Cpnxtds-c", true, "Disconnect", connectedTo + '0', false},
-                 {startByKey, "----------oc", true, "Stop Test", "Logging to: 0", true},
-                 {press, "----------oc", true, "Stop Test", "Logging to: 0", false},
-                 {completed, "---Cpnxtds-c", true, "Start Test", "Logging to: 0", false},
-                 {startByKey, "----------oc", true, "Stop Test", "Logging to: 0", true},
-                 {completed, "---Cpnxtds-c", true, "Start Test", "Logging to: 0", false},
-                 {startByKey, "----------oc", true, "Stop Test", "Logging to: 0", true},
-                 {gone, "PRB-------oc", false, "Stop Test", "Disconnected0", true},
-                 {completed, "PRBCpnxtd--c", false, "Connect", "Disconnected0", false},
-                 {connected, "---Cpnxtds-c", true, "Disconnect", connectedTo + '0', false},
-                 {[&] { start->setFocus(), gone(); }, "PRBCpnxtd--c", false, "Connect",
-                  "Disconnected0", false},
-                 {connected, "---Cpnxtds-c", true, "Disconnect", connectedTo + '0', false},
-                 {clearAndStart, "----------oc", true, "Clear Stats", "Logging to: 0", true},
-                 {completed, "---Cpnxtds-c", true, "Clear Stats", "Logging to: 0", false},
+        const auto clearAndStart = [&] { controls.at(11)->setFocus(), start->click(); };
+        // What can be used, by initials in the order above; the connected look; the next thing to
+        // press; whether the duration ticks; the status.
+        const QString to = "Connected to " + bench.named<QComboBox>("Port:")->currentText();
+        for (const auto& [act, expected] : QList<std::pair<std::function<void()>, QString>>{
+                 {takeHold, "PRBCpnxtd--c-Connect-Found 4 port(s)|3000"},
+                 {connected, "---Cpnxtds-c+Disconnect-" + to},
+                 {startByKey, "----------oc+Stop Test+Logging to: "},
+                 {press, "----------oc+Stop Test-Logging to: "},
+                 {completed, "---Cpnxtds-c+Start Test-Logging to: "},
+                 {startByKey, "----------oc+Stop Test+Logging to: "},
+                 {completed, "---Cpnxtds-c+Start Test-Logging to: "},
+                 {startByKey, "----------oc+Stop Test+Logging to: "},
+                 {gone, "PRB-------oc-Stop Test+Disconnected"},
+                 {completed, "PRBCpnxtd--c-Connect-Disconnected"},
+                 {connected, "---Cpnxtds-c+Disconnect-" + to},
+                 {goneFromStart, "PRBCpnxtd--c-Connect-Disconnected"},
+                 {connected, "---Cpnxtds-c+Disconnect-" + to},
+                 {clearAndStart, "----------oc+Clear Stats+Logging to: "},
+                 {completed, "---Cpnxtds-c+Clear Stats-Logging to: "},
              }) {
             act();
             QString shown = "PRBCpnxtdsoc";
             for (qsizetype i = 0; i < controls.size(); ++i)
                 if (!controls.at(i)->isEnabled())
                     shown[i] = '-';
-            QCOMPARE(shown, usable);
-            QCOMPARE(look(connect), isGreen ? green : plain);
-            QCOMPARE(spokenName(bench.window->focusWidget()), focus);
+            shown += look(connect) == plain ? '-' : '+';
+            shown += spokenName(bench.window->focusWidget()) + (ticks->isActive() ? '+' : '-');
             static const QRegularExpression file("PacketTest_.*csv");
-            QCOMPARE(bench.status().remove(file) + QString::number(bench.statusMs()), status);
-            QCOMPARE(ticks->isActive(), isTicking);
+            QCOMPARE(shown + bench.status().remove(file), expected);
+            QVERIFY(look(connect) == plain || look(connect) ==
+                                                  "Disconnect#000000#505050"
+                                                  "QPushButton { background-color: #90EE90; }");
         }
         QCOMPARE(ticks->interval(), 1000);
     }
 
     void namesEveryControlAndReachesItByTab()
     {
-        const QStringList readingOrder{
-            "Port:",          "Refresh",        "Baud Rate:", "Connect",  "Packets/Second:",
-            "Min Data Size:", "Max Data Size:", "Stop Test",  "Timeout:", "Duration:",
-            "Start Test",     "Clear Stats",    "Log",        "Port:"};
         const WindowBench bench;
         bench.button("Start Test")->setEnabled(true);
         bench.button("Stop Test")->setEnabled(true);
         QVERIFY(QTest::qWaitForWindowActive(bench.window.get()));
-        QStringList reached;
         bench.named<QComboBox>("Port:")->setFocus();
-        for (int i = 0; i < readingOrder.size(); ++i) {
-            reached += spokenName(bench.window->focusWidget());
+        for (const char* name :
+             {"Port:", "Refresh", "Baud Rate:", "Connect",
+              "Packets/Second:", "Min Data Size:", "Max Data Size:", "Stop Test",
+              "Timeout:", "Duration:", "Start Test", "Clear Stats", "Log", "Port:"}) {
+            QCOMPARE(spokenName(bench.window->focusWidget()), name);
             QTest::keyClick(bench.window->focusWidget(), Qt::Key_Tab);
         }
-        QCOMPARE(reached, readingOrder);
     }
 
     void followsTheWheelOnlyInFocus()
     {
         const WindowBench bench;
         QVERIFY(QTest::qWaitForWindowActive(bench.window.get()));
-        const auto turnWheel = [](QWidget* field) {
-            QWheelEvent down({5, 5}, field->mapToGlobal(QPointF(5, 5)), {}, {0, -120}, {}, {},
-                             Qt::NoScrollPhase, false);
-            QSpontaneKeyEvent::setSpontaneous(&down); // or else it gives no focus
-            qApp->notify(field, &down);
-            return down.isAccepted();
-        };
-        auto* ports = bench.named<QComboBox>("Port:");
-        ports->addItems({"one", "two"});
-        ports->setCurrentIndex(0);
-        auto* baudRate = bench.named<QComboBox>("Baud Rate:");
-        baudRate->setCurrentIndex(3);
-        QList<QWidget*> fields{ports, baudRate};
+        bench.named<QComboBox>("Port:")->addItems({"one", "two"});
+        bench.named<QComboBox>("Baud Rate:")->setCurrentIndex(3);
+        QList<QWidget*> fields{bench.named<QComboBox>("Port:"),
+                               bench.named<QComboBox>("Baud Rate:")};
         for (const QString& caption : settingCaptions)
             fields += bench.named<QSpinBox>(caption);
-        const auto values = [&] {
-            QString texts = ports->currentText() + baudRate->currentText();
-            for (const QString& caption : settingCaptions)
-                texts += bench.named<QSpinBox>(caption)->text();
-            return texts;
-        };
-        const QString before = values();
-        bench.button("Clear Stats")->setFocus();
         for (QWidget* field : fields) {
-            QVERIFY2(!turnWheel(field), qPrintable(spokenName(field))); // may go on to others
-            QCOMPARE(values(), before);
+            const auto turnWheel = [field] {
+                QWheelEvent up({5, 5}, field->mapToGlobal(QPointF(5, 5)), {}, {0, -120}, {}, {},
+                               Qt::NoScrollPhase, false);
+                QSpontaneKeyEvent::setSpontaneous(&up); // or else it gives no focus
+                qApp->notify(field, &up);
+                return up.isAccepted();
+            };
+            const QMetaProperty value = field->metaObject()->userProperty();
+            if (const auto* number = qobject_cast<QSpinBox*>(field))
+                value.write(field, number->minimum() + 1);
+            const QVariant before = value.read(field);
+            bench.button("Clear Stats")->setFocus();
+            QVERIFY(!turnWheel()); // is left to what may scroll
+            QCOMPARE(value.read(field), before);
+            field->setFocus();
+            QVERIFY(turnWheel());
+            QVERIFY(value.read(field) != before);
         }
-        fields.at(5)->setFocus();
-        QVERIFY(turnWheel(fields.at(5)));
-        QCOMPARE(values(), QString(before).replace("500 ms", "499 ms"));
     }
 
     void fitsSmallAndWideScreens()
     {
         const WindowBench bench;
         auto* ports = bench.named<QComboBox>("Port:");
-        const auto tipOfPorts = [ports] {
+        for (const QString& name : {QString(300, 'x'), QString("short")}) {
+            ports->setItemText(0, name);
+            QCoreApplication::sendPostedEvents(); // the layout's
+            bench.window->resize(900, 450);       // a screen of 960 x 540 without frame and panel
+            QCOMPARE(bench.window->size(), QSize(900, 450));
             QHelpEvent hover(QEvent::ToolTip, QPoint(5, 5), QPoint(5, 5));
             QApplication::sendEvent(ports, &hover);
-            return ports->toolTip();
-        };
-        ports->setItemText(0, QString(300, 'x'));
-        QCoreApplication::sendPostedEvents(); // the layout's
-        bench.window->resize(900, 450);       // a screen of 960 x 540 without frame and panel
-        QCOMPARE(bench.window->size(), QSize(900, 450));
-        QCOMPARE(tipOfPorts(), ports->currentText());
-        ports->setItemText(0, "short");
-        QCOMPARE(tipOfPorts(), QString());
+            QCOMPARE(ports->toolTip(), name == "short" ? "" : name);
+        }
         bench.window->resize(1920, 1000);
         const auto* sent = bench.named<QLabel>("Packets Sent:");
-        QTRY_VERIFY(sent->x() < 150 && bench.named<QSpinBox>("Timeout:")->x() < 150);
-        QVERIFY(sent->width() > 200 && bench.named<QSpinBox>("Timeout:")->width() > 200);
-        QVERIFY(bench.logView()->y() < 500);
+        const auto* timeout = bench.named<QSpinBox>("Timeout:");
+        QTRY_VERIFY(sent->x() < 150 && timeout->x() < 150);
+        QVERIFY(sent->width() > 200 && timeout->width() > 200 && bench.logView()->y() < 500);
 
-        QWidget other;
-        const QSize room = other.screen()->availableSize() - QSize(12, 42); // for a frame
-        for (const auto& [size, fitted] : {std::pair(QSize(9000, 100), QSize(room.width(), 100)),
-                                           {{100, 9000}, {100, room.height()}}}) {
-            other.resize(size);
-            fitToScreen(&other);
-            QCOMPARE(other.size(), fitted);
-        }
+        QWidget large;
+        large.resize(9000, 9000);
+        fitToScreen(&large);
+        QCOMPARE(large.size(), large.screen()->availableSize() - QSize(12, 42)); // for a frame
+        large.resize(100, 100);
+        fitToScreen(&large);
+        QCOMPARE(large.size(), QSize(100, 100));
     }
 
     void offersItsMenu()
     {
         const WindowBench bench;
-        QVERIFY(bench.window->menuBar()->actions().size() == 1);
         const QAction* file = bench.window->menuBar()->actions().constFirst();
         QStringList texts{file->text()};
         for (const QAction* entry : file->menu()->actions())
             texts += entry->isSeparator() ? "---" : entry->text() + entry->shortcut().toString();
         QCOMPARE(texts, (QStringList{"&File", "&Save Log...", "---", "E&xit"}));
         const QString status = bench.status();
-        for (QAction* entry : file->menu()->actions())
-            entry->hover();
         bench.window->menuBar()->setActiveAction(bench.window->menuBar()->actions().constFirst());
         QCOMPARE(bench.status(), status); // no empty tip in its place
         file->menu()->actions().constLast()->trigger();

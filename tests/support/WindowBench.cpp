@@ -77,14 +77,17 @@ QStringList WindowBench::rowsOf(const QString& fileName)
     return QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts);
 }
 
-int WindowBench::statusMs() const
+QString WindowBench::status() const
 {
     const auto* timer = window->statusBar()->findChild<QTimer*>();
-    return timer == nullptr ? 0 : timer->interval();
+    return window->statusBar()->currentMessage() +
+           (timer == nullptr ? QString() : '|' + QString::number(timer->interval()));
 }
 
-void WindowBench::withDialogs(const std::function<void()>& act, const QList<Handler>& handlers)
+QString WindowBench::boxOf(const std::function<void()>& act,
+                           const QList<std::function<void(QWidget*)>>& handlers)
 {
+    QString text;
     qsizetype shown = 0;
     QPointer<QWidget> last;
     QTimer poll;
@@ -93,31 +96,18 @@ void WindowBench::withDialogs(const std::function<void()>& act, const QList<Hand
         if (dialog == nullptr || dialog == last)
             return;
         last = dialog;
-        if (shown < handlers.size())
-            handlers[shown](dialog);
-        ++shown;
+        const auto* box = qobject_cast<const QMessageBox*>(dialog);
+        text.clear();
+        if (box != nullptr && box->standardButtons() == QMessageBox::Ok)
+            text = QVariant::fromValue(box->icon()).toString() + '|' + box->windowTitle() + '|' +
+                   box->text();
+        handlers.value(shown++, [](auto) {})(dialog);
         dialog->close();
     });
     poll.start(1);
     act();
     if (!QTest::qWaitFor([&] { return shown >= handlers.size() && !last; }) ||
         shown > handlers.size())
-        QTest::qFail(qPrintable(QString::number(shown) + " dialogs were shown"), __FILE__,
-                     __LINE__);
-}
-
-QString WindowBench::textOf(const QWidget* dialog)
-{
-    const auto* box = qobject_cast<const QMessageBox*>(dialog);
-    if (box == nullptr || box->standardButtons() != QMessageBox::Ok)
-        return {};
-    return QVariant::fromValue(box->icon()).toString() + '|' + box->windowTitle() + '|' +
-           box->text();
-}
-
-QString WindowBench::boxOf(const std::function<void()>& act)
-{
-    QString text;
-    withDialogs(act, {[&text](QWidget* dialog) { text = textOf(dialog); }});
+        return QString::number(shown) + " dialogs";
     return text;
 }

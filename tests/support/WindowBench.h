@@ -36,9 +36,8 @@ public:
         return nullptr;
     }
     QString figure(const QString& caption) const { return named<QLabel>(caption)->text(); }
-    QString status() const { return window->statusBar()->currentMessage(); }
-    /** How long the status bar shows its text; 0: until the next one. */
-    int statusMs() const;
+    /** What the status bar says, and after a bar for how long, unless until the next text. */
+    QString status() const;
     QStringList log() const { return logView()->toPlainText().split('\n'); }
     QTextEdit* logView() const { return window->findChild<QTextEdit*>(); }
 
@@ -57,23 +56,19 @@ public:
     /** Calls a slot of the window as the engine's signals and the buttons do. */
     template <typename... Values> void call(const char* slot, const Values&... values) const
     {
-        const bool called = QMetaObject::invokeMethod(
-            window.get(), slot, QArgument<Values>(QMetaType::fromType<Values>().name(), values)...);
-        if (!called)
+        if (!QMetaObject::invokeMethod(
+                window.get(), slot,
+                QArgument<Values>(QMetaType::fromType<Values>().name(), values)...))
             qFatal("the window has no such slot: %s", slot);
     }
-    void say(const QString& type, const QString& message) const
-    {
-        call("onLogMessage", type, message);
-    }
+    void say(const QString& type, const QString& text) const { call("onLogMessage", type, text); }
 
-    using Handler = std::function<void(QWidget*)>;
-    /** Does `act`, which opens modal dialogs, and hands the first to the first of `handlers`... */
-    static void withDialogs(const std::function<void()>& act, const QList<Handler>& handlers);
-    /** A message box with the one button as "icon|title|text"; empty for any other dialog. */
-    static QString textOf(const QWidget* dialog);
-    /** Does `act`, which opens a message box, and returns its text. */
-    static QString boxOf(const std::function<void()>& act);
+    /**
+     * Does `act`, which opens modal dialogs, has each seen to by its turn of `handlers`, and
+     * returns the last one's "icon|title|text" if that is a message box with the one button.
+     */
+    static QString boxOf(const std::function<void()>& act,
+                         const QList<std::function<void(QWidget*)>>& handlers = {[](auto) {}});
 
     std::unique_ptr<MainWindow> window;
 
