@@ -59,8 +59,7 @@ private slots:
                 QDateTime::fromString(written.constLast().left(23), "yyyy-MM-dd HH:mm:ss.zzz");
             QVERIFY(time > before && time <= QDateTime::currentDateTime());
         }
-        bench.button("Clear Stats")->click(); // lines of the window are not the engine's
-        bench.call("onTestCompleted");
+        bench.call("onTestCompleted"); // whose line is the window's own
         bench.say("INFO", "too late");
         QCOMPARE(WindowBench::rowsOf(name).size(), rows);
     }
@@ -80,9 +79,8 @@ private slots:
             for (int run = 0; run < 3; ++run) {
                 bench.call("onStartTest");
                 const QString name = bench.status().section("Logging to: ", 1);
-                static const QRegularExpression ending("_([234])\\.csv$"); // or a new second
-                QVERIFY(ending.match(name).captured(1).toInt() <= run + 2 && name != "");
-                QVERIFY(run > 0 || name.endsWith("_2.csv"));
+                QVERIFY(name.endsWith("_2.csv") || (run > 0 && name.endsWith("_3.csv")) ||
+                        (run > 1 && name.endsWith("_4.csv"))); // in a new second from 2 again
                 bench.say("INFO", name);
                 bench.call("onTestCompleted");
                 QVERIFY(WindowBench::rowsOf(name).value(1).endsWith(name));
@@ -134,8 +132,6 @@ private slots:
         QVERIFY(bench.figure("Packets Sent:").toInt() > 20); // at the default rate: 10
         QCOMPARE(bench.figure("Packets Lost:"), bench.figure("Packets Sent:") + " (100.0%)");
         const QStringList rows = WindowBench::rowsOf(bench.eventFiles().value(0));
-        QVERIFY(rows.value(1).endsWith(",,INFO,,,Test started"));
-        QVERIFY(rows.constLast().contains("\"Test stopped. Sent: "));
         static const QRegularExpression sent(
             ",(\\d*),INFO,3[0-3],,Sent packet \\1 \\(3[0-3] bytes\\)$");
         QCOMPARE(rows.filter(sent).size(), rows.filter("Sent packet").size());
