@@ -54,7 +54,7 @@ QString placesIn(const QGroupBox* group)
 
 QString look(const QPushButton* button)
 {
-    const QPalette colours = button->palette();
+    const QPalette& colours = button->palette();
     return button->text() + colours.color(QPalette::Active, QPalette::ButtonText).name() +
            colours.color(QPalette::Disabled, QPalette::ButtonText).name() + button->styleSheet();
 }
