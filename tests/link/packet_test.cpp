@@ -1,20 +1,31 @@
+#include "link/RingBuffer.h"
 #include "link/vnPacketComs.h"
 #include "link/vnSerialComs.h"
 #include "tests/support/RawLine.h"
 
-#include <QSet>
+#include <QFile>
+#include <QMap>
+#include <QRegularExpression>
 #include <QTest>
+
+#include <malloc.h>
 
 namespace {
 
 /** A line with the packet layer on the one end and the test on the other. */
-struct Link
+struct Link : SteadyClock
 {
     RawLine line;
     vnSerialComs port{nullptr, line.path(), 115200};
     vnPacketComs coms{nullptr, &port};
+    mutable qint64 reads = 0; ///< the line's clock tells how many of them brought bytes
 
-    Link() { port.openPort(QString(), 0); }
+    Link()
+    {
+        port.setClock(this);
+        port.openPort(QString(), 0);
+    }
+    qint64 nowNs() const override { return ++reads; }
 
     /** The frames that come out once `bytes` have arrived, in order. */
     QList<QByteArray> receive(const QByteArray& bytes)
@@ -25,8 +36,10 @@ struct Link
         while (coms.receivePacket(packet)) {
             const QByteArray data(reinterpret_cast<char*>(packet.data), vnMaxDataLength);
             const QByteArray unused(vnMaxDataLength - packet.dataLength, '\x99');
-            frames += data.endsWith(unused) ? frame(packet.command, data.first(packet.dataLength))
-                                            : "not cleared behind the data";
+            const QByteArray found = frame(packet.command, data.first(packet.dataLength));
+            const QByteArray crc(reinterpret_cast<char*>(&packet.crc), 2);
+            const bool isWhole = data.endsWith(unused) && found.endsWith(crc);
+            frames += isWhole ? found : "not cleared behind the data, or another check";
         }
         return frames;
     }
@@ -36,6 +49,18 @@ struct Link
 QByteArray noise(qsizetype size)
 {
     return QByteArray(size, '\xFF');
+}
+
+/** The rows of the protocol's document that `pattern` finds: code, in hexadecimal, and text. */
+QMap<uint32_t, QString> documented(const QString& pattern)
+{
+    QFile document(PROTOCOL);
+    const QString text = document.open(QIODevice::ReadOnly) ? document.readAll() : QString();
+    QMap<uint32_t, QString> rows;
+    const QRegularExpression row(pattern, QRegularExpression::MultilineOption);
+    for (const QRegularExpressionMatch& match : row.globalMatch(text))
+        rows[match.captured(1).toUInt(nullptr, 16)] = match.captured(2);
+    return rows;
 }
 
 } // namespace
@@ -53,6 +78,9 @@ private slots:
                  {0, "", 0, QByteArray::fromHex("0000470f")},
                  {1, "", 0, QByteArray::fromHex("01009f16")},
                  {0, "ABC", 3, QByteArray::fromHex("000341424359b3")},
+                 {9, noise(123), 123, frame(9, noise(123))},
+                 {9, noise(124), 124, frame(9, noise(124))},
+                 {9, noise(124), 125, frame(9, noise(124))},
                  {9, noise(124), 200, frame(9, noise(124))}}) {
             vnPacket packet{command, dataLength, {}, 0xDEAD};
             std::copy(data.begin(), data.end(), packet.data);
@@ -64,6 +92,11 @@ private slots:
         const auto* digits = reinterpret_cast<const uint8_t*>("123456789");
         QCOMPARE(vnPacketComs::calculateCRC(digits, 9), uint16_t{0x906E});
         QCOMPARE(vnPacketComs::calculateCRC(digits, 0), uint16_t{0});
+        QVERIFY(link.coms.writeRaw(digits, 9));
+        QCOMPARE(link.line.take(9), "123456789");
+        link.port.closePort();
+        vnPacket packet{};
+        QVERIFY(!link.coms.sendPacket(packet) && !link.coms.writeRaw(digits, 9));
     }
 
     void findsFrames()
@@ -72,15 +105,20 @@ private slots:
         const QByteArray a = frame(0x40, "first");
         const QByteArray b = frame(0x46);
         const QByteArray full = frame(0x5F, noise(124));
+        const QByteArray tooLong = frame(0x40, noise(125));
         for (const auto& [name, arriving, found] : QList<std::tuple<const char*, Bytes, Bytes>>{
                  {"together", {a + b + full}, {a, b, full}},
                  {"stray byte in front", {noise(1) + a}, {a}},
                  {"garbage in front", {noise(5) + a + noise(3) + b}, {a, b}},
                  {"bad check in front", {a.chopped(1) + char(a.back() ^ 1) + b}, {b}},
+                 {"bad first byte of the check", {a.chopped(2) + char(a.back() ^ 1) + b}, {b}},
                  {"incomplete in front", {a.chopped(3) + b}, {b}},
+                 {"length above the limit", {tooLong + b}, {b}},
+                 {"frame within a frame", {frame(0x40, b) + a}, {frame(0x40, b), a}},
+                 {"three bytes kept", {b.first(3), b.last(1)}, {b}},
                  {"nothing but noise", {noise(200), a}, {a}},
                  {"newest survive", {noise(200) + full.chopped(1), full.last(1)}, {full}},
-                 {"older do not", {a.chopped(1) + noise(128), a.last(1)}, {}},
+                 {"older make room", {noise(700), noise(700), a}, {a}},
                  {"buffer just full", {noise(1112) + full}, {full}},
                  {"buffer overrun", {noise(1113) + full}, {}}}) {
             Link link;
@@ -104,21 +142,85 @@ private slots:
         }
     }
 
+    /** Each read takes 32 bytes, so the moments tell how often the line was asked. */
+    void tellsWhenItReadAPacket()
+    {
+        for (const bool sparesLine : {false, true}) {
+            Link link;
+            vnPacket packet{};
+            if (sparesLine)
+                link.coms.spareLine();
+            QVERIFY(!link.coms.receivePacket(packet) && link.coms.lastPacketReadNs() == 0);
+            for (qint64 reads = 0; reads < 72; reads += 6) { // more than the buffer holds
+                link.line.send(frame(0, noise(60)) + frame(1, noise(123)) + noise(1));
+                for (const qint64 more : {2, 6}) {
+                    QVERIFY(link.coms.receivePacket(packet));
+                    QCOMPARE(link.coms.lastPacketReadNs(), reads + more);
+                }
+                QVERIFY(!link.coms.receivePacket(packet) && link.reads == reads + 6);
+            }
+            // What the buffer has no room for is lost, or waits on the line.
+            link.line.send(frame(2, noise(122)).repeated(10));
+            int found = 0;
+            while (link.coms.receivePacket(packet))
+                ++found;
+            QCOMPARE(found, sparesLine ? 10 : 9);
+            link.line.send(frame(4));
+            QVERIFY(link.coms.receivePacket(packet));
+            link.line.send(frame(5)); // a line that has run dry is spared until the next look
+            QVERIFY(link.coms.receivePacket(packet) != sparesLine);
+            QVERIFY(link.coms.receivePacket(packet) == sparesLine);
+        }
+    }
+
+    void queuesBytes()
+    {
+        RingBuffer* ring = RingBuffer::create(5);
+        uint8_t byte = 99;
+        QVERIFY(!ring->pop(byte) && !ring->peek(0, byte) && !ring->discard(1) && byte == 99);
+        uint8_t next = 0;
+        for (uint32_t lap = 0; lap < 40; ++lap) {
+            for (uint32_t i = 0; i < 5; ++i)
+                QVERIFY(ring->count() == i && ring->isEmpty() == !i &&
+                        ring->push(uint8_t(next + i)));
+            QVERIFY(!ring->push(7) && ring->count() == 5 && !ring->discard(6));
+            for (uint32_t offset = 0; offset < 5; ++offset) {
+                std::array<uint8_t, 5> run{next, next, next, next, next};
+                ring->peekRun(offset, 5 - offset, run.data());
+                QCOMPARE(int(run.at(4 - offset)), next + 4);
+                QVERIFY(ring->peek(offset, byte) && byte == next + offset && run[0] == byte);
+            }
+            QVERIFY(ring->pop(byte) && byte == next && ring->discard(1 + lap % 4));
+            for (uint32_t i = 2 + lap % 4; i < 5; ++i)
+                QVERIFY(ring->pop(byte) && byte == next + i);
+            next += 5;
+        }
+        RingBuffer::destroy(ring);
+        RingBuffer::destroy(nullptr);
+    }
+
+    void leavesNoMemoryBehind()
+    {
+        vnSerialComs port(nullptr, QString(), 0);
+        const auto useAndDestroy = [&port] { vnPacketComs(nullptr, &port).spareLine(); };
+        useAndDestroy();
+        const auto before = ::mallinfo2().uordblks;
+        for (int i = 0; i < 100; ++i)
+            useAndDestroy();
+        QCOMPARE(::mallinfo2().uordblks, before);
+    }
+
     void namesCodes()
     {
-        QSet<QString> texts;
-        for (uint32_t code = 0; code <= 0x27; ++code)
-            texts.insert(vnPacketComs::errorText(code));
+        const auto texts = documented("^\\| `([0-9A-F]{2})` \\| (.*) \\|$");
         QCOMPARE(texts.size(), 35);
-        for (const uint32_t code : {0x01U, 0x1BU, 0x1CU, 0x1DU, 0x22U, 0x24U, 0x28U, 0xFFFFFFFFU})
-            QCOMPARE(vnPacketComs::errorText(code), "Unknown error");
-        QCOMPARE(vnPacketComs::errorText(0x00), "Ok");
-        QCOMPARE(vnPacketComs::errorText(0x27), "Font slot already in use");
-        const QStringList names{"Serial", "USB", "SPI", "I2C", "CANBus"};
-        for (int id = 0; id < names.size(); ++id)
-            QCOMPARE(vnPacketComs::interfaceName(id), names.at(id));
-        for (const int id : {-1, 5, INT_MAX, INT_MIN})
-            QCOMPARE(vnPacketComs::interfaceName(id), nullptr);
+        for (uint32_t code = 0; code <= 0x100; ++code)
+            QCOMPARE(vnPacketComs::errorText(code), texts.value(code, "Unknown error"));
+        QCOMPARE(vnPacketComs::errorText(0xFFFFFFFF), "Unknown error");
+        const auto names = documented("(?:numbered|,) (\\d) ([A-Z]\\w+)");
+        QCOMPARE(names.size(), 5);
+        for (const int id : {-1, 0, 1, 2, 3, 4, 5, 6, 0xFE, 0xFF, INT_MAX, INT_MIN})
+            QCOMPARE(QString(vnPacketComs::interfaceName(id)), names.value(uint32_t(id)));
     }
 };
 

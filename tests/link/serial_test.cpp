@@ -1,20 +1,74 @@
+#include "link/boundedClose.h"
 #include "link/vnSerialComs.h"
+#include "tests/link/SystemHand.h"
 #include "tests/support/RawLine.h"
+#include "tests/support/processes.h"
 
 #include <QElapsedTimer>
+#include <QRegularExpression>
+#include <QTemporaryFile>
 #include <QTest>
 
+#include <csignal>
+#include <cstring>
+#include <memory>
+
 #include <fcntl.h>
-#include <termios.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 namespace {
 
-bool writeFrame(vnSerialComs& port, qsizetype size)
+using Serial = vnSerialComs;
+template <typename... Columns> using Rows = std::initializer_list<std::tuple<Columns...>>;
+
+bool writeFrame(Serial& port)
 {
-    const QByteArray bytes(size, 'x');
-    return port.writeData(reinterpret_cast<const uint8_t*>(bytes.constData()),
-                          static_cast<uint32_t>(size));
+    const std::array<uint8_t, 77> bytes{};
+    return port.writeData(bytes.data(), bytes.size());
 }
+
+/** How many bytes came; -1 when reading failed. */
+int readChunk(Serial& port)
+{
+    std::array<uint8_t, 32> chunk{};
+    uint32_t bytesRead = 99;
+    const bool isRead = port.readData(chunk.data(), chunk.size(), bytesRead);
+    return isRead ? int(bytesRead) : bytesRead == 0 ? -1 : -2;
+}
+
+/** An open port whose line answers by a script: a negative number is a failure's code. */
+struct ScriptedPort : SteadyClock
+{
+    RawLine line;
+    Serial port{nullptr, line.path(), 9600};
+    QList<int> script;
+    QByteArray asked;
+    qint64 askedNs = 0; ///< every question takes as long
+    SystemHand hand;
+
+    ScriptedPort()
+    {
+        port.setClock(this);
+        port.openPort({}, 0);
+        hand.poll = [this](const pollfd* polled, nfds_t count, int timeoutMs) {
+            const bool waits = timeoutMs > 1000 && timeoutMs <= Serial::writeWaitMs;
+            const QByteArray how = timeoutMs == 0 ? "look" : waits ? "wait" : "?";
+            return answer(QByteArray::number(polled->events) + how, polled->fd, count - 1);
+        };
+        hand.write = [this](int fd, auto, size_t size) { return answer("write", fd, size - 77); };
+        hand.read = [this](int fd, auto, size_t size) { return answer("read", fd, size - 32); };
+    }
+    qint64 nowNs() const override { return askedNs; }
+    int answer(const QByteArray& question, int fd, size_t wrong)
+    {
+        asked += (fd == port.descriptor() && wrong == 0 ? question : "?") + ' ';
+        ++askedNs;
+        const int value = script.isEmpty() ? 0 : script.takeFirst();
+        return value < 0 ? failure(-value) : value;
+    }
+};
 
 } // namespace
 
@@ -23,93 +77,225 @@ class SerialTest : public QObject
     Q_OBJECT
 
 private slots:
+    /** From all off and from all on; a pseudo-terminal would keep some settings as they are. */
     void setsTheLine()
     {
-        const QList<std::pair<int, speed_t>> rates{
-            {1200, B1200}, {1800, B1800},   {2400, B2400},   {4800, B4800},
-            {9600, B9600}, {19200, B19200}, {38400, B38400}, {115200, B115200}};
+        QFile document(PROTOCOL);
+        QVERIFY(document.open(QIODevice::ReadOnly));
+        const QString text = QString(document.readAll()).section("bits per second", 0, 0);
+        static const QRegularExpression other("\\D+");
+        const QStringList documented = text.split(other, Qt::SkipEmptyParts);
         const RawLine line;
+        Serial port(nullptr, line.path(), 0);
         termios before = {};
-        tcgetattr(line.otherEnd(), &before);
-        before.c_iflag |= ICRNL | IXON | ISTRIP | BRKINT | IGNBRK;
-        before.c_oflag |= OPOST | ONLCR;
-        before.c_cflag |= CRTSCTS | HUPCL;
-        before.c_cflag &= ~static_cast<tcflag_t>(CLOCAL);
-        before.c_lflag |= ICANON | ECHO | ISIG | IEXTEN | TOSTOP;
-        vnSerialComs port(nullptr, line.path(), 0);
-        for (const auto& [rate, speed] : rates) {
-            tcsetattr(line.otherEnd(), TCSANOW, &before);
-            QVERIFY(port.openPort(QString(), rate));
-            termios now = {};
-            tcgetattr(line.otherEnd(), &now);
-            QCOMPARE(cfgetospeed(&now), speed);
-            QCOMPARE(cfgetispeed(&now), speed);
-            QCOMPARE(now.c_iflag & (ICRNL | IXON | ISTRIP | BRKINT | IGNBRK | IGNPAR),
-                     tcflag_t{IGNPAR});
-            QCOMPARE(now.c_oflag, tcflag_t{0});
-            // A pseudo-terminal has 8 bits and no parity of its own accord.
-            QCOMPARE(now.c_cflag & (CSTOPB | CREAD | CLOCAL | HUPCL | CRTSCTS),
-                     tcflag_t{CSTOPB | CREAD | CLOCAL});
-            QCOMPARE(now.c_lflag & (ICANON | ECHO | ISIG | IEXTEN | NOFLSH | TOSTOP),
-                     tcflag_t{NOFLSH | TOSTOP});
-            QVERIFY(std::equal(std::begin(now.c_cc), std::end(now.c_cc), std::begin(before.c_cc)));
+        termios after = {};
+        SystemHand hand;
+        hand.tcgetattr = [&](int, termios* settings) { return *settings = before, 0; };
+        hand.tcsetattr = [&](int fd, int when, const termios* settings) {
+            after = *settings;
+            return fd > 2 && when == TCSANOW ? 0 : failure(EINVAL);
+        };
+        constexpr tcflag_t rateBits = CBAUD | CIBAUD;
+        constexpr tcflag_t inputRateBit = 0x80000000; // the C library's own
+        for (const bool on : {false, true}) {
+            std::memset(&before, on ? 0xFF : 0, sizeof before);
+            qsizetype opened = 0;
+            const Rows<int, speed_t> rows{{300, B300},     {600, B600},      {1200, B1200},
+                                          {1800, B1800},   {2400, B2400},    {4800, B4800},
+                                          {9600, B9600},   {19200, B19200},  {38400, B38400},
+                                          {57600, B57600}, {115200, B115200}};
+            for (const auto& [rate, speed] : rows) {
+                QCOMPARE(port.openPort({}, rate), documented.contains(QString::number(rate)));
+                if (!port.isOpen())
+                    continue;
+                ++opened;
+                QVERIFY(cfgetospeed(&after) == speed && cfgetispeed(&after) == speed);
+                QCOMPARE(after.c_iflag & ~inputRateBit, on ? 0x7FFFC004 : tcflag_t{IGNPAR});
+                QCOMPARE(after.c_oflag, on ? 0xFFFF0000 : tcflag_t{0});
+                QCOMPARE(after.c_cflag | rateBits,
+                         (on ? 0x7FFFF8FF : tcflag_t{CS8 | CSTOPB | CREAD | CLOCAL}) | rateBits);
+                QCOMPARE(after.c_lflag, on ? 0xFFFF2FF4 : tcflag_t{NOFLSH});
+                QVERIFY(std::equal(std::begin(after.c_cc), std::end(after.c_cc), before.c_cc));
+            }
+            QCOMPARE(opened, documented.size());
         }
     }
 
-    void remembersTheLastPort()
+    void opensOrSaysWhyNot()
     {
-        RawLine line;
-        vnSerialComs port(nullptr, QString(), 0);
-        QVERIFY(port.openPort(line.path(), 115200) && port.closePort() && !port.closePort());
-        uint32_t bytesRead = 7;
-        uint8_t byte = 0;
-        QVERIFY(!port.readData(&byte, 1, bytesRead) && !writeFrame(port, 4));
-        QCOMPARE(bytesRead, 0U);
-        QCOMPARE(port.lastError(), int(vnSerialComs::OpenFailed));
-
-        QVERIFY(port.openPort(QString(), 0));
-        QCOMPARE(port.lastError(), int(vnSerialComs::NoError));
-        QVERIFY(writeFrame(port, 128));
-        QCOMPARE(line.take(128), QByteArray(128, 'x'));
-        line.send("ab");
-        QVERIFY(port.readData(&byte, 1, bytesRead));
-        QCOMPARE(bytesRead, 1U);
-        QCOMPARE(byte, uint8_t{'a'});
-    }
-
-    void hasThePortForItself()
-    {
-        RawLine line;
-        vnSerialComs port(nullptr, line.path(), 9600);
-        vnSerialComs other(nullptr, line.path(), 9600);
-        QVERIFY(port.openPort({}, 0) && !other.openPort({}, 0));
-        QCOMPARE(other.lastError(), int(vnSerialComs::OpenFailed));
-        QCOMPARE(fcntl(port.descriptor(), F_GETFL) & (O_NONBLOCK | O_ACCMODE), O_RDWR);
-        QCOMPARE(fcntl(port.descriptor(), F_GETFD), FD_CLOEXEC);
-        QVERIFY(port.closePort() && other.openPort({}, 0));
-    }
-
-    void givesUpOnAFullLine()
-    {
-        const qsizetype size = 77;
-        RawLine line;
-        vnSerialComs port(nullptr, line.path(), 115200);
-        QVERIFY(port.openPort(QString(), 0));
-        QElapsedTimer clock;
-        do {
-            clock.start();
-        } while (writeFrame(port, size));
-        QCOMPARE(port.lastError(), int(vnSerialComs::WriteFailed));
-        QVERIFY(clock.elapsed() >= vnSerialComs::writeWaitMs);
-
-        // A line known to be stuck is not waited for again, or closing would take for ever.
-        clock.start();
+        const RawLine line;
+        QTemporaryFile file;
+        QVERIFY(file.open());
+        int flags = 0;
+        int trouble = 0;
+        SystemHand hand;
+        hand.open = [&](auto path, int how, auto) { return ::openat(0, path, flags = how); };
+        hand.flock = [&](int, int how) {
+            return failure(how == (LOCK_EX | LOCK_NB) ? trouble : EWOULDBLOCK);
+        };
+        hand.tcsetattr = [&](auto...) { return trouble == EIO ? failure(EIO) : 0; };
+        const auto use = processUse();
+        auto port = std::make_unique<Serial>(nullptr, QString(), 0);
+        const Rows<QString, int, int, int> rows{
+            {"", 0, 0, Serial::NoPortName},
+            {line.path(), 0, 0, Serial::InvalidBaudRate},
+            {"", 57600, 0, Serial::InvalidBaudRate},
+            {"", 0, 0, Serial::InvalidBaudRate},
+            {"", 115200, 0, Serial::NoError},
+            {"/nowhere", 0, 0, Serial::OpenFailed},
+            {"", 9600, 0, Serial::OpenFailed},
+            {file.fileName(), 0, 0, Serial::ConfigureFailed},
+            {line.path(), 0, ENOLCK, Serial::NoError}, // it knows no locks
+            {"", 0, EWOULDBLOCK, Serial::OpenFailed},
+            {"", 0, EIO, Serial::ConfigureFailed},
+            {"", 1200, 0, Serial::NoError}};
+        for (const auto& [path, rate, code, error] : rows) {
+            trouble = code;
+            QCOMPARE(port->openPort(path, rate), error == Serial::NoError);
+            QCOMPARE(port->lastError(), error);
+            QVERIFY(port->isOpen() == !error && (port->descriptor() != 0) == !error);
+            QCOMPARE(processUse().first, use.first + !error);
+        }
+        QCOMPARE(flags, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+        QCOMPARE(fcntl(port->descriptor(), F_GETFL) & (O_NONBLOCK | O_ACCMODE), O_RDWR);
         for (int i = 0; i < 100; ++i)
-            QVERIFY(!writeFrame(port, size));
-        QVERIFY(clock.elapsed() < vnSerialComs::writeWaitMs);
+            QVERIFY(port->openPort({}, 0));
+        QCOMPARE(processUse().first, use.first + 1);
+        QVERIFY(port->closePort() && !port->closePort() && !port->isOpen());
+        QVERIFY(readChunk(*port) == -1 && port->lastError() == Serial::OpenFailed);
+        QVERIFY(port->openPort({}, 0) && port->closePort() && port->lastError() == Serial::NoError);
+        QVERIFY(!writeFrame(*port) && port->lastError() == Serial::OpenFailed);
 
-        QVERIFY(!line.take(0).isEmpty());
-        QVERIFY(writeFrame(port, size));
+        const int input = dup(0);
+        ::close(0); // so that the device gets this number
+        QVERIFY(!port->openPort({}, 0) && port->lastError() == Serial::OpenFailed);
+        QCOMPARE(fcntl(0, F_GETFD), -1);
+        QVERIFY(dup2(input, 0) == 0 && ::close(input) == 0 && port->openPort({}, 0));
+        port.reset();
+        QCOMPARE(processUse(), use);
+    }
+
+    void writesOnceAndReadsWhatIsReady()
+    {
+        ScriptedPort scripted;
+        Serial& port = scripted.port;
+        quint64 taken = 0;
+        qint64 readNs = 0;
+        const Rows<QList<int>, QByteArray, int> rows{
+            {{1, 77}, "4wait write ", 1},
+            {{1, 76}, "4wait write ", 0},
+            {{1, -EINTR}, "4wait write ", 0},
+            {{-EINTR, -EINTR, 1, 77}, "4wait 4wait 4wait write ", 1},
+            {{-EBADF}, "4wait ", 0},
+            {{0}, "4wait ", 0}, // the line is stuck
+            {{0}, "4look ", 0},
+            {{1, 77}, "4look write ", 1},
+            {{0}, "4wait ", 0},
+            {{-EIO}, "4look ", 0},
+            {{0}, "4wait ", 0},
+            {{}, "", 1}, // opened again
+            {{1, 77}, "4wait write ", 1},
+            {{1, -EIO}, "4wait write ", 0},
+            {{0}, "3look ", 0},
+            {{1, 5}, "3look read ", 5},
+            {{1, -EIO}, "3look read ", 0},
+            {{1, 0}, "3look read ", 0}, // the device went away
+            {{-EINTR, 32}, "3look read ", 32}};
+        for (const auto& [script, asked, result] : rows) {
+            scripted.script = script;
+            scripted.asked.clear();
+            const bool reads = asked.startsWith("3");
+            QCOMPARE(reads              ? readChunk(port)
+                     : script.isEmpty() ? port.openPort({}, 0)
+                                        : writeFrame(port),
+                     result);
+            QCOMPARE(scripted.asked, asked);
+            QCOMPARE(port.lastError(), reads || result ? Serial::NoError : Serial::WriteFailed);
+            QVERIFY(reads || asked.isEmpty() ||
+                    port.lastWriteNs() == scripted.askedNs - asked.contains("write"));
+            readNs = reads && result ? scripted.askedNs : readNs;
+            QCOMPARE(port.lastReadNs(), readNs);
+            QCOMPARE(port.bytesTaken(), taken += reads ? unsigned(result) : 0);
+        }
+    }
+
+    /** What is left to send, what a flush leaves of it, and what is asked of the system. */
+    void closesInBoundedTime()
+    {
+        QCOMPARE(Serial::closeWaitMs(1200), 2673);
+        QCOMPARE(Serial::closeWaitMs(115200), 1512);
+        SystemHand hand;
+        int descriptor = 77;
+        constexpr int forEver = 1000;
+        const int number = SIGRTMAX - 2;
+        int unsent = 0;
+        QByteArray calls;
+        hand.ioctl = [&](int fd, unsigned long request, void* count) {
+            *static_cast<int*>(count) = std::abs(unsent);
+            return fd == descriptor && request == TIOCOUTQ && unsent >= 0 ? 0 : failure(EIO);
+        };
+        const auto sleep = [](int ms) {
+            const timespec time = {.tv_sec = ms / 1000, .tv_nsec = ms % 1000 * 1'000'000L};
+            return ::ppoll(nullptr, 0, &time, nullptr);
+        };
+        hand.poll = [&](auto, nfds_t count, int timeoutMs) {
+            unsent -= unsent < forEver;
+            calls += calls.endsWith("wait ") && unsent == forEver ? "" : count == 0 ? "wait " : "?";
+            return timeoutMs > 0 ? sleep(timeoutMs) : 0;
+        };
+        struct sigaction before = {};
+        before.sa_handler = [](int) {};
+        struct sigaction after = {};
+        sigaction(number, &before, nullptr);
+        sigset_t mask = {};
+        const Rows<int, int, QByteArray> rows{{0, 0, "close "},
+                                              {-1, 0, "close "}, // the driver does not tell
+                                              {2, 0, "wait wait close "},
+                                              {forEver, 0, "wait flush close "},
+                                              {forEver, forEver, "wait flush close cut cut "}};
+        for (const auto& [left, flushed, asked] : rows) {
+            hand.tcflush = [&, rest = flushed](int fd, int queue) {
+                calls += fd == 77 && queue == TCOFLUSH ? "flush " : "?";
+                return unsent = rest, 0;
+            };
+            hand.close = [&](int fd) {
+                calls += fd == 77 ? "close " : "?";
+                sigaction(number, nullptr, &after);
+                const bool isReplaced = after.sa_handler != before.sa_handler;
+                for (int i = 0; i < 2 && unsent == forEver; ++i)
+                    calls += sleep(2000) < 0 && isReplaced ? "cut " : "?";
+                return 0;
+            };
+            for (const int how : {SIG_BLOCK, SIG_UNBLOCK}) {
+                calls.clear();
+                unsent = left;
+                sigaddset(&mask, number);
+                pthread_sigmask(how, &mask, nullptr);
+                QElapsedTimer clock;
+                clock.start();
+                closeWithin(77, left < forEver ? 60'000 : 21);
+                QVERIFY(left < forEver || clock.elapsed() >= 21);
+                QCOMPARE(calls, asked);
+                sigaction(number, nullptr, &after);
+                pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+                QVERIFY(after.sa_handler == before.sa_handler);
+                QCOMPARE(sigismember(&mask, number), int(how == SIG_BLOCK));
+            }
+            QCOMPARE(sleep(12), 0); // no signal comes any more
+        }
+
+        const RawLine line;
+        Serial port(nullptr, line.path(), 115200);
+        hand.close = nullptr;
+        hand.poll = nullptr;
+        hand.tcflush = [&](auto...) { return unsent = 0; };
+        QVERIFY(port.openPort({}, 0));
+        descriptor = port.descriptor();
+        unsent = forEver;
+        QElapsedTimer clock;
+        clock.start();
+        QVERIFY(port.closePort());
+        QVERIFY(clock.elapsed() >= 1512 && clock.elapsed() < Serial::closeWaitMs(1200));
     }
 };
 
