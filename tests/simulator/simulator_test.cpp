@@ -1,9 +1,17 @@
+#include "simulator/DelayedAnswers.h"
+#include "simulator/LinePacer.h"
+#include "simulator/LineWriter.h"
 #include "simulator/ModuleThread.h"
+#include "simulator/Pty.h"
 #include "simulator/RequestParser.h"
+#include "simulator/moduleAnswers.h"
 #include "tests/support/RawLine.h"
-#include "tests/support/processes.h"
 
 #include <QtTest>
+
+#include <functional>
+#include <limits>
+#include <thread>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -23,17 +31,21 @@ public:
     Q_DISABLE_COPY(Tool)
 
     bool send(Bytes b) { return ::write(line.fd, b.data(), size_t(b.size())) == b.size(); }
-    /** What comes in front of `ending`. */
-    QByteArray upTo(Bytes ending)
+    /** What comes in front of `ending`, while the test sees to it that it does. */
+    QByteArray upTo(
+        Bytes ending, const std::function<void()>& see = [] {})
     {
         QByteArray bytes;
-        for (std::array<char, 4096> some{}; !bytes.endsWith(ending);) {
-            if (::poll(&line, 1, patienceMs) != 1 || line.revents != POLLIN)
+        const QDeadlineTimer deadline(patienceMs);
+        for (std::array<char, 4096> some{}; !bytes.endsWith(ending); see()) {
+            if (hasSomething(10))
+                bytes.append(some.data(), ::read(line.fd, some.data(), some.size()));
+            if (deadline.hasExpired())
                 return bytes + " and then nothing";
-            bytes.append(some.data(), ::read(line.fd, some.data(), some.size()));
         }
         return bytes.chopped(ending.size());
     }
+    bool hasSomething(int waitMs) { return ::poll(&line, 1, waitMs) == 1; }
     /** What a request is answered with: all in front of the answer to an unknown one behind it. */
     QByteArray answerTo(Bytes b) { return send(b + frame(0x3E)) ? upTo(frame(0xFE, "\x02")) : "!"; }
 
@@ -42,6 +54,12 @@ private:
 };
 
 constexpr auto pingData = [](int n) { return QByteArray::number(1000 + n).repeated(6); };
+
+/** An answer of one piece. */
+Answer answerOf(Bytes bytes, int pauseBeforeMs = 0)
+{
+    return {{{bytes, pauseBeforeMs, {}, {}}}};
+}
 
 using F = ModuleFaults;
 using C = ModuleCounts;
@@ -130,71 +148,164 @@ private slots:
         }
     }
 
+    /** The sequence that the document promises for every machine; it was written down once. */
+    void decidesAlikeEverywhere()
+    {
+        ModuleFaults faults{.seed = 3, .drop = 0.1, .delayMs = 3, .jitterMs = 40};
+        FaultPlan drops(faults);
+        for (const auto& [probability, count, isSeen] : faultTable)
+            faults.*probability += 0.3;
+        faults.split = 0.7;
+        FaultPlan plan(faults);
+        QCryptographicHash sum(QCryptographicHash::Sha1);
+        for (int i = 0; i < 500; ++i) {
+            const PingDecisions decisions = plan.next();
+            QVERIFY(!drops.next().drop || decisions.drop);
+            QVERIFY(decisions.delayUs >= 3000 && decisions.delayUs < 43000);
+            sum.addData(QByteArray::number(decisions.delayUs) + (decisions.drop ? "d" : ""));
+            const QByteArray data(i % 125, static_cast<char>(i));
+            for (const AnswerPiece& piece : moduleAnswers::echo(1, data, decisions).pieces)
+                sum.addData(piece.bytes + QByteArray::number(piece.pauseBeforeMs) +
+                            (piece.isLast ? "." : ",") + QByteArray::number(*piece.ping));
+        }
+        QCOMPARE(sum.result().toHex(), QByteArray("34040d8f9c8dc0d87ed9c3d71af4f78b9e5c74d9"));
+    }
+
+    void keepsTheScreenAndNamesFates()
+    {
+        ModuleScreen screen;
+        screen.write(0, 0, "12345678901234567890x");
+        screen.write(19, 3, "xy");
+        screen.write(1, 1, "\xE9");
+        for (const auto& [column, row] : {std::pair(20, 0), {-1, 0}, {0, 4}, {0, -1}})
+            screen.write(column, row, "!");
+        const QString blank(20, ' ');
+        const QString shown = QString("12345678901234567890 \u00E9").leftJustified(79) + 'x';
+        QCOMPARE(screen.rows().join(""), shown);
+        screen.clear();
+        QCOMPARE(screen.rows(), QStringList({blank, blank, blank, blank}));
+
+        LedgerEntry ping;
+        QCOMPARE(ping.fate() + ping.extras(), "unanswered");
+        for (const ModuleCountField& field : moduleCountFields)
+            ping.what.*field.value = 1;
+        QCOMPARE(ping.fate(), "intact+errorReply+truncated+altered+corrupted+dropped+overrun");
+        QCOMPARE(ping.extras(), "garbage+report+split+duplicated");
+    }
+
+    /** Twice, as a line that idles must not save up time. */
     void takesItsTime()
     {
         for (const auto& [faults, leastMs] :
-             {std::pair(ModuleFaults{.baudRate = 1200}, 2 * 28 * 11 * 1000 / 1200),
-              {ModuleFaults{.split = 1}, 15}}) {
+             {std::pair(ModuleFaults{.baudRate = 2400}, 2 * 28 * 11 * 1000 / 2400),
+              {ModuleFaults{.split = 1}, moduleAnswers::splitPauseMs},
+              {ModuleFaults{.delayMs = 20}, 20}}) {
             ModuleThread module(faults);
             Tool tool(module.path());
-            const QDeadlineTimer earliest(leastMs, Qt::PreciseTimer);
-            QVERIFY(tool.send(frame(0, pingData(1))));
-            QCOMPARE(tool.upTo(frame(0x40, pingData(1))), QByteArray());
-            QVERIFY(earliest.hasExpired());
-        }
-    }
-
-    void refusesOptions()
-    {
-        for (const QByteArray& argument : std::initializer_list<QByteArray>{
-                 "--drop=1.01", "--split=-0.1", "--report=nan", "--alter=", "--delay=60001",
-                 "--jitter=1.5", "--baud=1199", "--seed=18446744073709551616",
-                 "--link=", "--link=/", "--unplug-after=-1", "--stall-after=soon",
-                 "--summary=", "--ledger=", "--drop", "pty"}) {
-            Program program(MODULE_PROGRAM, {argument});
-            QVERIFY2(program.status() == 2, argument);
-            QVERIFY2(program.errors.contains(argument.split('=')[0]), argument);
-        }
-    }
-
-    void cleansUpBehindItself()
-    {
-        const QTemporaryDir folder;
-        const QString link = folder.filePath("line");
-        QFile summary(folder.filePath("summary"));
-        QFile ledger(folder.filePath("ledger"));
-        for (const QString& file : {summary.fileName(), folder.filePath("none/file")}) {
-            for (const char* output : {"--summary", "--ledger"}) {
-                Program program(MODULE_PROGRAM, {output, file, "--unplug-after=0"});
-                QCOMPARE(program.status(), file == summary.fileName() ? 0 : 1);
+            for (int round = 0; round < 2; ++round) {
+                const QDeadlineTimer earliest(leastMs, Qt::PreciseTimer);
+                QVERIFY(tool.send(frame(0, pingData(1))));
+                QCOMPARE(tool.upTo(frame(0x40, pingData(1))), QByteArray());
+                QVERIFY(earliest.hasExpired());
             }
         }
-        QVERIFY(summary.remove());
+    }
 
-        QVERIFY(QFile::link("/nowhere", link)); // what an earlier run left behind
-        for (const QString& other : std::initializer_list<QString>{"", "/elsewhere"}) {
-            Program program(MODULE_PROGRAM, {"--link", link, "--summary", summary.fileName(),
-                                             "--delay=60000", "--ledger", ledger.fileName()});
-            QVERIFY(program.waitForReadyRead(patienceMs));
-            const QString path = QString(program.readLine()).trimmed();
-            QCOMPARE(QFile::symLinkTarget(link), path);
-            QCOMPARE(Program(MODULE_PROGRAM, {"--link", link}).status(), 2);
-            Tool tool(path);
-            QVERIFY(tool.send(frame(0) + frame(31, QByteArray("\x11\x03", 2) + "clipped")));
-            QCOMPARE(tool.upTo(frame(0x5F)), QByteArray());
-            QVERIFY(other.isEmpty() || (QFile::remove(link) && QFile::link(other, link)));
-            program.terminate();
-            QCOMPARE(program.status(), 0);
-            QCOMPARE(QFile::symLinkTarget(link), other);
+    void pacesByTheClock()
+    {
+        QCOMPARE(LinePacer(0).allowance(), std::numeric_limits<qsizetype>::max());
+        LinePacer pacer(11'000'000); // a byte takes a microsecond
+        for (int round = 0; round < 2; ++round) {
+            QElapsedTimer longer;
+            longer.start();
+            pacer.begin();
+            QElapsedTimer shorter;
+            shorter.start();
+            for (const qint64 spent : {0, 700}) {
+                while (shorter.nsecsElapsed() < 2'000'000 + spent * 1000)
+                    pacer.begin(); // it is busy already
+                const qint64 leastUs = shorter.nsecsElapsed() / 1000;
+                const qsizetype allowed = pacer.allowance() + spent;
+                QVERIFY(allowed >= leastUs && allowed <= longer.nsecsElapsed() / 1000);
+                pacer.spend(700);
+            }
+            pacer.end();
         }
-        QVERIFY(summary.open(QIODevice::ReadOnly));
-        const QJsonDocument counts = QJsonDocument::fromJson(summary.readAll());
-        QCOMPARE(counts["unanswered"].toInt(), 1);
-        QCOMPARE(counts["screen"][3].toString(), QString("cli").rightJustified(20));
-        QVERIFY(ledger.open(QIODevice::ReadOnly));
-        const QString rows = ledger.readAll();
-        static const QRegularExpression row("HeldUs\n0,0,\\d{4,},unanswered,,\n$");
-        QVERIFY(rows.contains(row));
+    }
+
+    void holdsAnswersBack()
+    {
+        DelayedAnswers delayed(nullptr);
+        QByteArray order;
+        QElapsedTimer clock;
+        clock.start();
+        connect(&delayed, &DelayedAnswers::due, this, [&](const Answer& answer) {
+            const AnswerPiece& piece = answer.pieces.front();
+            order += clock.nsecsElapsed() < piece.pauseBeforeMs * qint64{1'000'000} ? "early"
+                                                                                    : piece.bytes;
+        });
+        for (const auto& [name, delayMs] : {std::pair("d", 20), {"b", 5}, {"c", 5}, {"a", 0}})
+            QVERIFY(delayed.hold(answerOf(name, delayMs), delayMs * qint64{1000}));
+        QTRY_COMPARE(order, "abcd");
+        for (int i = 0; i < 65536; ++i)
+            QVERIFY(delayed.hold({}, 60'000'000));
+        QVERIFY(!delayed.hold({}, 0));
+    }
+
+    void countsWhatFindsNoRoom()
+    {
+        QString error;
+        const std::unique_ptr<Pty> pty = Pty::open(error);
+        LineWriter writer(*pty, 0, nullptr);
+        Tool reader(pty->path());
+        const QByteArray most(65535, 'x');
+        QVERIFY(!writer.send(answerOf(most + "xy")));
+        for (int round = 0; round < 2; ++round) { // it is empty again by then
+            QVERIFY(writer.send(answerOf(most + "y")) && !writer.send(answerOf(most + "z")));
+            QVERIFY(reader.upTo("y", [] { QCoreApplication::processEvents(); }) == most);
+        }
+
+        constexpr int pings = 700;
+        ModuleThread module;
+        Tool tool(module.path());
+        const QByteArray echo = frame(0x40, QByteArray(124, 'x'));
+        for (int i = 0; i < pings; ++i)
+            QVERIFY(tool.send(frame(0, QByteArray(124, 'x'))));
+        QVERIFY(tool.send(frame(6).repeated(64)));
+        QTRY_COMPARE(module.counts().lcdRequests, quint64{64});
+        const ModuleCounts full = module.counts();
+        QVERIFY(full.overrun > 0 && full.unanswered > 0 && full.repliesLost > 0);
+        const QByteArray rest = echo.repeated(pings - int(full.overrun)) +
+                                frame(0x46).repeated(64 - int(full.repliesLost));
+        QVERIFY(tool.upTo(rest).isEmpty());
+        const ModuleCounts counts = module.counts();
+        QVERIFY(counts.unanswered == 0 && counts.overrun == full.overrun);
+        for (const LedgerEntry& ping : module.takePings()) {
+            const bool isIntact = ping.arrival < counts.echoesIntact;
+            QCOMPARE(ping.fate(), isIntact ? "intact" : "overrun");
+            QVERIFY(ping.arrivedNs > 0 && ping.closedNs >= ping.arrivedNs);
+            QCOMPARE(ping.answeredNs, isIntact ? ping.closedNs : -1);
+        }
+    }
+
+    void fallsSilentAndGoes()
+    {
+        for (const bool byItself : {false, true}) {
+            ModuleThread module(
+                {.unplugAfterMs = byItself ? 500 : -1, .stallAfterMs = byItself ? 0 : -1});
+            Tool tool(module.path());
+            if (!byItself)
+                module.stall();
+            quint64 answered = 0;
+            while (tool.send(frame(0)) && tool.hasSomething(40) && ++answered < 20)
+                tool.upTo(frame(0x40));
+            const quint64 received = module.counts().pingsReceived;
+            QVERIFY(answered < 20 && tool.send(frame(0)) && !tool.hasSomething(40));
+            QCOMPARE(module.counts().pingsReceived, received);
+            if (!byItself)
+                module.unplug();
+            QVERIFY(tool.hasSomething(patienceMs) && !tool.send("x"));
+        }
     }
 };
 

@@ -1,0 +1,238 @@
+#include "link/SteadyClock.h"
+#include "simulator/ModuleCounts.h"
+#include "simulator/moduleOptions.h"
+#include "tests/support/RawLine.h"
+#include "tests/support/processes.h"
+
+#include <QtTest>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+template <typename... Columns> using Rows = std::initializer_list<std::tuple<Columns...>>;
+
+/** What `pattern` finds in a section of the document, its first group each time. */
+QStringList documented(const QString& section, const QString& pattern)
+{
+    QFile file(MODULE_DOCUMENT);
+    const QString all = file.open(QIODevice::ReadOnly) ? file.readAll() : QString();
+    const QString text = all.section("\n## " + section + "\n", 1).section("\n## ", 0, 0);
+    QStringList found;
+    const QRegularExpression wanted(pattern, QRegularExpression::MultilineOption);
+    for (const QRegularExpressionMatch& match : wanted.globalMatch(text))
+        found += match.captured(1);
+    return found;
+}
+
+ModuleOptions parse(const QString& argument)
+{
+    return parseModuleOptions({"packetbrask-module", argument});
+}
+
+struct Setting
+{
+    const char* name;
+    std::function<double(const ModuleFaults&)> value;
+    double step = 0.001; ///< the least by which a value can be too small or too large
+    double factor = 1;
+};
+
+using F = ModuleFaults;
+const QList<Setting> settings{{"drop", &F::drop},
+                              {"corrupt", &F::corrupt},
+                              {"alter", &F::alter},
+                              {"truncate", &F::truncate},
+                              {"duplicate", &F::duplicate},
+                              {"garbage", &F::garbage},
+                              {"error-reply", &F::errorReply},
+                              {"report", &F::report},
+                              {"split", &F::split},
+                              {"delay", &F::delayMs, 1},
+                              {"jitter", &F::jitterMs, 1},
+                              {"baud", &F::baudRate, 1},
+                              {"unplug-after", &F::unplugAfterMs, 0.001, 1000},
+                              {"stall-after", &F::stallAfterMs, 0.001, 1000}};
+
+/** What the program draws. */
+QByteArray picture(const QByteArrayList& rows, const QMap<QByteArray, int>& counts)
+{
+    const QByteArray edge = '+' + QByteArray(20, '-') + "+\n";
+    QByteArray lines = edge + '|' + rows.join("|\n|") + "|\n" + edge;
+    for (size_t i = 0; i < moduleCountFields.size(); ++i) {
+        const QByteArray name = moduleCountFields.at(i).name;
+        lines += name.leftJustified(14) + ' ' +
+                 QByteArray::number(counts.value(name)).leftJustified(10) +
+                 (i % 3 == 2 ? "\n" : "");
+    }
+    return lines;
+}
+
+} // namespace
+
+class ModuleProgramTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void readsOptions()
+    {
+        QStringList names = documented("Options", "^\\| `--([a-z-]+)");
+        const QStringList ranges = documented("Options", "^\\| `--.*?` \\| (.*?)[,|]");
+        const ModuleOptions help = parse("--help");
+        QCOMPARE(help.outcome, ModuleOptions::Outcome::Help);
+        static const QRegularExpression option("--([a-z-]+)[ ,]");
+        QSet<QString> shown;
+        for (const QRegularExpressionMatch& match : option.globalMatch(help.message))
+            shown += match.captured(1);
+        QCOMPARE(shown - QSet<QString>{"help"}, QSet(names.begin(), names.end()));
+        QCOMPARE(shown.size(), settings.size() + 5); // and the paths and the seed
+
+        for (const Setting& setting : settings) {
+            const auto place = int(names.indexOf(setting.name));
+            const bool isLikewise = ranges.at(place).startsWith("likewise");
+            const QString range = ranges.at(place - isLikewise).trimmed();
+            const double lowest = range.section(' ', 0, 0).toDouble();
+            const double highest = range.section(' ', -1).toDouble();
+            for (const double value : {lowest, highest, lowest + setting.step,
+                                       lowest - setting.step, highest + setting.step}) {
+                const int decimals = setting.step < 1 ? 3 : 0;
+                const ModuleOptions options =
+                    parse("--" + names.at(place) + '=' + QString::number(value, 'f', decimals));
+                const bool isAllowed = value >= lowest && value <= highest;
+                QCOMPARE(options.outcome,
+                         isAllowed ? ModuleOptions::Outcome::Run : ModuleOptions::Outcome::Error);
+                QVERIFY(isAllowed || (options.message.contains(setting.name) &&
+                                      options.message.contains(range)));
+                for (const Setting& each : settings)
+                    QCOMPARE(each.value(options.faults), isAllowed && each.name == setting.name
+                                                             ? value * setting.factor
+                                                             : each.value({}));
+            }
+        }
+        const ModuleOptions others = parseModuleOptions(
+            {"", "--link=l", "--summary=s", "--ledger=d", "--seed=18446744073709551615"});
+        QCOMPARE(others.linkPath + others.summaryPath + others.ledgerPath + others.message, "lsd");
+        QCOMPARE(others.faults.seed, ~quint64{0});
+    }
+
+    void refusesOptions()
+    {
+        const QStringList refused{"--report=nan",
+                                  "--alter=",
+                                  "--jitter=1.5",
+                                  "--seed=-1",
+                                  "--seed=18446744073709551616",
+                                  "--link=",
+                                  "--summary=",
+                                  "--ledger=",
+                                  "--stall-after=soon",
+                                  "--drop",
+                                  "--nothing",
+                                  "pty"};
+        for (const QString& argument : refused) {
+            const QString message = parse(argument).message;
+            QVERIFY(message.contains(argument.section('=', 0, 0).remove("--")));
+            QVERIFY(parse(argument).outcome == ModuleOptions::Outcome::Error);
+        }
+        const ModuleOptions two = parseModuleOptions({"", "--drop=2", "--split=2"});
+        QVERIFY(two.message.contains("drop") && !two.message.contains("split"));
+    }
+
+    void endsWithAStatus()
+    {
+        const QTemporaryDir folder;
+        for (const auto& [arguments, status, says] :
+             std::initializer_list<std::tuple<QString, int, const char*>>{
+                 {"--help >&2", 0, "--stall-after"},
+                 {"--drop=2", 2, "drop"},
+                 {"--link=/", 2, "--link: \"/\""},
+                 {"--link=none/line", 1, "--link: cannot"},
+                 {"--link=zero", 2, "--link: \"zero\""},
+                 {"--link=stale --unplug-after=0", 0, ""},
+                 {"--ledger=none/file", 1, "ledger"},
+                 {"--ledger=file --unplug-after=0", 0, ""},
+                 {"--summary=none/file --unplug-after=0", 1, "summary"},
+                 {"--summary=file --unplug-after=0", 0, ""},
+                 {"--unplug-after=0 >/dev/full", 1, "standard output"},
+                 {"--unplug-after=0 >&4", 1, "standard output"}}) {
+            const QString command = "cd %1; ln -sf /dev/zero zero; ln -sf /nowhere stale; "
+                                    "mkfifo p; exec 3<>p 4>p 3>&-; rm p; %2 %3";
+            Program program("bash", {"-c", command.arg(folder.path(), MODULE_PROGRAM, arguments)});
+            QCOMPARE(program.status(), status);
+            QVERIFY2(program.errors.contains(says), program.errors);
+            QCOMPARE(program.errors.isEmpty(), *says == 0);
+        }
+    }
+
+    /** In the summary, in the ledger and on a terminal. */
+    void tellsWhatHasHappened()
+    {
+        const QTemporaryDir folder;
+        const QString link = folder.filePath("line");
+        const QString columns = documented("The ledger", "^\\| `(\\w+)`").join(',');
+        QStringList keys = documented("The summary", "(?:^\\||,) `(\\w+)`(?= \\||,)");
+        keys.removeDuplicates();
+        keys.sort();
+        const QByteArray data(9, '\1');
+        const QByteArray text("\x11\x03\x1B~\x7F clipped", 13);
+        const Rows<QString, int, QString, const char*> cases{
+            {"", 30, "intact,report,(\\d{5,7})", "echoesIntact"},
+            {"/elsewhere", 60000, "unanswered,,()", "unanswered"}};
+        for (const auto& [other, delayMs, fate, answered] : cases) {
+            const QMap<QByteArray, int> counts{{"pingsReceived", 1},
+                                               {answered, 1},
+                                               {"reports", delayMs == 30},
+                                               {"lcdRequests", 1}};
+            RawLine terminal;
+            const QString command =
+                "cd %1; exec %2 --link line --summary sum --ledger led --report 1 --delay %3 > %4";
+            Program program(
+                "sh",
+                {"-c",
+                 command.arg(folder.path(), MODULE_PROGRAM).arg(delayMs).arg(terminal.path())});
+            QByteArrayList rows(4, QByteArray(20, ' '));
+            const QByteArray first = terminal.take(600);
+            const QByteArray path = first.left(first.indexOf('\n'));
+            QCOMPARE(first, path + "\n\033[?25l" + picture(rows, {}));
+            QCOMPARE(QFile::symLinkTarget(link), path);
+            const int tool = ::open(path, O_RDWR | O_NOCTTY);
+            const qint64 beforeUs = SteadyClock().nowNs() / 1000;
+            const QByteArray requests = frame(0, data) + frame(31, text);
+            QCOMPARE(::write(tool, requests.data(), size_t(requests.size())), requests.size());
+            QByteArray got;
+            for (char byte = 0; !got.endsWith(delayMs == 30 ? frame(0x40, data) : frame(0x5F));)
+                got.append(&byte, ::read(tool, &byte, 1));
+            ::close(tool);
+            QByteArray drawn = terminal.take(1); // at work too
+            QVERIFY(!drawn.isEmpty());
+            QVERIFY(other.isEmpty() || (QFile::remove(link) && QFile::link(other, link)));
+            program.terminate();
+            QCOMPARE(program.status(), 0);
+            QCOMPARE(QFile::symLinkTarget(link), other);
+            rows[3] = QByteArray(17, ' ') + ".~.";
+            drawn += terminal.take(0);
+            QVERIFY(drawn.endsWith("\033[12A" + picture(rows, counts) + "\033[?25h"));
+
+            QFile summary(folder.filePath("sum"));
+            QVERIFY(summary.open(QIODevice::ReadOnly));
+            const QJsonObject all = QJsonDocument::fromJson(summary.readAll()).object();
+            QCOMPARE(all.keys(), keys);
+            for (const ModuleCountField& field : moduleCountFields)
+                QCOMPARE(all[field.name].toInt(), counts.value(field.name));
+            QCOMPARE(all["screen"][3].toString(), QString(17, ' ') + "\x1B~\x7F");
+            QFile ledger(folder.filePath("led"));
+            QVERIFY(ledger.open(QIODevice::ReadOnly));
+            const QRegularExpression whole('^' + columns + "\n72340172838076673,0,(\\d+)," + fate +
+                                           "\n$");
+            const QRegularExpressionMatch match = whole.match(ledger.readAll());
+            QVERIFY(match.hasMatch() && match.captured(2).toInt() >= 30'000 * (delayMs == 30));
+            const qint64 arrivedUs = match.captured(1).toLongLong();
+            QVERIFY(arrivedUs >= beforeUs && arrivedUs <= SteadyClock().nowNs() / 1000);
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(ModuleProgramTest)
+#include "module_program_test.moc"
