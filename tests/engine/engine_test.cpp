@@ -1,155 +1,29 @@
-#include "engine/BraskTestWorker.h"
 #include "engine/EventRow.h"
-#include "engine/ExactTiming.h"
-#include "engine/PingSchedule.h"
+#include "engine/metaTypes.h"
 #include "link/vnPacketComs.h"
-#include "simulator/RequestParser.h"
-#include "tests/support/HandTiming.h"
-#include "tests/support/RawLine.h"
+#include "tests/engine/EngineBench.h"
+#include "tests/engine/timers.h"
 #include "tests/support/processes.h"
 
-#include <QDateTime>
 #include <QRegularExpression>
 #include <QSet>
 #include <QTest>
-#include <QtEndian>
 
-#include <utility>
+#include <array>
 
 namespace {
 
-/** What the engine tells an observer, a word a call; moments in ms since the run's begin. */
-struct Told : PingObserver
-{
-    QStringList calls;
-    qint64 startNs = 0;
-
-    void tell(const QString& what, qint64 atNs)
-    {
-        calls += QStringLiteral("%1 %2").arg(what).arg((atNs - startNs) / 1'000'000);
-    }
-    void runBegan(qint64 atNs) override
-    {
-        startNs = atNs;
-        tell("began", atNs);
-    }
-    void pingSent(const Sent& ping) override
-    {
-        tell(QStringLiteral("sent%1(%2)").arg(ping.id).arg(ping.sizeBytes), ping.startNs);
-    }
-    void sendFailed(quint64 id, int size, qint64 atNs) override
-    {
-        tell(QStringLiteral("failed%1(%2)").arg(id).arg(size), atNs);
-    }
-    void echoMatched(const Echo& echo) override { tellEcho("matched", echo); }
-    void echoChanged(const Echo& echo) override { tellEcho("changed", echo); }
-    void tellEcho(const QString& what, const Echo& echo)
-    {
-        const qint64 tripMs = echo.roundTripNs / 1'000'000;
-        tell(QStringLiteral("%1%2(%3%4)")
-                 .arg(what)
-                 .arg(echo.id)
-                 .arg(tripMs)
-                 .arg(echo.afterEnd ? " afterwards" : ""),
-             echo.readNs);
-    }
-    void pingGivenUp(quint64 id, qint64 atNs, bool atEnd) override
-    {
-        tell(QStringLiteral("%1%2").arg(atEnd ? "lost" : "expired").arg(id), atNs);
-    }
-    void otherArrived(Other what, quint64 id, qint64 atNs) override
-    {
-        const char* names[] = {"late", "unknown", "short", "report", "packet"};
-        tell(QStringLiteral("%1%2").arg(names[int(what)]).arg(id), atNs);
-    }
-    void errorReplied(int code, qint64 atNs) override
-    {
-        tell(QStringLiteral("error%1").arg(code), atNs);
-    }
-    void sendingEnded(qint64 atNs) override { tell("stopped", atNs); }
-    void runEnded(qint64 atNs) override { tell("ended", atNs); }
-};
-
-/** An engine whose every step the test takes itself, or lets happen by letting time pass. */
-struct Bench
-{
-    HandTiming* time = new HandTiming; ///< the engine's
-    /** What the engine reports: "TYPE: message", "error: ..." and the other signals by name. */
-    QStringList lines;
-    TestStats stats; ///< the last ones reported
-    RawLine line;
-    Told told;
-    BraskTestWorker worker;
-
-    Bench() : worker({std::unique_ptr<EngineTiming>(time), &told})
-    {
-        using W = BraskTestWorker;
-        const auto on = [this](auto signal, auto text) {
-            QObject::connect(&worker, signal, &worker,
-                             [this, text](const auto&... what) { lines += text(what...); });
-        };
-        using Text = const QString&;
-        on(&W::logMessage, [](Text type, Text message) { return type + ": " + message; });
-        on(&W::errorOccurred, [](Text error) { return "error: " + error; });
-        on(&W::connectionChanged, [](bool is) { return is ? "connected" : "disconnected"; });
-        on(&W::testCompleted, [] { return "completed"; });
-        on(&W::portsEnumerated, [](const auto&) { return "ports"; });
-        on(&W::statisticsUpdated, [this](const TestStats& now) {
-            stats = now;
-            const QString text = QStringLiteral("statistics %1/%2/%3");
-            return text.arg(now.packetsSent).arg(now.packetsReceived).arg(now.packetsLost);
-        });
-    }
-
-    /** Connected, and in a run of pings of `size` bytes. */
-    Bench(int size, int timeoutMs) : Bench()
-    {
-        connectIt();
-        start({.minDataSize = size, .maxDataSize = size, .timeoutMs = timeoutMs});
-    }
-
-    /** What came since the last take. */
-    QStringList take() { return std::exchange(lines, {}); }
-
-    void connectIt()
-    {
-        worker.connectToPort(line.path(), 115200);
-        line.take(4); // the request that blanks the screen
-        take();
-    }
-
-    void start(const TestConfig& config)
-    {
-        worker.startTest(config);
-        take();
-    }
-
-    void step(const char* slot) { QMetaObject::invokeMethod(&worker, slot, Qt::DirectConnection); }
-
-    /** Sends one ping; its payload as the module sees it, empty when nothing was sent. */
-    QByteArray ping()
-    {
-        step("sendNextPacket");
-        const QByteArray bytes = line.take(0);
-        return bytes.mid(2, bytes.size() - qsizetype{vnFrameOverhead});
-    }
-
-    void answer(const QByteArray& frames)
-    {
-        line.send(frames);
-        step("pollForPackets");
-    }
-};
+using Bench = EngineBench;
 
 QByteArray echo(const QByteArray& payload)
 {
     return frame(0x40, payload);
 }
 
-/** Latencies depend on the machine, so they read "?ms" here. */
-QStringList withoutLatencies(QStringList lines)
+/** As a module has it that answers no ping. */
+int never(quint64 /*id*/)
 {
-    return lines.replaceInStrings(QRegularExpression("(Packet \\d+: |% )\\d+ms$"), "\\1?ms");
+    return 0;
 }
 
 } // namespace
@@ -159,6 +33,13 @@ class EngineTest : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase()
+    {
+        registerEngineTypes();
+        for (const char* name : {"TestStats", "TestConfig", "portInfo", "QList<portInfo>"})
+            QVERIFY2(QMetaType::fromName(name).isValid(), name);
+    }
+
     void refusesConnections()
     {
         Bench bench;
@@ -177,89 +58,223 @@ private slots:
         }
         bench.worker.disconnectPort();
         QCOMPARE(bench.take(), QStringList());
+        QCOMPARE(runningTimers(bench.worker), QStringList());
     }
 
     void reportsALifeInOrder()
     {
         Bench bench;
+        bench.timed = true;
+        bench.startNs = bench.time->nowNs();
         const QString port = bench.line.path();
+        int earlyBytes = 0; // while the module settles
+        bench.time->meanwhile = [&] { earlyBytes += int(bench.line.take(0).size()); };
         bench.worker.startTest({});
         bench.worker.stopTest();
         bench.worker.connectToPort(port, 9600);
+        bench.time->meanwhile = [] {};
+        QCOMPARE(earlyBytes, 0);
         QCOMPARE(bench.line.take(4), frame(6));
+        QCOMPARE(runningTimers(bench.worker), QStringList{"1000"});
         bench.worker.connectToPort(port, 9600);
         bench.worker.startTest({.timeoutMs = 50});
         bench.worker.startTest({.timeoutMs = 5000});
+        bench.port().closePort(); // behind the engine's back
+        bench.worker.disconnectPort();
+        QCOMPARE(runningTimers(bench.worker), QStringList());
+        bench.worker.connectToPort(port, 9600);
+        bench.port().openPort(port, 9600);
         bench.worker.disconnectPort();
         bench.worker.disconnectPort();
         QCOMPARE(bench.take(),
                  (QStringList{
-                     "error: Cannot start test: Not connected to a port",
-                     "INFO: Attempting to connect to " + port + " at 9600 baud...",
-                     "connected",
-                     "SUCCESS: Connected to " + port + " at 9600 baud",
-                     "WARNING: Already connected. Disconnect first.",
-                     "INFO: Test started",
-                     "WARNING: Test already running",
-                     "INFO: Waiting for final replies...",
-                     "statistics 0/0/0",
-                     "INFO: Test stopped. Sent: 0, Received: 0, Lost: 0, Success: 0.0%",
-                     "completed",
-                     "disconnected",
-                     "INFO: Disconnected from port",
+                     "0 error: Cannot start test: Not connected to a port",
+                     "0 INFO: Attempting to connect to " + port + " at 9600 baud...",
+                     "0 connected",
+                     "0 SUCCESS: Connected to " + port + " at 9600 baud",
+                     "100 WARNING: Already connected. Disconnect first.",
+                     "100 INFO: Test started",
+                     "100 WARNING: Test already running",
+                     "100 INFO: Waiting for final replies...",
+                     "700 statistics 0/0/0 0.0% 0 999999..0 0",
+                     "700 INFO: Test stopped. Sent: 0, Received: 0, Lost: 0, Success: 0.0%",
+                     "700 completed",
+                     "700 error: Failed to disconnect from port",
+                     "700 WARNING: Already connected. Disconnect first.",
+                     "700 disconnected",
+                     "700 INFO: Disconnected from port",
                  }));
     }
 
-    void saysEverythingAsOftenAsPromised()
+    void listsPorts()
     {
         Bench bench;
-        bench.connectIt();
-        bench.worker.startTest({.packetsPerSecond = 100, .timeoutMs = 50, .durationSec = 1});
-        bench.time->pass(500);
         bench.worker.refreshPorts();
-        bench.time->pass(2000);
+        const QList<portInfo> ports = vnPortEnumerator().enumeratePorts();
+        QStringList expected{"INFO: Refreshing port list...",
+                             QStringLiteral("INFO: Found %1 ports").arg(ports.size())};
+        for (const portInfo& port : ports)
+            expected += "INFO: Port: " + port.portName + " - " + port.description;
+        QCOMPARE(bench.take(), expected << QStringLiteral("ports %1").arg(ports.size()));
+    }
+
+    void doesNothingUninvited()
+    {
+        const auto stepsOn = [](Bench& bench) {
+            for (const char* slot :
+                 {"sendNextPacket", "checkTimeouts", "pollForPackets", "updateLCDDisplay"})
+                bench.step(slot);
+        };
+        Bench bench; // without a connection
+        bench.port().openPort(bench.line.path(), 115200);
+        bench.line.send(frame(0x81));
+        stepsOn(bench);
+        QCOMPARE(bench.line.take(0) + bench.take().join(""), QByteArray());
+
+        bench.connectIt(); // connected, after a run that ended in a pause
+        bench.start({.packetsPerSecond = 1000, .timeoutMs = 5000});
+        bench.time->pass(1001);
         bench.worker.stopTest();
-        QStringList lines = bench.take(); // each without its figures
-        lines.replaceInStrings(QRegularExpression(" \\d.*"), "");
-        QCOMPARE(lines.last(3),
-                 (QStringList{"statistics", "INFO: Test stopped. Sent:", "completed"}));
-        for (const char* once :
-             {"INFO: Test started", "INFO: Refreshing port list...", "INFO: Found", "ports",
-              "INFO: Test duration reached", "INFO: Waiting for final replies...",
-              "INFO: Test stopped. Sent:", "completed"})
-            QCOMPARE(lines.count(once), 1);
-        QCOMPARE(lines.count("statistics"), 11); // each 100 ms, and at the end
-        QVERIFY(!lines.contains("connected") && !lines.contains("disconnected"));
+        bench.line.take(0);
+        bench.take();
+        bench.line.send(frame(0x82));
+        stepsOn(bench);
+        QCOMPARE(bench.take(), QStringList{"INFO: Device report: 0x82"});
+        QCOMPARE(bench.line.take(0).mid(2, 2), QByteArray(2, '\0')); // the clock, no ping
     }
 
     void leaksNothingInManyConnections()
     {
-        Bench bench;
         auto before = processUse();
-        for (int i = 0; i <= 200; ++i) {
-            bench.connectIt();
-            bench.worker.refreshPorts();
-            bench.worker.disconnectPort();
-            bench.worker.connectToPort("/dev/null", 9600); // opens, and is no terminal
-            if (i == 0)                                    // what stays open once and for all
+        for (int i = 0; i <= 40; ++i) {
+            if (i == 1) // what stays open once and for all is
                 before = processUse();
+            Bench bench;
+            for (int times = 0; times < 5; ++times) {
+                bench.connectIt();
+                bench.worker.refreshPorts();
+                bench.worker.disconnectPort();
+                bench.worker.connectToPort("/dev/null", 9600); // opens, and is no terminal
+            }
         }
         QCOMPARE(processUse(), before);
     }
 
-    void drawsPayloadSizes()
+    void endsARunAndAConnectionWithItsLife()
+    {
+        Bench bench(8, 50);
+        bench.ping();
+        bench.held.reset();
+        QCOMPARE(bench.take().last(6),
+                 (QStringList{"TIMEOUT: Packet 0 lost (final timeout)",
+                              "statistics 1/0/1 0.0% 0 999999..0 0",
+                              "INFO: Test stopped. Sent: 1, Received: 0, Lost: 1, Success: 0.0%",
+                              "completed", "disconnected", "INFO: Disconnected from port"}));
+    }
+
+    void usesTheWindowsTimersByItself()
+    {
+        QObject parent;
+        auto* worker = new BraskTestWorker(&parent);
+        const RawLine line;
+        worker->connectToPort(line.path(), 115200);
+        worker->startTest({.packetsPerSecond = 7, .timeoutMs = 50, .durationSec = 3});
+        QCOMPARE(runningTimers(parent),
+                 (QStringList{"1000", "142 precise", "100 precise", "10 precise", "100 precise",
+                              "3000 precise once"}));
+        worker->stopTest();
+        QCOMPARE(runningTimers(parent), QStringList{"1000"});
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QCOMPARE(worker->findChildren<QTimer*>().size(), 1);
+    }
+
+    void servesAnInstrument()
+    {
+        Bench bench(Bench::Instrument);
+        bench.worker.connectToPort(bench.line.path(), 115200);
+        QCOMPARE(bench.line.take(0), QByteArray());
+        QCOMPARE(runningTimers(bench.worker), QStringList());
+        bench.time->due = 4711;
+        bench.start({.minDataSize = 124, .maxDataSize = 124, .timeoutMs = 5000});
+        QVERIFY(bench.time->descriptor > 0);
+        QCOMPARE(bench.time->descriptor, bench.port().descriptor());
+        QByteArray echoes;
+        for (int i = 0; i < 30; ++i)
+            echoes += echo(bench.ping());
+        QCOMPARE(bench.told.lastSent.dueNs, 4711);
+        QVERIFY(!bench.time->look());
+        bench.line.send(echoes.chopped(1)); // three times what the receive ring takes
+        while (bench.time->look()) {
+        }
+        QCOMPARE(bench.told.calls.filter("matched").size(), 29);
+        bench.line.send(echoes.right(1));
+        QVERIFY(bench.time->look());
+        bench.worker.stopTest();
+        QCOMPARE(bench.time->wasOver, (QList<bool>{true, true}));
+        bench.start({.timeoutMs = 50});
+        bench.ping();
+        bench.worker.stopTest();
+        QCOMPARE(bench.time->wasOver, (QList<bool>{false, false}));
+    }
+
+    void toldMomentsAreThoseOfTheLine()
+    {
+        Bench bench(8, 5000);
+        bench.time->tickNs = 1000;
+        const QByteArray first = bench.ping();
+        const PingObserver::Sent sent = bench.told.lastSent;
+        QVERIFY(sent.startNs == bench.port().lastWriteNs() && sent.dueNs == -1);
+        bench.answer(echo(first));
+        QCOMPARE(bench.told.lastEcho.readNs, bench.port().lastReadNs());
+        QCOMPARE(bench.told.lastEcho.roundTripNs, bench.port().lastReadNs() - sent.startNs);
+        for (const QByteArray& frame :
+             {echo(first), echo("short"), frame(0x80), frame(0xC0), frame(0x05)}) {
+            bench.answer(frame);
+            QCOMPARE(bench.told.lastNs, bench.port().lastReadNs());
+        }
+    }
+
+    void drawsPayloads()
     {
         Bench bench;
         bench.connectIt();
-        for (const auto& [minimum, maximum, expected] :
-             QList<std::tuple<int, int, QSet<qsizetype>>>{
-                 {124, 124, {124}}, {0, 5, {8}}, {5, 10, {8, 9, 10}}}) {
+        // Sizes asked for, sizes drawn, and about how often the smallest of 1200.
+        for (const auto& [minimum, maximum, drawn, smallest] :
+             QList<std::tuple<int, int, QSet<qsizetype>, int>>{{0, 5, {8}, 1200},
+                                                               {5, 10, {8, 9, 10}, 800},
+                                                               {20, 22, {20, 21, 22}, 400},
+                                                               {0, 124, {}, 87},
+                                                               {124, 124, {124}, 1200}}) {
             bench.start({.minDataSize = minimum, .maxDataSize = maximum, .timeoutMs = 50});
-            QSet<qsizetype> sizes;
-            for (int i = 0; i < 200; ++i)
-                sizes.insert(bench.ping().size());
-            QCOMPARE(sizes, expected);
+            std::array<QSet<char>, 124> fillers; // by position
+            std::array<int, 256> uses{};         // of each filler byte
+            QHash<qsizetype, int> sizes;
+            for (int i = 0; i < 1200; ++i) {
+                bench.step("sendNextPacket");
+                const QByteArray sent = bench.line.take(0);
+                const QByteArray payload = sent.mid(2, sent.size() - 4);
+                QCOMPARE(sent, frame(0, payload));
+                ++sizes[payload.size()];
+                for (qsizetype at = 8; at < payload.size(); ++at) {
+                    fillers[size_t(at)].insert(payload[at]);
+                    ++uses[uchar(payload[at])];
+                }
+                bench.time->skip(51);
+                bench.step("checkTimeouts");
+            }
             bench.worker.stopTest();
+            if (!drawn.isEmpty())
+                QCOMPARE(QSet(sizes.keyBegin(), sizes.keyEnd()), drawn);
+            else
+                QVERIFY(sizes.size() > 110 && sizes.contains(123) && sizes.contains(124));
+            QVERIFY(std::abs(sizes[std::max(8, minimum)] - smallest) < 120);
+            if (minimum < 124)
+                continue;
+            for (size_t at = 8; at < 124; ++at)
+                QVERIFY2(fillers[at].size() > 200, qPrintable(QString::number(at)));
+            // 544 times each, and ten standard deviations
+            QVERIFY(*std::min_element(uses.begin(), uses.end()) > 310);
+            QVERIFY(*std::max_element(uses.begin(), uses.end()) < 780);
         }
     }
 
@@ -270,16 +285,31 @@ private slots:
         for (quint64 id = 0; id <= 300; ++id) {
             const QByteArray payload = bench.ping();
             QCOMPARE(qFromLittleEndian<quint64>(payload.constData()), id);
+            bench.time->skip(3);
             bench.answer(echo(payload));
             if (id < 10 || id % 100 == 0)
                 expected << QStringLiteral("INFO: Sent packet %1 (10 bytes)").arg(id)
-                         << QStringLiteral("SUCCESS: Packet %1: ?ms").arg(id);
+                         << QStringLiteral("SUCCESS: Packet %1: 3ms").arg(id);
         }
-        QCOMPARE(withoutLatencies(bench.take()), expected);
+        QCOMPARE(bench.take(), expected);
+    }
+
+    void tellsOfFailedSends()
+    {
+        Bench bench(8, 50);
+        bench.port().closePort();
+        bench.time->skip(7);
+        for (int i = 0; i < 12; ++i)
+            bench.step("sendNextPacket");
+        bench.port().openPort(bench.line.path(), 115200);
+        QCOMPARE(bench.ping(), QByteArray("\x0C\0\0\0\0\0\0\0", 8));
         bench.worker.stopTest();
-        QCOMPARE(bench.stats.packetsReceived, quint64{301});
-        bench.start({}); // and begins at 0 again
-        QCOMPARE(qFromLittleEndian<quint64>(bench.ping().constData()), quint64{0});
+        const QStringList lines = bench.take();
+        for (int id = 0; id < 12; ++id)
+            QCOMPARE(lines[id], QStringLiteral("ERROR: Failed to send packet %1").arg(id));
+        QCOMPARE(lines[13], "TIMEOUT: Packet 12 lost (final timeout)");
+        QCOMPARE(bench.stats.packetsSent, quint64{1});
+        QCOMPARE(bench.told.calls.first(2).join(", "), "began 0, failed0(8) 7");
     }
 
     void sortsReplies()
@@ -291,21 +321,24 @@ private slots:
         // clang-format off
         using Reply = std::function<QByteArray(QByteArray payload)>;
         const QList<std::pair<Reply, QStringList>> cases{
-            {[](auto p) { return echo(p); }, {"SUCCESS: Packet 0: ?ms"}},
+            {[](auto p) { return echo(p); }, {"SUCCESS: Packet 0: 0ms"}},
             {[](auto p) { return echo(p.chopped(1) + char(~p.back())); }, {"ERROR: Packet 1: Data mismatch! Expected 20 bytes, got 20"}},
             {[](auto p) { return echo(p.left(12)); }, {"ERROR: Packet 2: Data mismatch! Expected 20 bytes, got 12"}},
             {[](auto p) { return echo(p.left(7)); }, {"WARNING: Received reply with insufficient data"}},
             {bare(0x40, QByteArray(8, '\xFF')), {"WARNING: Received reply for unknown sequence ID: 18446744073709551615"}},
-            {[](auto p) { return echo(p) + echo(p); }, {"SUCCESS: Packet 5: ?ms", "WARNING: Received reply for unknown sequence ID: 5"}},
+            {[](auto p) { return echo(p) + echo(p); }, {"SUCCESS: Packet 5: 0ms", "WARNING: Received reply for unknown sequence ID: 5"}},
             {[](auto p) { return frame(0x46, p) + frame(0x5F, p); }, {}},
             {[](auto p) { return frame(0x85) + echo(p) + frame(0xC0, "\x07"); },
-             {"INFO: Device report: 0x85", "SUCCESS: Packet 7: ?ms", "ERROR: Device error response: 0xc0, error code: 7"}},
+             {"INFO: Device report: 0x85", "SUCCESS: Packet 7: 0ms", "ERROR: Device error response: 0xc0, error code: 7"}},
             {bare(0xC3), {"ERROR: Device error response: 0xc3, error code: 0"}},
             {bare(0xFF, "\xFE\x01"), {"ERROR: Device error response: 0xff, error code: 254"}},
             {bare(0x80), {"INFO: Device report: 0x80"}},
             {bare(0xBF), {"INFO: Device report: 0xbf"}},
             {bare(0x41), {"WARNING: Received unexpected packet with command: 0x41"}},
+            {bare(0x7F), {"WARNING: Received unexpected packet with command: 0x7f"}},
             {bare(0x05), {"WARNING: Received unexpected packet with command: 0x05"}},
+            {[](auto p) { return echo(p + "x"); }, {"ERROR: Packet 15: Data mismatch! Expected 20 bytes, got 21"}},
+            {[](auto p) { return echo(p.left(8)); }, {"ERROR: Packet 16: Data mismatch! Expected 20 bytes, got 8"}},
         };
         // clang-format on
         Bench bench(20, 50);
@@ -313,31 +346,174 @@ private slots:
             const QByteArray payload = bench.ping();
             bench.take();
             bench.answer(reply(payload));
-            QCOMPARE(withoutLatencies(bench.take()), lines);
+            QCOMPARE(bench.take(), lines);
         }
         bench.worker.stopTest();
-        QCOMPARE(bench.take().filter("lost (final timeout)").size(), 9);
-        QCOMPARE(bench.stats.packetsReceived, quint64{3});
-        QCOMPARE(bench.stats.packetsLost, quint64{11});
+        const QStringList lines = bench.take();
+        QCOMPARE(lines.filter("lost (final timeout)").size(), 10);
+        QVERIFY(lines.contains("statistics 17/3/14 17.6% 0 0..0 0"));
     }
 
-    void matchesEchoesOfTheFinalWait()
+    void runsToTheMillisecond()
     {
-        Bench bench(20, 50);
-        const QByteArray first = bench.ping();
-        const QByteArray second = bench.ping();
-        bench.ping();
+        Bench bench;
+        bench.connectIt();
+        bench.timed = true;
+        bench.time->pass(10);
+        bench.answerAfter([](quint64 id) { return std::array{20, 0, 10, 40}[id]; });
+        for (int run = 0; run < 2; ++run) { // the second begins where the first did: at nothing
+            bench.time->pass(360);          // 630 ms before the screen is due again
+            bench.take();
+            const qint64 before = QDateTime::currentMSecsSinceEpoch();
+            bench.start({.packetsPerSecond = 4,
+                         .minDataSize = 8,
+                         .maxDataSize = 8,
+                         .timeoutMs = 100,
+                         .durationSec = 1});
+            const qint64 after = QDateTime::currentMSecsSinceEpoch();
+            bench.time->pass(1000);
+            const QStringList lines = bench.take();
+            QCOMPARE(lines.mid(0, 20), logOfARun().mid(0, 20));
+            QCOMPARE(lines.mid(20), logOfARun().mid(20));
+            QVERIFY(before <= bench.stats.startTime && bench.stats.startTime <= after);
+            QCOMPARE(bench.pingsMs, (QList<int>{250, 500, 750, 1000}));
+            bench.time->pass(1640); // nothing is left of it
+            QCOMPARE(bench.take(), (QStringList{"2330 0,0 NOW", "2330 0,1 Ready", //
+                                                "3330 0,0 NOW", "3330 0,1 Ready"}));
+        }
+        bench.worker.disconnectPort();
         bench.take();
-        bench.line.send(echo(first) + echo(second.chopped(1) + char(~second.back())) + frame(0xC0));
+        bench.time->pass(2500);
+        QCOMPARE(bench.take(), QStringList());
+        bench.worker.connectToPort(bench.line.path(), 115200);
+        bench.take();
+        bench.time->pass(2001); // as often as before
+        QCOMPARE(bench.take().filter("Ready").size(), 2);
+    }
+
+    void pingsAtEveryRate()
+    {
+        // Pings per second, duration; pings, and ms between them.
+        for (const auto& [rate, seconds, pings, intervalMs] : {std::tuple(1, 3, 3, 1000),
+                                                               {3, 2, 6, 333},
+                                                               {7, 3, 21, 142},
+                                                               {10, 1, 10, 100},
+                                                               {333, 1, 333, 3},
+                                                               {500, 1, 500, 2},
+                                                               {501, 1, 1000, 1},
+                                                               {600, 1, 1000, 1},
+                                                               {1000, 2, 2000, 1}}) {
+            Bench bench;
+            bench.connectIt();
+            bench.answerAfter(never);
+            bench.start({.packetsPerSecond = rate, .timeoutMs = 50, .durationSec = seconds});
+            bench.time->pass(seconds * 1000 + 100);
+            QCOMPARE(bench.pingsMs.size(), pings);
+            for (int i = 0; i < pings; ++i)
+                QCOMPARE(bench.pingsMs[i], (i + 1) * intervalMs);
+            QCOMPARE(bench.take().filter("statistics").size(), seconds * 10 + 1);
+            QCOMPARE(bench.stats.packetsSent, quint64(pings));
+            QCOMPARE(bench.stats.packetsLost, quint64(pings));
+        }
+        Bench bench; // until it is stopped
+        bench.connectIt();
+        bench.start({.packetsPerSecond = 1, .timeoutMs = 50});
+        bench.answerAfter(never);
+        bench.time->pass(60'500);
+        QCOMPARE(bench.take().filter("Test duration reached"), QStringList());
+        QCOMPARE(bench.stats.packetsSent, quint64{60});
+    }
+
+    void pausesAndResumes()
+    {
+        Bench bench;
+        bench.connectIt();
+        bench.answerAfter(never);
+        bench.timed = true;
+        const auto pauses = [&] {
+            return bench.take().filter(QRegularExpression(" packet sending| pausing"));
+        };
+        for (int run = 0; run < 2; ++run) { // the first ends in its pause
+            bench.worker.stopTest();
+            bench.start(
+                {.packetsPerSecond = 500, .minDataSize = 8, .maxDataSize = 8, .timeoutMs = 5000});
+            bench.take();
+            bench.time->pass(2100);
+            QCOMPARE(pauses(),
+                     QStringList{"2002 WARNING: Too many pending packets (1000), pausing send"});
+            QCOMPARE(bench.pingsMs.size(), 1000);
+        }
+        quint64 id = 0;
+        const auto answerNext = [&] {
+            QByteArray payload(8, '\0');
+            qToLittleEndian(id++, payload.data());
+            bench.line.send(echo(payload));
+        };
+        while (id < 500) {
+            answerNext();
+            if (id % 50 == 0)
+                bench.time->pass(10);
+        }
+        bench.time->pass(150);
+        QCOMPARE(pauses(), QStringList());
+        answerNext();
+        bench.time->pass(200);
+        QCOMPARE(pauses(), QStringList{"2400 INFO: Resuming packet sending"});
+        QCOMPARE(bench.pingsMs.mid(999, 3), (QList<int>{2000, 2402, 2404}));
+        QCOMPARE(bench.stats.packetsSent, quint64{1050});
+    }
+
+    void waitsForTheLastEchoes()
+    {
+        // Time-out, and how long the wait is.
+        for (const auto& [timeoutMs, waitMs] : {std::pair(50, 600), {123, 750}, {5000, 10500}}) {
+            Bench bench(20, timeoutMs);
+            const QByteArray first = bench.ping();
+            const QByteArray second = bench.ping();
+            bench.ping();
+            const QByteArray last = bench.ping();
+            bench.take();
+            int waitedMs = 0;
+            bench.time->meanwhile = [&, wait = waitMs] {
+                if (++waitedMs == 40)
+                    bench.line.send(echo(first) + echo(second.chopped(1) + char(~second.back())));
+                else if (waitedMs == wait)
+                    bench.line.send(frame(0xC0) + echo(last));
+            };
+            bench.worker.stopTest();
+            QCOMPARE(waitedMs, waitMs);
+            QCOMPARE(
+                bench.take(),
+                (QStringList{"INFO: Waiting for final replies...", "SUCCESS: Packet 0: 40ms",
+                             "ERROR: Packet 1: Data mismatch! Expected 20 bytes, got 20",
+                             "ERROR: Device error response: 0xc0, error code: 0",
+                             QStringLiteral("SUCCESS: Packet 3: %1ms").arg(waitMs),
+                             "TIMEOUT: Packet 2 lost (final timeout)",
+                             QStringLiteral("statistics 4/2/2 50.0% %1 40..%2 %3")
+                                 .arg((waitMs + 40) / 2)
+                                 .arg(waitMs)
+                                 .arg(waitMs + 40),
+                             "INFO: Test stopped. Sent: 4, Received: 2, Lost: 2, Success: 50.0%",
+                             "completed"}));
+            bench.answer(echo(last)); // is waited for no more
+            bench.worker.stopTest();
+            QCOMPARE(bench.take(),
+                     QStringList{"WARNING: Received reply for unknown sequence ID: 3"});
+        }
+    }
+
+    void looksAtTheLineDuringTheWholeFinalWait()
+    {
+        Bench bench(124, 500);
+        QByteArray late = echo(bench.ping());
+        bench.take();
+        int waitedMs = 0;
+        bench.time->meanwhile = [&] {
+            if (++waitedMs <= 300) // more at once than the receive ring takes
+                bench.line.send(waitedMs < 300 ? frame(0x5F, QByteArray(10, 'x')) : late);
+        };
         bench.worker.stopTest();
-        QCOMPARE(bench.take(),
-                 (QStringList{"INFO: Waiting for final replies...", "SUCCESS: Packet 0: 10ms",
-                              "ERROR: Packet 1: Data mismatch! Expected 20 bytes, got 20",
-                              "ERROR: Device error response: 0xc0, error code: 0",
-                              "TIMEOUT: Packet 2 lost (final timeout)", "statistics 3/1/2",
-                              "INFO: Test stopped. Sent: 3, Received: 1, Lost: 2, Success: 33.3%",
-                              "completed"}));
-        QCOMPARE(bench.stats.avgLatencyMs, 10); // timed like those of the run
+        QCOMPARE(bench.take().value(1), "SUCCESS: Packet 0: 300ms");
     }
 
     void tellsItsObserver()
@@ -369,26 +545,6 @@ private slots:
                  "packet0 3, error0 3, error7 3, expired2 51, expired3 51, expired4 51, "
                  "expired5 51, late2 51, sent6(8) 51, sent7(8) 51, stopped 51, "
                  "matched6(20 afterwards) 71, lost7 651, ended 651");
-        bench.told.calls.clear();
-        bench.start({.minDataSize = 8, .maxDataSize = 8});
-        bench.line.hangUp();
-        bench.step("sendNextPacket");
-        QCOMPARE(bench.told.calls.join(", "), "began 0, failed0(8) 0");
-    }
-
-    void looksAtTheLineDuringTheWholeFinalWait()
-    {
-        Bench bench(124, 500);
-        QByteArray late = echo(bench.ping());
-        bench.take();
-        int waitedMs = 0;
-        bench.time->meanwhile = [&] {
-            if (++waitedMs <= 300) // more at once than the receive ring takes
-                bench.line.send(waitedMs < 300 ? frame(0x5F, QByteArray(10, 'x')) : late);
-        };
-        bench.worker.stopTest();
-        QCOMPARE(waitedMs, 2 * 500 + 500);
-        QCOMPARE(bench.take().value(1), "SUCCESS: Packet 0: 300ms");
     }
 
     void startsOnACleanLine()
@@ -401,83 +557,75 @@ private slots:
             waiting += frame(0x5F);
         bench.line.send(waiting);
         bench.take();
+        bench.time->skip(3'600'000);
+        const qint64 before = QDateTime::currentMSecsSinceEpoch();
         bench.worker.startTest({.minDataSize = 20, .maxDataSize = 20});
         QCOMPARE(bench.take(), (QStringList{"INFO: Test started",
                                             "WARNING: Received reply for unknown sequence ID: 0",
                                             "INFO: Device report: 0x81"}));
         bench.answer(echo(bench.ping()));
         QCOMPARE(bench.take().value(1), "SUCCESS: Packet 0: 0ms");
+        bench.worker.stopTest(); // and tells the time by the wall as it was at the start
+        QVERIFY(before <= bench.stats.startTime);
+        QVERIFY(bench.stats.startTime <= QDateTime::currentMSecsSinceEpoch());
     }
 
     void givesUpLatePings()
     {
-        Bench bench(8, 50);
-        QList<QByteArray> payloads;
-        for (int i = 0; i < 12; ++i)
-            payloads.append(bench.ping());
-        bench.answer(echo(payloads.at(3)));
-        bench.time->skip(50);
-        bench.take();
-        bench.step("checkTimeouts");
-        QCOMPARE(bench.take(), QStringList());
-        bench.time->skip(1);
-        bench.step("checkTimeouts");
-        QStringList expected;
-        for (const int id : {0, 1, 2, 4, 5, 6, 7, 8, 9})
-            expected << QStringLiteral("TIMEOUT: Packet %1 timeout after 50ms").arg(id);
-        QCOMPARE(bench.take(), expected);
-        bench.step("checkTimeouts");
-        bench.answer(echo(payloads.at(11)));
-        QCOMPARE(bench.take(), QStringList{"WARNING: Received reply for unknown sequence ID: 11"});
-        bench.worker.stopTest();
-        QVERIFY(bench.take().contains(
-            "INFO: Test stopped. Sent: 12, Received: 1, Lost: 11, Success: 8.3%"));
-    }
-
-    void pausesAndResumes()
-    {
-        Bench bench(8, 5000);
-        QList<QByteArray> payloads;
-        for (int i = 0; i < 1000; ++i)
-            payloads.append(bench.ping());
-        bench.take();
-        QCOMPARE(bench.ping(), QByteArray());
-        QCOMPARE(bench.take(),
-                 QStringList{"WARNING: Too many pending packets (1000), pausing send"});
-
-        for (int i = 0; i < 500; ++i)
-            bench.answer(echo(payloads.at(i)));
-        bench.take();
-        bench.step("checkTimeouts");
-        QCOMPARE(bench.take(), QStringList());
-        bench.answer(echo(payloads.at(501)));
-        bench.step("checkTimeouts");
-        bench.step("checkTimeouts");
-        QCOMPARE(bench.take(), QStringList{"INFO: Resuming packet sending"});
-        QCOMPARE(qFromLittleEndian<quint64>(bench.ping().constData()), quint64{1000});
+        for (const int timeoutMs : {50, 5000}) {
+            Bench bench(8, timeoutMs);
+            QList<QByteArray> payloads;
+            for (int i = 0; i < 102; ++i)
+                payloads.append(bench.ping());
+            bench.answer(echo(payloads.at(3)));
+            bench.time->skip(timeoutMs);
+            bench.ping();
+            bench.take();
+            bench.step("checkTimeouts");
+            QCOMPARE(bench.take(), QStringList());
+            bench.time->skip(1);
+            bench.step("checkTimeouts");
+            QStringList expected;
+            for (const int id : {0, 1, 2, 4, 5, 6, 7, 8, 9, 100})
+                expected << QStringLiteral("TIMEOUT: Packet %1 timeout after %2ms")
+                                .arg(id)
+                                .arg(timeoutMs);
+            QCOMPARE(bench.take(), expected);
+            bench.step("checkTimeouts");
+            bench.answer(echo(payloads.at(11)));
+            QCOMPARE(bench.take(),
+                     QStringList{"WARNING: Received reply for unknown sequence ID: 11"});
+            bench.worker.stopTest(); // one ping is younger
+            QVERIFY(bench.take().contains(
+                "INFO: Test stopped. Sent: 103, Received: 1, Lost: 102, Success: 1.0%"));
+        }
     }
 
     void writesTheModulesScreen()
     {
         Bench bench;
-        bench.step("updateLCDDisplay");
         bench.connectIt();
-        QCOMPARE(screenTexts(bench), (QStringList{"DATE", "0,1 Ready"}));
-        bench.start({.timeoutMs = 50});
-        QCOMPARE(screenTexts(bench), (QStringList{"DATE", "0,1 Tx:0 Rx:0"}));
-        bench.answer(echo(bench.ping()));
-        QCOMPARE(screenTexts(bench), (QStringList{"DATE", "0,1 Tx:1 Rx:1", "0,2 OK:100% ?ms"}));
-        bench.ping();
-        bench.time->skip(51);
-        bench.step("checkTimeouts");
-        QCOMPARE(screenTexts(bench),
-                 (QStringList{"DATE", "0,1 Tx:2 Rx:1", "0,2 OK:50% ?ms", "0,3 Lost:1"}));
+        bench.answerAfter([](quint64 id) { return id % 3 == 1 ? 0 : 14; });
+        QStringList texts;
+        bench.start({.packetsPerSecond = 2, .timeoutMs = 50});
+        bench.time->pass(3001);
+        for (const QString& line : bench.take()) {
+            if (line.contains(','))
+                texts += line;
+        }
+        QCOMPARE(texts, (QStringList{"0,0 NOW", "0,1 Tx:1 Rx:1", "0,2 OK:100% 20ms", //
+                                     "0,0 NOW", "0,1 Tx:3 Rx:2", "0,2 OK:67% 20ms", "0,3 Lost:1",
+                                     "0,0 NOW", "0,1 Tx:5 Rx:3", "0,2 OK:60% 20ms", "0,3 Lost:2"}));
         bench.worker.stopTest();
-        QCOMPARE(screenTexts(bench), (QStringList{"DATE", "0,1 Ready"}));
+        bench.start({.packetsPerSecond = 1, .timeoutMs = 50});
+        bench.take();
+        bench.time->pass(1000);
+        QCOMPARE(bench.take().filter(",1"), QStringList{"0,1 Tx:0 Rx:0"});
     }
 
     void fillsTheColumnsOfAnEvent()
     {
+        QCOMPARE(eventHeader(), "Timestamp,SequenceID,Event,DataSize,Latency(ms),Details\n");
         // Type, message and the row behind its time.
         // clang-format off
         const QList<std::array<const char*, 3>> cases{
@@ -486,36 +634,56 @@ private slots:
             {"SUCCESS", "Packet 18446744073709551615: 12ms", "18446744073709551615,SUCCESS,,12,Packet 18446744073709551615: 12ms"},
             {"SUCCESS", "Packet 4: -3ms", "4,SUCCESS,,-3,Packet 4: -3ms"},
             {"TIMEOUT", "Packet 5 timeout after 500ms", "5,TIMEOUT,,,Packet 5 timeout after 500ms"},
+            {"TIMEOUT", "Packet 6 lost (final timeout)", "6,TIMEOUT,,,Packet 6 lost (final timeout)"},
+            {"ERROR", "Failed to send packet 17", "17,ERROR,,,Failed to send packet 17"},
+            {"WARNING", "Received reply for unknown sequence ID: 8", "8,WARNING,,,Received reply for unknown sequence ID: 8"},
             {"ERROR", "Packet 7: Data mismatch! Expected 20 bytes, got 12", "7,ERROR,20,,\"Packet 7: Data mismatch! Expected 20 bytes, got 12\""},
             {"INFO", "Port: /dev/ttyUSB0 - a \"%1\"", ",INFO,,,\"Port: /dev/ttyUSB0 - a \"\"%1\"\"\""},
             {"INFO", "returned\r", ",INFO,,,\"returned\r\""},
             {"INFO", "Packet 5: 6ms\n", ",INFO,,,\"Packet 5: 6ms\n\""},
+            {"INFO", "of Packet 5: 6ms", ",INFO,,,of Packet 5: 6ms"},
             {"a,b", "", ",\"a,b\",,,"},
         };
         // clang-format on
-        const QDateTime time(QDate(2027, 1, 2), QTime(8, 3, 9, 42));
+        const QDateTime time(QDate(2027, 1, 2), QTime(18, 3, 9, 42));
         for (const auto& [type, message, row] : cases)
             QCOMPARE(eventRow(time, type, message),
-                     QStringLiteral("2027-01-02 08:03:09.042,%1\n").arg(row));
+                     QStringLiteral("2027-01-02 18:03:09.042,%1\n").arg(row));
     }
 
 private:
-    /** The "column,row text" of each request of one refresh; the clock's row reads "DATE". */
-    static QStringList screenTexts(Bench& bench)
+    /** Four pings a second for a second; answered after 20 ms, never, after 10 and 40 ms. */
+    static QStringList logOfARun()
     {
-        static const QRegularExpression clock("^0,0 \\d\\d/\\d\\d/\\d\\d \\d\\d:\\d\\d:\\d\\d$");
-        bench.step("updateLCDDisplay");
-        RequestParser parser;
-        parser.feed(bench.line.take(0));
-        QStringList texts;
-        while (const auto request = parser.next(RequestParser::Line::Quiet)) {
-            const QByteArray& data = request->data;
-            texts += QStringLiteral("%1,%2 ").arg(int{data[0]}).arg(int{data[1]}) + data.mid(2);
-            if (request->command != 31)
-                return {"no request to write text"};
-        }
-        texts.replaceInStrings(clock, "DATE");
-        return withoutLatencies(texts);
+        return {
+            "0 INFO: Test started",
+            "100 statistics 0/0/0 0.0% 0 999999..0 0",
+            "200 statistics 0/0/0 0.0% 0 999999..0 0",
+            "250 INFO: Sent packet 0 (8 bytes)",
+            "270 SUCCESS: Packet 0: 20ms",
+            "300 statistics 1/1/0 100.0% 20 20..20 20",
+            "400 statistics 1/1/0 100.0% 20 20..20 20",
+            "500 INFO: Sent packet 1 (8 bytes)",
+            "500 statistics 2/1/0 50.0% 20 20..20 20",
+            "600 statistics 2/1/0 50.0% 20 20..20 20", // ping 1 is as old as it may be
+            "630 0,0 NOW",
+            "630 0,1 Tx:2 Rx:1",
+            "630 0,2 OK:50% 20ms",
+            "700 TIMEOUT: Packet 1 timeout after 100ms",
+            "700 statistics 2/1/1 50.0% 20 20..20 20",
+            "750 INFO: Sent packet 2 (8 bytes)",
+            "760 SUCCESS: Packet 2: 10ms",
+            "800 statistics 3/2/1 66.7% 15 10..20 30",
+            "900 statistics 3/2/1 66.7% 15 10..20 30",
+            "1000 INFO: Sent packet 3 (8 bytes)",
+            "1000 statistics 4/2/1 50.0% 15 10..20 30",
+            "1000 INFO: Test duration reached",
+            "1000 INFO: Waiting for final replies...",
+            "1040 SUCCESS: Packet 3: 40ms",
+            "1700 statistics 4/3/1 75.0% 23 10..40 70",
+            "1700 INFO: Test stopped. Sent: 4, Received: 3, Lost: 1, Success: 75.0%",
+            "1700 completed",
+        };
     }
 };
 

@@ -1,60 +1,53 @@
 #include "tests/support/HandTiming.h"
 
-void HandTiming::beginRun(const TestConfig& config, int /*descriptor*/)
-{
-    rateIntervalMs = 1000 / config.packetsPerSecond;
-    endMs = config.durationSec * 1000;
-    runMs = sendMs = 0;
-    paused = false;
-}
-
-void HandTiming::resumeSending()
-{
-    paused = false;
-    sendMs = 0;
-}
+#include <QCoreApplication>
+#include <QTimer>
 
 void HandTiming::pass(int ms)
 {
-    const auto every = [](int& elapsed, int interval, const std::function<void()>& what) {
-        if (elapsed % interval == 0)
-            what();
-    };
-    for (int i = 0; i < ms; ++i) {
+    for (; ms > 0; --ms) {
         pause(1);
-        ++runMs, ++sendMs, ++shownMs;
-        if (isRunning() && !paused)
-            every(sendMs, rateIntervalMs, deed.send);
-        if (isRunning()) {
-            every(runMs, 100, deed.sweep);
-            every(runMs, 10, [this] { deed.look(); });
-            every(runMs, 100, deed.publish);
+        forgetStoppedTimers();
+        for (QTimer* timer : owner->findChildren<QTimer*>()) {
+            if (!timer->isActive() || ++passedMs[timer->timerId()] % timer->interval() != 0)
+                continue;
+            if (timer->isSingleShot())
+                timer->stop();
+            QMetaObject::invokeMethod(timer, "timeout");
         }
-        if (displayMs > 0)
-            every(shownMs, displayMs, deed.showDisplay);
-        if (isRunning() && runMs == endMs)
-            deed.endInTime();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 }
 
-void HandTiming::waitForReplies(int limitMs, const std::function<bool()>& /*isOver*/)
+/** Their ids serve later ones. */
+void HandTiming::forgetStoppedTimers()
 {
-    for (int waited = 0; waited < limitMs; waited += 10) {
-        pause(10);
-        deed.look();
+    QHash<int, int> running;
+    for (const QTimer* timer : owner->findChildren<QTimer*>()) {
+        if (timer->isActive())
+            running.insert(timer->timerId(), passedMs.value(timer->timerId()));
     }
+    passedMs.swap(running);
+}
+
+void HandTiming::beginRun(const TestConfig& config, int line)
+{
+    forgetStoppedTimers();
+    descriptor = line;
+    WindowTiming::beginRun(config, line);
+}
+
+void HandTiming::waitForReplies(int limitMs, const std::function<bool()>& isOver)
+{
+    wasOver = {isOver()};
+    WindowTiming::waitForReplies(limitMs, isOver);
+    wasOver += isOver();
 }
 
 void HandTiming::pause(int ms)
 {
-    for (int i = 0; i < ms; ++i) {
-        now += 1'000'000;
+    for (; ms > 0; --ms) {
+        skip(1);
         meanwhile();
     }
-}
-
-void HandTiming::startDisplay(int intervalMs)
-{
-    displayMs = intervalMs;
-    shownMs = 0;
 }

@@ -1,45 +1,40 @@
 #pragma once
 
-#include "engine/EngineTiming.h"
+#include "engine/WindowTiming.h"
+
+#include <QHash>
 
 /**
- * Time in the test's hand: it stands still until the test lets it pass, a millisecond at a time,
- * and whatever the window's timing would do then is done. One thread.
+ * The window's timing with time in the test's hand: it stands still until the test lets it pass, a
+ * millisecond at a time. The timers are the real ones, so no event loop may run. One thread.
  */
-class HandTiming final : public EngineTiming
+class HandTiming final : public WindowTiming
 {
 public:
-    /** Lets `ms` pass; deeds that are due together are done in the order of the window's timers. */
+    /** Lets `ms` pass; timers that are due together go off in the order they were made in. */
     void pass(int ms);
-    /** Lets `ms` pass in which this thread did nothing. */
+    /** Lets `ms` pass in which this thread did nothing; timers do not count them. */
     void skip(int ms) { now += ms * qint64{1'000'000}; }
+    bool look() const { return deed.look(); }
+
     /** Done in front of each millisecond's deeds, in waits too: the module's turn. */
     std::function<void()> meanwhile = [] {};
-    bool isRunning() const { return rateIntervalMs > 0; }
-    bool showsDisplay() const { return displayMs > 0; }
+    qint64 tickNs = 0;   ///< by which each look at the clock moves it on
+    qint64 due = -1;     ///< what dueNs() tells
+    bool spares = false; ///< what sparesLine() tells
+    int descriptor = -1; ///< of the last run's line
+    QList<bool> wasOver; ///< whether a wait was over when it began, and when it had ended
 
-    qint64 nowNs() const override { return now; }
-    void attach(QObject* /*engine*/, const Deeds& deeds) override { deed = deeds; }
-    bool sparesLine() const override { return false; }
-    void beginRun(const TestConfig& config, int descriptor) override;
-    void endRun() override { rateIntervalMs = 0; }
-    void pauseSending() override { paused = true; }
-    void resumeSending() override;
-    bool isSendingPaused() const override { return paused; }
-    qint64 dueNs() const override { return -1; }
+    qint64 nowNs() const override { return now += tickNs; }
+    qint64 dueNs() const override { return due; }
+    bool sparesLine() const override { return spares; }
+    void beginRun(const TestConfig& config, int line) override;
     void waitForReplies(int limitMs, const std::function<bool()>& isOver) override;
     void pause(int ms) override;
-    void startDisplay(int intervalMs) override;
-    void stopDisplay() override { displayMs = 0; }
 
 private:
-    qint64 now = 1'000'000'000;
-    Deeds deed;
-    int rateIntervalMs = 0; ///< 0: no run
-    int runMs = 0;          ///< since the run began
-    int sendMs = 0;         ///< since sending began or went on
-    int endMs = 0;          ///< 0: no limit
-    bool paused = false;
-    int displayMs = 0; ///< interval; 0: off
-    int shownMs = 0;   ///< since the last refresh
+    void forgetStoppedTimers();
+
+    mutable qint64 now = 1'000'000'000;
+    QHash<int, int> passedMs; ///< of each running timer, by its id
 };
