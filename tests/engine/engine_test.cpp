@@ -132,10 +132,11 @@ private slots:
         QCOMPARE(bench.line.take(0) + bench.take().join(""), QByteArray());
 
         bench.connectIt(); // connected, after a run that ended in a pause
+        bench.answerAfter(never);
         bench.start({.packetsPerSecond = 1000, .timeoutMs = 5000});
         bench.time->pass(1001);
         bench.worker.stopTest();
-        bench.line.take(0);
+        bench.time->meanwhile = [] {};
         bench.take();
         bench.line.send(frame(0x82));
         stepsOn(bench);
@@ -146,7 +147,7 @@ private slots:
     void leaksNothingInManyConnections()
     {
         auto before = processUse();
-        for (int i = 0; i <= 40; ++i) {
+        for (int i = 0; i <= 10; ++i) {
             if (i == 1) // what stays open once and for all is
                 before = processUse();
             Bench bench;

@@ -118,6 +118,8 @@ private slots:
             schedule.restart(start + secondNs);
             QCOMPARE(schedule.nextDueNs(), start + secondNs + secondNs / rate);
             QCOMPARE(schedule.countDue(start + 9 * secondNs), rate); // and stays where it was
+            schedule.begin(-secondNs, rate, 0);                      // a moment like any other
+            QCOMPARE(schedule.countDue(secondNs), rate);
         }
     }
 

@@ -21,8 +21,11 @@ constexpr qint64 nsPerSec = 1'000'000'000;
 struct Told : PingSink
 {
     QByteArray fates;
+    QStringList pings; ///< size, moment in us and round trip in ns of each
     void pingEnded(const PingRecord& ping) override
     {
+        pings +=
+            QString("%1 %2 %3").arg(ping.sizeBytes).arg(ping.sentNs / 1000).arg(ping.roundTripNs);
         fates += qint64(ping.id) == fates.size() ? "RALEC-"[int(ping.fate)] : '?';
     }
 };
@@ -32,12 +35,12 @@ void play(RunMeasurement& run, const QString& script)
 {
     quint64 next = 0, id = 0;
     qint64 at = 7 * nsPerSec;
-    const auto ping = [&] { return PingObserver::Sent{next++, 8, at - 2500, at}; };
+    const auto ping = [&] { return PingObserver::Sent{next, int(8 + next), at - 2500, at}; };
     const auto echo = [&](bool afterEnd) {
         return PingObserver::Echo{id, at, (afterEnd ? 9 : 1 + qint64(id)) * 1'000'040, afterEnd};
     };
     const std::map<QChar, std::function<void()>> tell{
-        {'s', [&] { run.pingSent(ping()); }},
+        {'s', [&] { run.pingSent(ping()), ++next; }},
         {'f', [&] { run.sendFailed(next++, 8, at); }},
         {'m', [&] { run.echoMatched(echo(false)); }},
         {'a', [&] { run.echoMatched(echo(true)); }},
@@ -102,6 +105,101 @@ private slots:
         }
     }
 
+    void sortsTimesIntoBins()
+    {
+        LatencyHistogram times;
+        const auto figures = [&times] {
+            QString text =
+                QString::asprintf("%.3f %.3f %.3f %.3f:", times.minimumUs(), times.meanUs(),
+                                  times.maximumUs(), times.standardDeviationUs());
+            for (const auto& [lowerUs, upperUs, count] : times.bins())
+                text += QString::asprintf(" %.3f-%.3f %llu", lowerUs, upperUs, count);
+            for (const double q : {0.0, 0.5, 1.0})
+                text += QString::asprintf(" %.3f", times.percentileUs(q).value_or(-1));
+            return text;
+        };
+        const QString nothing = "0.000 0.000 0.000 0.000: -1.000 -1.000 -1.000";
+        for (int use = 0; use < 2; ++use) {
+            QCOMPARE(figures(), nothing);
+            times.add(5000);
+            QCOMPARE(figures(), "5.000 5.000 5.000 0.000: 4.968-5.067 1 5.000 5.000 5.000");
+            times.merge(LatencyHistogram());
+            times.add(-7);
+            times.add(999);
+            times.add(1000);
+            QCOMPARE(figures(), "0.000 1.750 5.000 1.920: 0.000-1.000 2 1.000-1.020 1 4.968-5.067 1"
+                                " 0.000 1.000 5.000");
+            LatencyHistogram longer;
+            longer.add(29'999'999'000);
+            longer.add(30'000'000'000);
+            longer.add(70'000'000'000);
+            times.merge(longer);
+            QCOMPARE(figures(), "0.000 18571429.428 70000000.000 24743582.149: 0.000-1.000 2 "
+                                "1.000-1.020 1 4.968-5.067 1 29412156.115-30000000.000 1 "
+                                "30000000.000-70000000.000 2 0.000 5.017 70000000.000");
+            times.clear();
+            times.clear();
+        }
+        times.merge(LatencyHistogram());
+        QCOMPARE(figures(), nothing);
+    }
+
+    void hasTimeGoOnWithWhateverIsTold()
+    {
+        const std::vector<std::function<void(RunMeasurement&, qint64)>> events{
+            [](RunMeasurement& run, qint64 at) {
+                run.pingSent({1, 8, -1, at});
+            },
+            [](RunMeasurement& run, qint64 at) { run.sendFailed(1, 8, at); },
+            [](RunMeasurement& run, qint64 at) {
+                run.echoMatched({0, at, 5000, false});
+            },
+            [](RunMeasurement& run, qint64 at) {
+                run.echoChanged({0, at, 5000, false});
+            },
+            [](RunMeasurement& run, qint64 at) { run.pingGivenUp(0, at, false); },
+            [](RunMeasurement& run, qint64 at) { run.otherArrived({}, 0, at); },
+            [](RunMeasurement& run, qint64 at) { run.errorReplied(1, at); },
+            [](RunMeasurement& run, qint64 at) { run.sendingEnded(at); },
+            [](RunMeasurement& run, qint64 at) { run.runEnded(at); }};
+        for (std::size_t i = 0; i < events.size(); ++i) {
+            for (const bool sending : {true, false}) {
+                RunMeasurement run;
+                run.runBegan(9 * nsPerSec);
+                run.pingSent({0, 8, -1, 9'250'000'000});
+                if (!sending)
+                    run.sendingEnded(9'750'000'000);
+                events[i](run, 11'500'000'000);
+                run.errorReplied(1, 9 * nsPerSec); // told late
+                const RunFigures now = run.figures();
+                QVERIFY2(now.spans.size() == 3 && now.spans[2].lengthSec == 0.5,
+                         qPrintable(QString::number(i)));
+                QCOMPARE(now.sendingNs, sending ? 2'500'000'000 : 750'000'000);
+                QVERIFY(now.spans[0].sent == 1 && run.lastSecond()->startSec == 1);
+            }
+        }
+    }
+
+    void tellsOfTheLastSecond()
+    {
+        RunMeasurement run;
+        for (int use = 0; use < 2; ++use) {
+            run.runBegan(0);
+            for (quint64 id = 0; id < 5; ++id)
+                run.pingSent({id, 8, 0, 0});
+            run.echoMatched({0, 300, 3000, false});
+            run.echoMatched({1, 300, 7000, false});
+            run.pingGivenUp(2, nsPerSec - 1, false);
+            QVERIFY(!run.lastSecond());
+            run.echoMatched({3, nsPerSec, 9000, false});
+            const TimeSpan last = *run.lastSecond();
+            QVERIFY(last.startSec == 0 && last.lengthSec == 1);
+            QVERIFY(last.sent == 5 && last.received == 2 && last.lost == 1);
+            QVERIFY(std::abs(*last.p50Us - 3) < 0.06 && std::abs(*last.p99Us - 7) < 0.001);
+            QCOMPARE(*last.maximumUs, 7);
+        }
+    }
+
     void dividesRunsOfAnyLengthInLittleMemory()
     {
         for (const auto& [endSec, count, lengthSec, lastSec] : {std::tuple(0.5, 1U, 1, 0.5),
@@ -113,8 +211,8 @@ private slots:
             RunMeasurement run;
             run.runBegan(0);
             quint64 id = 0;
-            for (; id < 4 * quint64(std::ceil(endSec)); ++id) {
-                run.pingSent({id, 8, -1, qint64(id / 4) * nsPerSec});
+            for (; id < quint64(std::ceil(endSec)); ++id) {
+                run.pingSent({id, 8, -1, qint64(id) * nsPerSec});
                 run.pingGivenUp(id, 0, false); // told too late for its span
             }
             run.sendingEnded(std::llround(endSec * 1e9));
@@ -126,7 +224,7 @@ private slots:
             for (std::size_t i = 0; i < count; ++i) {
                 QCOMPARE(all[i].startSec, qint64(i) * lengthSec);
                 QCOMPARE(all[i].lengthSec, i + 1 < count ? lengthSec : lastSec);
-                QCOMPARE(all[i].sent, quint64(4 * std::ceil(all[i].lengthSec)));
+                QCOMPARE(all[i].sent, quint64(std::ceil(all[i].lengthSec)));
                 QVERIFY(all[i].lost == all[i].sent && !all[i].p50Us);
             }
         }
@@ -191,6 +289,48 @@ private slots:
             const QList got{count, longest, echoes.lateEchoes, echoes.repeatedEchoes};
             QCOMPARE(got, counts);
         }
+    }
+
+    void handsOutPings()
+    {
+        Told told;
+        RunMeasurement run(&told);
+        for (int use = 0; use < 2; ++use) {
+            told.pings.clear();
+            told.fates.clear();
+            play(run, "s f s s s m2 c0 g3 a4");
+            QCOMPARE(told.fates, "C-RLA");
+            QCOMPARE(told.pings, (QStringList{"8 1000 1000040", "8 2000 -1", "10 3000 3000120",
+                                              "11 4000 -1", "12 5000 9000360"}));
+        }
+    }
+
+    void namesItsFigures()
+    {
+        RunFigures figures;
+        figures.lossCauses = {11, 12, 13};
+        figures.sendFailures = 14;
+        figures.lossBursts = {15, 16};
+        figures.unexpected = {17, 18, 19, 20, 21, 22, {{1, 23}}};
+        figures.outOfOrderEchoes = 24;
+        figures.latencyUs = {1.26, 2, 3, 4, 5, 6, 7, 8};
+        figures.sendLagUs = {9, 10};
+        figures.spans = {{3, 0.12345, 4, 5, 6, 7.77, {}, {}}};
+        QCOMPARE(figures.lost(), 36U);
+        const QByteArray expected = R"({
+            "latencyUs": {"minimum": 1.3, "mean": 2, "p50": 3, "p90": 4, "p99": 5, "p999": 6,
+                "maximum": 7, "standardDeviation": 8},
+            "sendLagUs": {"p99": 9, "maximum": 10}, "latencyHistogramUs": [],
+            "seconds": [{"start": 3, "length": 0.123, "sent": 4, "received": 5, "lost": 6,
+                "p50Us": 7.8, "maximumUs": null}],
+            "lossCauses": {"noEchoInTime": 11, "noEchoAtEnd": 12, "changedEcho": 13},
+            "sendFailures": 14, "lossBursts": {"count": 15, "longest": 16},
+            "unexpected": {"lateEchoes": 17, "repeatedEchoes": 18, "unknownEchoes": 19,
+                "shortEchoes": 20, "reports": 21, "otherPackets": 22,
+                "errorReplies": [{"code": 1, "text": "Unknown error", "count": 23}]},
+            "outOfOrderEchoes": 24})";
+        QCOMPARE(QJsonDocument(figuresJson(figures)).toJson(),
+                 QJsonDocument::fromJson(expected).toJson());
     }
 
     void reports()
