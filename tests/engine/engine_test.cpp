@@ -503,20 +503,6 @@ private slots:
         }
     }
 
-    void looksAtTheLineDuringTheWholeFinalWait()
-    {
-        Bench bench(124, 500);
-        QByteArray late = echo(bench.ping());
-        bench.take();
-        int waitedMs = 0;
-        bench.time->meanwhile = [&] {
-            if (++waitedMs <= 300) // more at once than the receive ring takes
-                bench.line.send(waitedMs < 300 ? frame(0x5F, QByteArray(10, 'x')) : late);
-        };
-        bench.worker.stopTest();
-        QCOMPARE(bench.take().value(1), "SUCCESS: Packet 0: 300ms");
-    }
-
     void tellsItsObserver()
     {
         Bench bench(8, 50);

@@ -206,7 +206,7 @@ private slots:
                                                                 {3620, 3620U, 1, 1},
                                                                 {3620.001, 1811U, 2, 0.001},
                                                                 {7243.25, 1811U, 4, 3.25},
-                                                                {86401.5, 2701U, 32, 1.5}}) {
+                                                                {14481.5, 1811U, 8, 1.5}}) {
             const auto before = mallinfo2();
             RunMeasurement run;
             run.runBegan(0);
