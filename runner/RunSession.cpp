@@ -1,21 +1,15 @@
 #include "runner/RunSession.h"
 
-#include "engine/BraskTestWorker.h"
-#include "engine/ExactTiming.h"
-#include "engine/WindowTiming.h"
-#include "engine/metaTypes.h"
 #include "runner/ExitStatus.h"
 #include "runner/TerminalOutput.h"
 #include "runner/hostFacts.h"
 #include "runner/junitReport.h"
 #include "runner/lineCapacity.h"
-#include "runner/openFault.h"
 #include "runner/portAdapter.h"
 #include "runner/reportTarget.h"
 #include "runner/runReport.h"
 #include "runner/statusText.h"
 
-#include <QCoreApplication>
 #include <QJsonDocument>
 
 namespace {
@@ -26,88 +20,46 @@ constexpr int statusMs = 1000;
 
 RunSession::RunSession(const RunOptions& asked, TerminalOutput& terminal, QObject* parent)
     : QObject(parent), options(asked), output(terminal),
-      observer(asked.pingPath.isEmpty() ? nullptr : &pings, asked.config.timeoutMs),
-      worker(makeEngine())
+      engine({.timing = asked.timing,
+              .writesScreen = asked.writesScreen,
+              .timeoutMs = asked.config.timeoutMs,
+              .pings = asked.pingPath.isEmpty() ? nullptr : &pings})
 {
-    registerEngineTypes();
     statusTimer.setTimerType(Qt::PreciseTimer); // or seconds would be shown twice
     connect(&statusTimer, &QTimer::timeout, this, &RunSession::updateStatus);
-    startEngine();
+    listen();
 }
 
-RunSession::~RunSession()
+void RunSession::listen()
 {
-    thread.quit();
-    thread.wait();
-}
-
-BraskTestWorker* RunSession::makeEngine()
-{
-    BraskTestWorker::Setup setup;
-    if (options.timing == RunOptions::Timing::Exact)
-        setup.timing = std::make_unique<ExactTiming>();
-    else
-        setup.timing = std::make_unique<WindowTiming>();
-    setup.observer = &observer;
-    setup.writesScreen = options.writesScreen;
-    return new BraskTestWorker(std::move(setup));
-}
-
-void RunSession::startEngine()
-{
-    worker->moveToThread(&thread);
-    connect(&thread, &QThread::finished, worker, &QObject::deleteLater);
-    connect(worker, &BraskTestWorker::connectionChanged, this, &RunSession::onConnectionChanged);
-    connect(worker, &BraskTestWorker::errorOccurred, this, &RunSession::onErrorOccurred);
-    connect(worker, &BraskTestWorker::logMessage, this, &RunSession::onLogMessage);
-    connect(worker, &BraskTestWorker::testCompleted, this, &RunSession::onTestCompleted);
-    connect(worker, &BraskTestWorker::statisticsUpdated, this, &RunSession::onStatisticsUpdated);
-    // Sent from the engine's thread, although the observer lives in this one.
-    connect(&observer, &RunObserver::began, this, &RunSession::onRunBegan, Qt::QueuedConnection);
-    connect(&observer, &RunObserver::stoppedSending, this, &RunSession::onStoppedSending,
-            Qt::QueuedConnection);
-    connect(&observer, &RunObserver::lineLost, this, &RunSession::onLineLost, Qt::QueuedConnection);
-    thread.start();
+    connect(&engine, &EngineDriver::connected, this, &RunSession::beginRun);
+    connect(&engine, &EngineDriver::notConnected, this, &RunSession::onNotConnected);
+    connect(&engine, &EngineDriver::runBegan, this, &RunSession::onRunBegan);
+    connect(&engine, &EngineDriver::stoppedSending, this, &RunSession::onStoppedSending);
+    connect(&engine, &EngineDriver::lineLost, this, &RunSession::onLineLost);
+    connect(&engine, &EngineDriver::runEnded, this, &RunSession::onRunEnded);
+    connect(&engine, &EngineDriver::disconnected, this, [this] { emit finished(exitStatus); });
+    connect(&engine, &EngineDriver::errorOccurred, this,
+            [this](const QString& error) { output.complain(error); });
+    connect(&engine, &EngineDriver::logMessage, this, &RunSession::onLogMessage);
 }
 
 void RunSession::start()
 {
-    QMetaObject::invokeMethod(worker, "connectToPort", Q_ARG(QString, options.port),
-                              Q_ARG(int, options.baudRate));
+    engine.connectToPort(options.port, options.baudRate);
 }
 
 void RunSession::requestEnd()
 {
     endRequested = true;
-    if (stage == Stage::Running)
-        QMetaObject::invokeMethod(worker, "stopTest");
+    if (running)
+        engine.endRun();
 }
 
-void RunSession::onConnectionChanged(bool connected)
+void RunSession::onNotConnected(const QString& reason)
 {
-    if (connected) {
-        beginRun();
-    } else if (stage == Stage::Disconnecting) {
-        thread.quit();
-        thread.wait();
-        // The engine has one more line to say, and that may be on its way yet.
-        QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
-        emit finished(exitStatus);
-    } else {
-        const QString reason = openFault(options.port);
-        const QString where =
-            reason.isEmpty() ? options.port : options.port + QStringLiteral(": ") + reason;
-        output.complain(QStringLiteral("%1 (%2)").arg(connectError, where));
-        emit finished(static_cast<int>(ExitStatus::PortNotOpened));
-    }
-}
-
-void RunSession::onErrorOccurred(const QString& error)
-{
-    if (stage == Stage::Connecting)
-        connectError = error;
-    else
-        output.complain(error);
+    output.complain(reason);
+    emit finished(static_cast<int>(ExitStatus::PortNotOpened));
 }
 
 /** Why not all files can be written, in one line; empty when they can. */
@@ -142,8 +94,8 @@ void RunSession::beginRun()
     outcome.host = hostFacts();
     outcome.adapter = toJson(portAdapter(options.port));
     lineErrors.emplace(options.port);
-    stage = Stage::Running;
-    QMetaObject::invokeMethod(worker, "startTest", Q_ARG(TestConfig, options.config));
+    running = true;
+    engine.startRun(options.config);
     if (endRequested)
         requestEnd();
 }
@@ -185,8 +137,8 @@ void RunSession::record(const QDateTime& time, const QString& type, const QStrin
 void RunSession::updateStatus()
 {
     flushPings();
-    output.showStatus(statusText(outcome.stats, clock.elapsed(), options.config.durationSec,
-                                 observer.lastSecond()));
+    output.showStatus(statusText(engine.stats(), clock.elapsed(), options.config.durationSec,
+                                 engine.lastSecond()));
 }
 
 void RunSession::flushPings()
@@ -198,16 +150,13 @@ void RunSession::flushPings()
         output.complain(pings.fault() + QStringLiteral("; the run goes on without it"));
 }
 
-void RunSession::onStatisticsUpdated(TestStats stats)
+void RunSession::onRunEnded()
 {
-    outcome.stats = stats;
-}
-
-void RunSession::onTestCompleted()
-{
+    running = false;
     recording = false;
     outcome.lastedMs = clock.elapsed();
-    outcome.figures = observer.figures();
+    outcome.stats = engine.stats();
+    outcome.figures = engine.figures();
     outcome.lineErrors = lineErrors->sinceStart();
     lineErrors.reset();
     events.close();
@@ -239,6 +188,5 @@ QString RunSession::writeReports(const Verdict& verdict) const
 void RunSession::finish(int status)
 {
     exitStatus = status;
-    stage = Stage::Disconnecting;
-    QMetaObject::invokeMethod(worker, "disconnectPort");
+    engine.disconnectPort();
 }

@@ -1,27 +1,24 @@
 #pragma once
 
+#include "runner/EngineDriver.h"
 #include "runner/EventWriter.h"
 #include "runner/LineErrors.h"
 #include "runner/PingLog.h"
-#include "runner/RunObserver.h"
 #include "runner/RunOutcome.h"
 #include "runner/runOptions.h"
 
 #include <QElapsedTimer>
 #include <QObject>
-#include <QThread>
 #include <QTimer>
 
 #include <optional>
 
-class BraskTestWorker;
 class TerminalOutput;
 struct Verdict;
 
 /**
- * One run from opening the port to closing it: drives the engine, which has a thread of its own,
- * and writes the event file and the report. Lives on the thread that makes it, which needs an event
- * loop; every function is for that thread.
+ * One run from opening the port to closing it, with its event file and its report. Lives on the
+ * thread that makes it, which needs an event loop; every function is for that thread.
  */
 class RunSession : public QObject
 {
@@ -30,9 +27,6 @@ class RunSession : public QObject
 public:
     /** `terminal` is not owned and must outlive this object. */
     RunSession(const RunOptions& options, TerminalOutput& terminal, QObject* parent = nullptr);
-    /** Waits until the engine has ended. */
-    ~RunSession() override;
-
     /** Begins; once in the object's life. */
     void start();
 
@@ -45,17 +39,13 @@ signals:
     void finished(int exitStatus);
 
 private:
-    BraskTestWorker* makeEngine();
-    void startEngine();
+    void listen();
     void onRunBegan();
     void onStoppedSending();
     void onLineLost();
-    void onConnectionChanged(bool connected);
-    void onErrorOccurred(const QString& error);
+    void onNotConnected(const QString& reason);
     void onLogMessage(const QString& type, const QString& message);
-    // By value: the thread sanitizer cannot see that Qt hands a signal's argument over.
-    void onStatisticsUpdated(TestStats stats);
-    void onTestCompleted();
+    void onRunEnded();
 
     QString openOutputs();
     void beginRun();
@@ -65,20 +55,15 @@ private:
     QString writeReports(const Verdict& verdict) const;
     void finish(int exitStatus);
 
-    enum class Stage { Connecting, Running, Disconnecting };
-
     RunOptions options;
     TerminalOutput& output;
     PingLog pings;
-    RunObserver observer; ///< told by the engine, in `thread`
-    QThread thread;
-    BraskTestWorker* worker; ///< lives in `thread` and is deleted there when that has finished
+    EngineDriver engine;
 
-    Stage stage = Stage::Connecting;
+    bool running = false; ///< from the request for the run to its end
     bool endRequested = false;
     bool recording = false; ///< from the run's begin to its end
     int exitStatus = 0;
-    QString connectError; ///< what the engine said about the port it could not open
 
     RunOutcome outcome;
     EventWriter events;

@@ -39,8 +39,8 @@ void writeAll(QByteArray bytes)
 
 } // namespace
 
-TerminalOutput::TerminalOutput(bool beQuiet)
-    : quiet(beQuiet), onTerminal(::isatty(STDERR_FILENO) != 0),
+TerminalOutput::TerminalOutput(const QString& program, bool beQuiet)
+    : name(program), quiet(beQuiet), onTerminal(::isatty(STDERR_FILENO) != 0),
       coloured(onTerminal && !qEnvironmentVariableIsSet("NO_COLOR"))
 {
 }
@@ -64,7 +64,7 @@ void TerminalOutput::log(const QDateTime& time, const QString& type, const QStri
 
 void TerminalOutput::complain(const QString& message)
 {
-    print(QStringLiteral("packetbrask-run: ") + message);
+    print(name + QStringLiteral(": ") + message);
 }
 
 void TerminalOutput::showStatus(const QString& text)

@@ -11,8 +11,8 @@ class QDateTime;
 class TerminalOutput
 {
 public:
-    /** `beQuiet` leaves out log lines and the status line. */
-    explicit TerminalOutput(bool beQuiet);
+    /** `program` begins every complaint; `beQuiet` leaves out log lines and the status line. */
+    TerminalOutput(const QString& program, bool beQuiet);
     /** Takes the status line away. */
     ~TerminalOutput();
     TerminalOutput(const TerminalOutput&) = delete;
@@ -29,6 +29,7 @@ private:
     void print(const QString& line);
     QString drawnStatus() const;
 
+    QString name;
     bool quiet;
     bool onTerminal;
     bool coloured;

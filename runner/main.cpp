@@ -4,34 +4,23 @@
 #include "runner/RunSession.h"
 #include "runner/TerminalOutput.h"
 #include "runner/portCheck.h"
+#include "runner/standardStreams.h"
 
 #include <QCoreApplication>
 
-#include <csignal>
-#include <cstdio>
-
-#include <fcntl.h>
-#include <unistd.h>
-
 namespace {
 
-/** A port opened under the number of a missing standard stream would be taken for that stream. */
-void occupyStandardStreams()
+QString programName()
 {
-    int descriptor = -1;
-    do {
-        descriptor = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-    } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
-    ::close(descriptor);
+    return QStringLiteral("packetbrask-run");
 }
 
 int print(const QString& text)
 {
-    const bool written =
-        std::fputs(text.toLocal8Bit().constData(), stdout) >= 0 && std::fflush(stdout) == 0;
-    if (written)
+    if (printOnStandardOutput(text.toLocal8Bit()))
         return static_cast<int>(ExitStatus::Passed);
-    TerminalOutput(false).complain(QStringLiteral("cannot write to standard output"));
+    TerminalOutput(programName(), false)
+        .complain(QStringLiteral("cannot write to standard output"));
     return static_cast<int>(ExitStatus::OutputFailed);
 }
 
@@ -56,7 +45,7 @@ int checkPort(const QString& path)
 
 int run(const RunOptions& options)
 {
-    TerminalOutput output(options.quiet);
+    TerminalOutput output(programName(), options.quiet);
     const SignalWatch watch;
     RunSession session(options, output);
     QObject::connect(&watch, &SignalWatch::endRequested, &session, &RunSession::requestEnd);
@@ -69,11 +58,8 @@ int run(const RunOptions& options)
 
 int main(int argc, char** argv)
 {
-    occupyStandardStreams();
+    prepareStandardStreams();
     SignalWatch::block();
-    // A reader that leaves and a limit on file sizes are to be write errors like any other.
-    std::signal(SIGPIPE, SIG_IGN);
-    std::signal(SIGXFSZ, SIG_IGN);
     const QCoreApplication application(argc, argv);
     const RunOptions options = parseRunOptions(QCoreApplication::arguments());
     switch (options.outcome) {
@@ -84,7 +70,7 @@ int main(int argc, char** argv)
     case RunOptions::Outcome::CheckPort:
         return checkPort(options.port);
     case RunOptions::Outcome::Error:
-        TerminalOutput(false).complain(options.message);
+        TerminalOutput(programName(), false).complain(options.message);
         return static_cast<int>(ExitStatus::WrongUsage);
     case RunOptions::Outcome::Run:
         break;

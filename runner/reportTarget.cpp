@@ -1,10 +1,11 @@
 #include "runner/reportTarget.h"
 
+#include "runner/standardStreams.h"
+
 #include <QFileInfo>
 #include <QSaveFile>
 
 #include <cerrno>
-#include <cstdio>
 
 namespace {
 
@@ -35,9 +36,9 @@ QString writeReport(const QString& path, const QByteArray& text)
     if (path.isEmpty())
         return {};
     if (path == u"-") {
-        const bool written = std::fputs(text.constData(), stdout) >= 0 && std::fflush(stdout) == 0;
-        return written ? QString()
-                       : fault(QStringLiteral("standard output"), qt_error_string(errno));
+        return printOnStandardOutput(text)
+                   ? QString()
+                   : fault(QStringLiteral("standard output"), qt_error_string(errno));
     }
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit())
