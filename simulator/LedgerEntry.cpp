@@ -29,6 +29,7 @@ QString LedgerEntry::fate() const
                                          {&ModuleCounts::altered, "altered"},
                                          {&ModuleCounts::corrupted, "corrupted"},
                                          {&ModuleCounts::dropped, "dropped"},
+                                         {&ModuleCounts::tooFast, "tooFast"},
                                          {&ModuleCounts::overrun, "overrun"}});
     return names.isEmpty() ? QStringLiteral("unanswered") : names;
 }

@@ -9,7 +9,7 @@
  *
  * A ping's answer, and each fault in it, is counted once the last byte concerned has been handed to
  * the line, so that the counts tell what happened and not what was planned. At all times
- * pingsReceived == echoesIntact + echoesDamaged + dropped + overrun + unanswered.
+ * pingsReceived == echoesIntact + echoesDamaged + dropped + tooFast + overrun + unanswered.
  */
 struct ModuleCounts
 {
@@ -17,6 +17,7 @@ struct ModuleCounts
     quint64 echoesIntact = 0;   ///< pings with a faultless echo handed over, counted once each
     quint64 echoesDamaged = 0;  ///< pings answered by anything else
     quint64 dropped = 0;        ///< pings left without an answer on purpose
+    quint64 tooFast = 0;        ///< pings dropped for coming faster than the module takes them
     quint64 overrun = 0;        ///< pings whose whole answer was lost: too much waited already
     quint64 unanswered = 0;     ///< pings whose answer is still held back or on its way out
     quint64 corrupted = 0;      ///< answers with a bit flipped
@@ -42,11 +43,12 @@ struct ModuleCountField
     quint64 ModuleCounts::*value;
 };
 
-inline constexpr std::array<ModuleCountField, 18> moduleCountFields{{
+inline constexpr std::array<ModuleCountField, 19> moduleCountFields{{
     {"pingsReceived", &ModuleCounts::pingsReceived},
     {"echoesIntact", &ModuleCounts::echoesIntact},
     {"echoesDamaged", &ModuleCounts::echoesDamaged},
     {"dropped", &ModuleCounts::dropped},
+    {"tooFast", &ModuleCounts::tooFast},
     {"overrun", &ModuleCounts::overrun},
     {"unanswered", &ModuleCounts::unanswered},
     {"corrupted", &ModuleCounts::corrupted},

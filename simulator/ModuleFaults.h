@@ -27,6 +27,9 @@ struct ModuleFaults
     int delayMs = 0;  ///< every ping's answer is held back so long; 0 or more
     int jitterMs = 0; ///< most that is added to the delay, drawn evenly per ping; 0 or more
 
+    /** Pings a second that are taken; what comes faster is dropped, see RateGate; 0: no limit. */
+    int dropAbove = 0;
+
     /** Bits per second of the line, 11 to a byte, in each direction; 0: as fast as it goes. */
     int baudRate = 0;
 

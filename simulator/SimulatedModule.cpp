@@ -1,5 +1,6 @@
 #include "simulator/SimulatedModule.h"
 
+#include "link/SteadyClock.h"
 #include "simulator/Answer.h"
 #include "simulator/DelayedAnswers.h"
 #include "simulator/LineReader.h"
@@ -22,7 +23,7 @@ constexpr int quietMs = 30;
 } // namespace
 
 SimulatedModule::SimulatedModule(const ModuleFaults& settings, QObject* parent)
-    : QObject(parent), faults(settings), plan(settings)
+    : QObject(parent), faults(settings), plan(settings), gate(settings.dropAbove)
 {
 }
 
@@ -55,8 +56,8 @@ bool SimulatedModule::open()
 ModuleCounts SimulatedModule::counts() const
 {
     ModuleCounts now = totals;
-    now.unanswered =
-        now.pingsReceived - now.echoesIntact - now.echoesDamaged - now.dropped - now.overrun;
+    now.unanswered = now.pingsReceived - now.echoesIntact - now.echoesDamaged - now.dropped -
+                     now.tooFast - now.overrun;
     return now;
 }
 
@@ -130,6 +131,11 @@ void SimulatedModule::answerPing(const QByteArray& data)
     const quint64 arrival = totals.pingsReceived++;
     ledger.open(arrival, data);
     const PingDecisions decisions = plan.next();
+    if (!gate.passes(SteadyClock().nowNs())) {
+        ++totals.tooFast;
+        ledger.add(arrival, {.tooFast = 1}, true);
+        return;
+    }
     if (decisions.drop) {
         ++totals.dropped;
         ledger.add(arrival, {.dropped = 1}, true);

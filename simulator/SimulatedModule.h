@@ -5,6 +5,7 @@
 #include "simulator/ModuleFaults.h"
 #include "simulator/ModuleScreen.h"
 #include "simulator/PingLedger.h"
+#include "simulator/RateGate.h"
 #include "simulator/RequestParser.h"
 
 #include <QObject>
@@ -88,6 +89,7 @@ private:
 
     ModuleFaults faults;
     FaultPlan plan;
+    RateGate gate;
     RequestParser parser;
     ModuleScreen display;
     ModuleCounts totals; ///< without `unanswered`

@@ -36,9 +36,11 @@ struct IntegerOption
     const char* effect;
 };
 
-constexpr std::array<IntegerOption, 3> integerOptions{{
+constexpr std::array<IntegerOption, 4> integerOptions{{
     {"delay", "ms", &ModuleFaults::delayMs, 0, 60000, "Hold every echo back."},
     {"jitter", "ms", &ModuleFaults::jitterMs, 0, 60000, "Hold it back for up to so much more."},
+    {"drop-above", "rate", &ModuleFaults::dropAbove, 1, 1000,
+     "Take so many pings a second, evenly, and drop what comes faster."},
     {"baud", "rate", &ModuleFaults::baudRate, 1200, 115200,
      "Keep to this rate in each direction, 11 bits a byte."},
 }};
