@@ -1,0 +1,50 @@
+#pragma once
+
+#include "survey/SizeSurvey.h"
+
+#include <QDateTime>
+#include <QJsonValue>
+#include <QList>
+#include <QStringList>
+
+/** A whole survey: payloads of one size after the other. Pure; one thread at a time. */
+class Survey
+{
+public:
+    /** `sizesBytes` is not empty; the rest as of SizeSurvey. */
+    Survey(const QList<int>& sizesBytes, int baudRate, double partialLossPercent);
+
+    struct Next
+    {
+        int sizeBytes;
+        int place; ///< of the size, from 1
+        int packetsPerSecond;
+        TrialPurpose purpose;
+    };
+    /** The next trial; nothing when all is known. */
+    std::optional<Next> next() const;
+    /** What came of it. What is known of its size by then. */
+    const SizeResult& take(const Trial& trial);
+
+    std::vector<SizeResult> results() const;
+    /** A guess at how many trials are still to come. */
+    int trialsLeft() const;
+
+private:
+    std::vector<SizeSurvey> sizes;
+    std::size_t current = 0;
+};
+
+/** What a survey leaves behind. */
+struct SurveyOutcome
+{
+    std::vector<SizeResult> sizes{};
+    QDateTime start{}; ///< local time
+    QDateTime end{};
+    QStringList reasons{}; ///< why it is incomplete or found no rate, one line each
+    QJsonValue host{};     ///< see hostFacts()
+    QJsonValue adapter{};  ///< see toJson(PortAdapter)
+    int exitStatus = 0;
+
+    bool isComplete() const;
+};

@@ -1,0 +1,20 @@
+#include "survey/Trial.h"
+
+#include <algorithm>
+
+bool Trial::keptRate() const
+{
+    return unsent <= std::max<quint64>(1, (sent + failed + unsent) / 100);
+}
+
+double Trial::lossPercent() const
+{
+    const quint64 tried = sent + failed;
+    return tried > 0 ? 100.0 * static_cast<double>(lost + failed) / static_cast<double>(tried)
+                     : 100.0;
+}
+
+bool Trial::passes(double allowedLossPercent) const
+{
+    return !cutShort && keptRate() && lossPercent() <= allowedLossPercent;
+}

@@ -1,0 +1,54 @@
+#include "process/SignalWatch.h"
+#include "runner/ExitStatus.h"
+#include "runner/TerminalOutput.h"
+#include "runner/standardStreams.h"
+#include "survey/SurveySession.h"
+
+#include <QCoreApplication>
+
+namespace {
+
+QString programName()
+{
+    return QStringLiteral("packetbrask-survey");
+}
+
+int print(const QString& text)
+{
+    if (printOnStandardOutput(text.toLocal8Bit()))
+        return static_cast<int>(ExitStatus::Passed);
+    TerminalOutput(programName(), false)
+        .complain(QStringLiteral("cannot write to standard output"));
+    return static_cast<int>(ExitStatus::OutputFailed);
+}
+
+int run(const SurveyOptions& options)
+{
+    TerminalOutput output(programName(), options.quiet);
+    const SignalWatch watch;
+    SurveySession session(options, output);
+    QObject::connect(&watch, &SignalWatch::endRequested, &session, &SurveySession::requestEnd);
+    QObject::connect(&session, &SurveySession::finished, qApp, &QCoreApplication::exit);
+    session.start();
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    prepareStandardStreams();
+    SignalWatch::block();
+    const QCoreApplication application(argc, argv);
+    const SurveyOptions options = parseSurveyOptions(QCoreApplication::arguments());
+    switch (options.outcome) {
+    case SurveyOptions::Outcome::ShowText:
+        return print(options.message);
+    case SurveyOptions::Outcome::Error:
+        TerminalOutput(programName(), false).complain(options.message);
+        return static_cast<int>(ExitStatus::WrongUsage);
+    case SurveyOptions::Outcome::Run:
+        break;
+    }
+    return run(options);
+}

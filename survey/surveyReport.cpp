@@ -1,0 +1,138 @@
+#include "survey/surveyReport.h"
+
+#include <QJsonArray>
+
+#include <cmath>
+
+namespace {
+
+constexpr int reportFormat = 1;
+
+double rounded(double value, int decimals)
+{
+    const double scale = std::pow(10, decimals);
+    return std::round(value * scale) / scale;
+}
+
+QJsonValue orNull(const std::optional<double>& value, int decimals)
+{
+    return value ? QJsonValue(rounded(*value, decimals)) : QJsonValue();
+}
+
+QJsonValue count(quint64 value)
+{
+    return static_cast<qint64>(value);
+}
+
+QString isoTime(const QDateTime& time)
+{
+    return time.toOffsetFromUtc(time.offsetFromUtc()).toString(Qt::ISODateWithMs);
+}
+
+QString purposeWord(TrialPurpose purpose)
+{
+    switch (purpose) {
+    case TrialPurpose::Confirmation:
+        return QStringLiteral("confirmation");
+    case TrialPurpose::Load:
+        return QStringLiteral("load");
+    case TrialPurpose::Search:
+        break;
+    }
+    return QStringLiteral("search");
+}
+
+QJsonObject trialJson(const Trial& trial)
+{
+    return {
+        {"purpose", purposeWord(trial.purpose)},
+        {"packetsPerSecond", trial.packetsPerSecond},
+        {"sendingSeconds", rounded(trial.seconds, 6)},
+        {"cutShort", trial.cutShort},
+        {"packetsSent", count(trial.sent)},
+        {"packetsReceived", count(trial.received)},
+        {"packetsLost", count(trial.lost)},
+        {"sendFailures", count(trial.failed)},
+        {"packetsUnsent", count(trial.unsent)},
+        {"p50Us", orNull(trial.p50Us, 1)},
+        {"p99Us", orNull(trial.p99Us, 1)},
+    };
+}
+
+/** A rate found, and its share of the capacity. */
+QJsonValue rateJson(const SizeResult& size, const std::optional<int>& rate)
+{
+    if (!rate)
+        return {};
+    return QJsonObject{{"packetsPerSecond", *rate},
+                       {"capacityPercent", rounded(size.sharePercent(*rate), 2)}};
+}
+
+QJsonObject sizeJson(const SizeResult& size)
+{
+    QJsonArray loads;
+    for (const auto& [percent, trial] : size.loads) {
+        loads += QJsonObject{{"percent", percent},
+                             {"packetsPerSecond", trial.packetsPerSecond},
+                             {"packetsSent", count(trial.sent)},
+                             {"packetsLost", count(trial.lost + trial.failed)},
+                             {"p50Us", orNull(trial.p50Us, 1)},
+                             {"p99Us", orNull(trial.p99Us, 1)}};
+    }
+    QJsonArray trials;
+    for (const Trial& trial : size.trials)
+        trials += trialJson(trial);
+    return {
+        {"sizeBytes", size.sizeBytes},
+        {"complete", size.complete},
+        {"capacityPacketsPerSecond", rounded(size.capacity, 3)},
+        {"highestPacketsPerSecond", size.highestRate},
+        {"withoutLoss", rateJson(size, size.lossless)},
+        {"withPartialLoss", rateJson(size, size.withPartialLoss)},
+        {"loads", loads},
+        {"trials", trials},
+    };
+}
+
+QJsonObject configuration(const SurveyOptions& options)
+{
+    QJsonArray sizes;
+    for (const int size : options.sizesBytes)
+        sizes += size;
+    return {
+        {"port", options.port},
+        {"baudRate", options.baudRate},
+        {"sizesBytes", sizes},
+        {"trialSeconds", options.trialSeconds},
+        {"partialLossPercent", options.partialLossPercent},
+        {"timeoutMs", options.timeoutMs},
+    };
+}
+
+} // namespace
+
+QJsonObject surveyReport(const SurveyOptions& options, const SurveyOutcome& outcome)
+{
+    QJsonObject tags;
+    for (auto tag = options.tags.begin(); tag != options.tags.end(); ++tag)
+        tags.insert(tag.key(), tag.value());
+    QJsonArray sizes;
+    for (const SizeResult& size : outcome.sizes)
+        sizes += sizeJson(size);
+    return {
+        {"program", "packetbrask-survey"},
+        {"version", PROGRAM_VERSION},
+        {"kind", "survey"},
+        {"format", reportFormat},
+        {"configuration", configuration(options)},
+        {"tags", tags},
+        {"host", outcome.host},
+        {"adapter", outcome.adapter},
+        {"start", isoTime(outcome.start)},
+        {"end", isoTime(outcome.end)},
+        {"complete", outcome.isComplete()},
+        {"sizes", sizes},
+        {"reasons", QJsonArray::fromStringList(outcome.reasons)},
+        {"exitStatus", outcome.exitStatus},
+    };
+}

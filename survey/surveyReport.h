@@ -1,0 +1,9 @@
+#pragma once
+
+#include "survey/Survey.h"
+#include "survey/surveyOptions.h"
+
+#include <QJsonObject>
+
+/** The report of a survey, ended early or not; docs/survey.md lists its fields. Pure. */
+QJsonObject surveyReport(const SurveyOptions& options, const SurveyOutcome& outcome);
