@@ -1,15 +1,11 @@
 #pragma once
 
+#include "report/TestPlace.h"
+
 #include <QDateTime>
-#include <QMap>
-#include <QString>
 #include <QStringList>
 
-#include <optional>
 #include <vector>
-
-/** A figure for which the report may have no measurement. */
-using Figure = std::optional<double>;
 
 enum class RunVerdict { Passed, Failed, LineLost, OutputFailed };
 
@@ -48,13 +44,6 @@ struct RunSettings
     Figure maxP99Ms{};     ///< none: no limit
 };
 
-/** Texts are empty where the report has none. */
-struct Adapter
-{
-    QString driver, vendorId, productId, serialNumber, product;
-    Figure latencyTimerMs{};
-};
-
 struct Latencies
 {
     Figure minimum{}, mean{}, p50{}, p90{}, p99{}, p999{}, maximum{}, standardDeviation{};
@@ -74,14 +63,11 @@ struct ErrorReply
 
 /** What one report says. Texts are as the report has them, so nothing about them is safe to show.
  */
-struct Run
+struct Run : TestPlace
 {
     QString path; ///< of the report's file, as given
     QString version;
     RunSettings settings;
-    QMap<QString, QString> tags;
-    QString hostName, kernel, machine; ///< empty: not known
-    std::optional<Adapter> adapter;
     bool exactTiming = false; ///< measured at the line; else as the window measures
     QDateTime start, end;
     double sendingSeconds = 0;

@@ -1,6 +1,9 @@
+#include "report/TextTable.h"
 #include "report/page.h"
-#include "report/readRun.h"
+#include "report/readReport.h"
 #include "report/reportOptions.h"
+#include "report/surveyPage.h"
+#include "report/surveyText.h"
 #include "report/textReport.h"
 
 #include <QCoreApplication>
@@ -44,29 +47,51 @@ QString writePage(const QString& path, const QByteArray& page)
     return {};
 }
 
-int report(const ReportOptions& options)
+struct Reports
 {
     std::vector<Run> runs;
-    for (const QString& file : options.files) {
-        ReadResult result = readRun(file);
+    std::optional<LinkSurvey> survey; ///< then there are no runs
+    bool complete = true;             ///< all could be read
+};
+
+/** Complains of those that cannot be shown. */
+Reports readReports(const QStringList& files)
+{
+    Reports reports;
+    for (const QString& file : files) {
+        ReadResult result = readReport(file);
+        if (result.survey && files.size() > 1)
+            result = {.fault = QStringLiteral("it is a survey, which is shown by itself only")};
         if (result.run)
-            runs.push_back(std::move(*result.run));
+            reports.runs.push_back(std::move(*result.run));
+        else if (result.survey)
+            reports.survey = std::move(result.survey);
         else
             complain(QStringLiteral("%1: %2").arg(file, result.fault));
+        reports.complete = reports.complete && result.fault.isEmpty();
     }
-    if (runs.empty())
+    return reports;
+}
+
+int report(const ReportOptions& options)
+{
+    Reports reports = readReports(options.files);
+    if (reports.runs.empty() && !reports.survey)
         return WrongUsage;
-    const bool complete = runs.size() == static_cast<std::size_t>(options.files.size());
     QString fault;
     if (!options.htmlPath.isEmpty())
-        fault = writePage(options.htmlPath, htmlPage(runs, options.by).toUtf8());
+        fault = writePage(options.htmlPath, (reports.survey ? surveyPage(*reports.survey)
+                                                            : htmlPage(reports.runs, options.by))
+                                                .toUtf8());
     if (fault.isEmpty() && options.onTerminal)
-        fault = print(textReport(std::move(runs), options.by).toLocal8Bit());
+        fault = print((reports.survey ? surveyText(*reports.survey)
+                                      : textReport(std::move(reports.runs), options.by))
+                          .toLocal8Bit());
     if (!fault.isEmpty()) {
         complain(fault);
         return OutputFailed;
     }
-    return complete ? AllRead : SomeUnread;
+    return reports.complete ? AllRead : SomeUnread;
 }
 
 } // namespace

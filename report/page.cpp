@@ -3,50 +3,15 @@
 #include "report/batch.h"
 #include "report/chartData.h"
 #include "report/comparison.h"
+#include "report/document.h"
 #include "report/figureText.h"
 #include "report/htmlText.h"
 #include "report/runSections.h"
 #include "report/smallHistogram.h"
 
-#include <QFile>
-
 #include <algorithm>
-#include <utility>
 
 namespace {
-
-QString resource(const char* name)
-{
-    QFile file(QStringLiteral(":/report/") + QLatin1String(name));
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-}
-
-/** The template with each marker replaced, once, so that what is put in is never searched. */
-QString filled(const QString& title, const QString& body, const QJsonObject& data)
-{
-    const std::vector<std::pair<QString, QString>> parts{
-        {QStringLiteral("{{title}}"), html(title)},
-        {QStringLiteral("{{style}}"), resource("page.css")},
-        {QStringLiteral("{{body}}"), body},
-        {QStringLiteral("{{data}}"), scriptJson(data)},
-        {QStringLiteral("{{library}}"), resource("chart.min.js")},
-        {QStringLiteral("{{script}}"), resource("page.js")}};
-    QString rest = resource("page.html");
-    QString page;
-    for (const auto& [marker, text] : parts) {
-        const qsizetype at = rest.indexOf(marker);
-        page += rest.left(at) + text;
-        rest = rest.mid(at + marker.size());
-    }
-    return page + rest;
-}
-
-QString heading(const QString& title, const QString& line)
-{
-    return QStringLiteral(
-               "<header><p class=\"quiet\">PacketBrask</p><h1>%1</h1><p>%2</p></header>\n")
-        .arg(title, line);
-}
 
 QString differenceMark(Difference difference)
 {
@@ -107,11 +72,11 @@ QString legend(const QStringList& labels)
 QString onePage(const std::vector<Run>& runs, const QStringList& labels)
 {
     const Run& run = runs.front();
-    return heading(QStringLiteral("Test run ") + isolated(labels.front()),
-                   QStringLiteral("%1 at %2 bits/s, %3")
-                       .arg(isolated(run.settings.port))
-                       .arg(run.settings.baudRate)
-                       .arg(timeText(run.start))) +
+    return pageHeading(QStringLiteral("Test run ") + isolated(labels.front()),
+                       QStringLiteral("%1 at %2 bits/s, %3")
+                           .arg(isolated(run.settings.port))
+                           .arg(run.settings.baudRate)
+                           .arg(timeText(run.start))) +
            verdictSection(run) + findingsSection(run, QStringLiteral("What this means")) +
            chartsSection(runs, labels) + figuresSection(runs, labels) + testedSection(runs, labels);
 }
@@ -126,8 +91,8 @@ QString comparisonPage(const std::vector<Run>& runs, const QStringList& labels)
                   "<p class=\"warning\"><b>Not the same test.</b> The runs differ in %1; "
                   "differences in the figures may come from that.</p>")
                   .arg(html(unlike.join(QStringLiteral(", "))));
-    QString text = heading(QStringLiteral("%1 test runs").arg(runs.size()),
-                           QStringLiteral("Held against ") + isolated(labels.front())) +
+    QString text = pageHeading(QStringLiteral("%1 test runs").arg(runs.size()),
+                               QStringLiteral("Held against ") + isolated(labels.front())) +
                    warning + QStringLiteral("<section><h2>Differences</h2>") +
                    differenceTable(runs, labels) +
                    QStringLiteral("<details class=\"note\" open><summary>When a figure is marked"
@@ -199,8 +164,8 @@ QString batchPage(const std::vector<Run>& runs, const QStringList& labels, const
             .arg(QLatin1String(title), QLatin1String(description),
                  chartPlace(QLatin1String(id), QLatin1String(title), QLatin1String(description)));
     };
-    return heading(QStringLiteral("%1 test runs").arg(countText(all)),
-                   QStringLiteral("Worst first")) +
+    return pageHeading(QStringLiteral("%1 test runs").arg(countText(all)),
+                       QStringLiteral("Worst first")) +
            QStringLiteral("<dl class=\"tiles\">") + tile("good", "Passed", passed) +
            tile("bad", "Not passed", all - passed) + tile("", "Runs", all) +
            QStringLiteral("</dl>\n") + (by.isEmpty() ? QString() : groupTable(runs, by)) +
@@ -227,10 +192,10 @@ QString htmlPage(std::vector<Run> runs, const QString& by)
         sortWorstFirst(runs);
     const QStringList labels = runLabels(runs, by);
     if (runs.size() == 1)
-        return filled(labels.front() + QStringLiteral(" – PacketBrask"), onePage(runs, labels),
-                      overlayData(runs, labels));
+        return htmlDocument(labels.front() + QStringLiteral(" – PacketBrask"),
+                            onePage(runs, labels), overlayData(runs, labels));
     const QString title = QStringLiteral("%1 test runs – PacketBrask").arg(runs.size());
     if (runs.size() <= mostOverlaid)
-        return filled(title, comparisonPage(runs, labels), overlayData(runs, labels));
-    return filled(title, batchPage(runs, labels, by), batchData(runs, labels));
+        return htmlDocument(title, comparisonPage(runs, labels), overlayData(runs, labels));
+    return htmlDocument(title, batchPage(runs, labels, by), batchData(runs, labels));
 }

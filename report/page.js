@@ -56,7 +56,7 @@
         plugins: {
           legend: { display: legend, position: "bottom",
             labels: { usePointStyle: true, boxHeight: 7,
-            pointStyleWidth: datasets[0].showLine === false ? 8 : 24 } },
+            pointStyleWidth: datasets[0].pointStyle === "line" ? 24 : 8 } },
           tooltip: { callbacks: { title: () => "", label } },
         },
       },
@@ -158,8 +158,29 @@
     });
   };
 
+  const survey = found => {
+    const points = rows => rows.map(([x, y]) => ({ x, y }));
+    const bytes = value => number(value) + " bytes", share = value => number(value) + " %";
+    const tip = (title, text) => item => item.dataset.label + " at " + title(item.raw.x) + ": " + text(item.raw.y);
+    draw("surveyRate", [
+      { label: "without loss", tone: "run0", pointRadius: 3, data: points(found.withoutLoss) },
+      { label: found.partialLossText, tone: "run1", borderDash: [8, 3], pointRadius: 5, data: points(found.withPartialLoss) },
+      { label: "room on the line", tone: "quiet", borderDash: [2, 3], borderWidth: 1, data: points(found.capacity) },
+    ].map(set => ({ pointStyle: "circle", ...set })),
+    axis("Payload", bytes), { ...axis("Pings a second", number), beginAtZero: true, grace: "8%" }, true,
+    tip(bytes, value => digits(value) + "/s"));
+    draw("surveyLatency", found.loads.flatMap((size, index) => ["p50", "p99"].map((name, column) => ({
+      label: size.label + ", " + name, tone: "run" + index % 8, pointRadius: 3, borderWidth: column ? 1 : 2,
+      borderDash: column ? [3, 3] : [], pointStyle: "line",
+      data: size.points.map(row => ({ x: row[0], y: row[column + 1] })) }))),
+    { ...axis("Share of the rate without loss", share), min: 0, max: 100 },
+    logarithmic("Round trip", time, found.loads.flatMap(size => size.points.flatMap(row => row.slice(1)))), true,
+    tip(share, time));
+  };
+
   Chart.defaults.font.family = getComputedStyle(document.body).fontFamily;
   if (data.runs) overlay(data.runs);
+  else if (data.survey) survey(data.survey);
   else batch(data.batch);
   for (const note of document.querySelectorAll("details.note")) note.open = false;
   const recolour = () => charts.forEach(chart => { colourise(chart); chart.resize(); chart.update("none"); });

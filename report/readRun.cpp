@@ -2,16 +2,11 @@
 
 #include "report/FieldReader.h"
 
-#include <QFile>
-#include <QJsonDocument>
+#include <QJsonObject>
 
 #include <limits>
 
 namespace {
-
-constexpr int knownFormat = 2;
-/** An hour's report has less than a megabyte. */
-constexpr qint64 mostBytes = 64LL << 20;
 
 void readSettings(FieldReader from, RunSettings& settings)
 {
@@ -27,21 +22,6 @@ void readSettings(FieldReader from, RunSettings& settings)
     settings.maxLossPercent = from.number("maxLossPercent");
     settings.maxLatencyMs = from.figure("maxLatencyMs");
     settings.maxP99Ms = from.figure("maxP99Ms");
-}
-
-void readPlace(FieldReader& from, Run& run)
-{
-    FieldReader host = from.object("host");
-    run.hostName = host.textOrNull("name");
-    run.kernel = host.textOrNull("kernel");
-    run.machine = host.textOrNull("machine");
-    const QJsonObject tags = from.object("tags").all();
-    for (auto tag = tags.begin(); tag != tags.end(); ++tag)
-        run.tags.insert(tag.key(), tag->toString());
-    if (std::optional<FieldReader> adapter = from.objectOrNull("adapter"))
-        run.adapter = Adapter{adapter->textOrNull("driver"),    adapter->textOrNull("vendorId"),
-                              adapter->textOrNull("productId"), adapter->textOrNull("serialNumber"),
-                              adapter->textOrNull("product"),   adapter->figure("latencyTimerMs")};
 }
 
 void readCounts(FieldReader& from, Run& run)
@@ -126,41 +106,12 @@ void readVerdict(FieldReader& from, Run& run)
         run.reasons += reason.toString();
 }
 
-/** Why `report` is not for this program; empty when it is. */
-QString formatFault(const QJsonObject& report)
-{
-    if (report.value(u"program") != QStringLiteral("packetbrask-run"))
-        return QStringLiteral("it is no report of packetbrask-run");
-    const QJsonValue format = report.value(u"format");
-    if (format.isUndefined())
-        return QStringLiteral("it is a report of format 1, made by an older packetbrask-run; only "
-                              "format %1 can be read")
-            .arg(knownFormat);
-    if (format.toDouble() == knownFormat)
-        return {};
-    return QStringLiteral("its format %1 is not known, only format %2 can be read")
-        .arg(format.toVariant().toString())
-        .arg(knownFormat);
-}
-
 } // namespace
 
-ReadResult parseRun(const QByteArray& json, const QString& path)
+Run readRun(const QJsonObject& report, QString& fault)
 {
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(json, &error);
-    if (document.isNull())
-        return {{},
-                QStringLiteral("it is no JSON, or only a part of it: %1 at byte %2")
-                    .arg(error.errorString())
-                    .arg(error.offset)};
-    QString fault = formatFault(document.object());
-    if (!fault.isEmpty())
-        return {{}, fault};
-
-    FieldReader from(document.object(), {}, fault);
+    FieldReader from(report, {}, fault);
     Run run;
-    run.path = path;
     run.version = from.text("version");
     run.exactTiming = from.text("timing") == u"exact";
     run.start = from.time("start");
@@ -172,20 +123,5 @@ ReadResult parseRun(const QByteArray& json, const QString& path)
     readLatencies(from, run);
     readSeconds(from, run, fault);
     readVerdict(from, run);
-    if (!fault.isEmpty())
-        return {{}, fault};
-    return {run, {}};
-}
-
-ReadResult readRun(const QString& path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {{}, file.errorString()};
-    const QByteArray bytes = file.read(mostBytes + 1);
-    if (file.error() != QFileDevice::NoError)
-        return {{}, file.errorString()};
-    if (bytes.size() > mostBytes)
-        return {{}, QStringLiteral("it is too large for a report")};
-    return parseRun(bytes, path);
+    return run;
 }

@@ -2,18 +2,13 @@
 
 #include "report/Run.h"
 
-#include <QByteArray>
+#include <QJsonObject>
 
-/** A report that has been read, or in one line why not. */
-struct ReadResult
-{
-    std::optional<Run> run; ///< none: `fault` says why
-    QString fault;
-};
+/** The format of runs that readRun() understands. */
+inline constexpr int runFormat = 2;
 
-/** Reads the report `json`; `path` is only taken down. Members that it does not know are passed
- * over, one that is missing or of another kind is a fault. */
-ReadResult parseRun(const QByteArray& json, const QString& path);
-
-/** The same from a file. */
-ReadResult readRun(const QString& path);
+/**
+ * Takes the figures out of a report of a run. Members that it does not know are passed over; the
+ * first that is missing or of another kind is told in `fault`.
+ */
+Run readRun(const QJsonObject& report, QString& fault);

@@ -70,32 +70,6 @@ QString limitsText(const RunSettings& settings)
     return text;
 }
 
-QString adapterText(const Run& run)
-{
-    if (!run.adapter)
-        return {};
-    const Adapter& adapter = *run.adapter;
-    QStringList parts;
-    if (!adapter.product.isEmpty())
-        parts += adapter.product;
-    if (!adapter.vendorId.isEmpty())
-        parts += adapter.vendorId + u':' + adapter.productId;
-    if (!adapter.serialNumber.isEmpty())
-        parts += QStringLiteral("serial number %1").arg(adapter.serialNumber);
-    if (!adapter.driver.isEmpty())
-        parts += QStringLiteral("driver %1").arg(adapter.driver);
-    if (adapter.latencyTimerMs)
-        parts += QStringLiteral("latency timer %1 ms").arg(numberText(*adapter.latencyTimerMs, 0));
-    return parts.join(QStringLiteral(", "));
-}
-
-QString hostText(const Run& run)
-{
-    QStringList parts{run.hostName, run.kernel, run.machine};
-    parts.removeAll(QString());
-    return parts.join(QStringLiteral(", "));
-}
-
 QString errorCell(const Run& run, qint64 LineErrors::*count)
 {
     return run.lineErrors ? countText(*run.lineErrors.*count)
@@ -283,7 +257,7 @@ QString testedSection(const std::vector<Run>& runs, const QStringList& labels)
                        .arg(isolated(run.settings.port))
                        .arg(run.settings.baudRate);
                }},
-              {"Adapter", [](const Run& run) { return orDash(adapterText(run)); }}};
+              {"Adapter", [](const Run& run) { return orDash(run.adapterText()); }}};
     QSet<QString> names;
     for (const Run& run : runs)
         for (auto tag = run.tags.begin(); tag != run.tags.end(); ++tag)
@@ -294,7 +268,7 @@ QString testedSection(const std::vector<Run>& runs, const QStringList& labels)
         rows.emplace_back(QStringLiteral("Tag ") + tag,
                           [tag](const Run& run) { return orDash(run.tags.value(tag)); });
     rows.insert(rows.end(),
-                {{"Computer", [](const Run& run) { return orDash(hostText(run)); }},
+                {{"Computer", [](const Run& run) { return orDash(run.hostText()); }},
                  {"Settings", [](const Run& run) { return settingsText(run.settings); }},
                  {"Limits", [](const Run& run) { return limitsText(run.settings); }},
                  {"Pings a second, truly",

@@ -1,5 +1,6 @@
 #include "report/textReport.h"
 
+#include "report/TextTable.h"
 #include "report/batch.h"
 #include "report/comparison.h"
 #include "report/figureText.h"
@@ -9,35 +10,6 @@
 #include <algorithm>
 
 namespace {
-
-/** Columns as wide as they need to be; the first is aligned left, the others right. */
-class TextTable
-{
-public:
-    void addRow(const QStringList& cells)
-    {
-        widths.resize(std::max(widths.size(), cells.size()));
-        for (qsizetype i = 0; i < cells.size(); ++i)
-            widths[i] = std::max(widths[i], cells[i].size());
-        rows.push_back(cells);
-    }
-
-    QString text() const
-    {
-        QString lines;
-        for (const QStringList& cells : rows) {
-            QString line = cells.front().leftJustified(widths.front());
-            for (qsizetype i = 1; i < cells.size(); ++i)
-                line += QStringLiteral("  ") + cells[i].rightJustified(widths[i]);
-            lines += line + u'\n';
-        }
-        return lines;
-    }
-
-private:
-    std::vector<QStringList> rows;
-    QList<qsizetype> widths;
-};
 
 QString oneRun(const Run& run, const QString& label)
 {
@@ -139,14 +111,6 @@ QString batch(const std::vector<Run>& runs, const QStringList& labels)
 }
 
 } // namespace
-
-QString printable(const QString& text)
-{
-    QString safe;
-    for (const QChar character : text)
-        safe += character.isPrint() || character.isSurrogate() ? character : QChar(u'?');
-    return safe;
-}
 
 QString textReport(std::vector<Run> runs, const QString& by)
 {

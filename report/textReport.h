@@ -7,6 +7,3 @@
  * from reports cannot steer the terminal.
  */
 QString textReport(std::vector<Run> runs, const QString& by);
-
-/** `text` with everything that could steer a terminal made visible. */
-QString printable(const QString& text);

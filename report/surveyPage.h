@@ -1,0 +1,12 @@
+#pragma once
+
+#include "report/LinkSurvey.h"
+
+/** One HTML document on a survey, like htmlPage(). */
+QString surveyPage(const LinkSurvey& survey);
+
+/** What it is called: its tags, or without any its file. */
+QString surveyLabel(const LinkSurvey& survey);
+
+/** How much loss the second rate of `survey` may have: "at most 0.5 % loss". */
+QString partialLossText(const LinkSurvey& survey);
