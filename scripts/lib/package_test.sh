@@ -21,10 +21,11 @@ fail() { echo "FAILED: $*" >&2 && exit 1; }
 
 "${inside[@]}" packetbrask-run --version
 "${inside[@]}" packetbrask-module --help >/dev/null
-for program in packetbrask packetbrask-module packetbrask-run packetbrask-report; do
+for program in packetbrask packetbrask-module packetbrask-run packetbrask-survey packetbrask-report; do
     "${inside[@]}" test -s "/usr/share/man/man1/$program.1.gz" || fail "no manual page of $program"
 done
 "${inside[@]}" packetbrask-report --version
+"${inside[@]}" packetbrask-survey --version
 
 "${inside[@]}" sh -c 'cd /tmp && exec packetbrask' >"$system/tmp/window.log" 2>&1 &
 window=$!
