@@ -3,6 +3,7 @@
 #include "simulator/LineWriter.h"
 #include "simulator/ModuleThread.h"
 #include "simulator/Pty.h"
+#include "simulator/RateGate.h"
 #include "simulator/RequestParser.h"
 #include "simulator/moduleAnswers.h"
 #include "tests/support/RawLine.h"
@@ -208,6 +209,24 @@ private slots:
                 QCOMPARE(tool.upTo(frame(0x40, pingData(1))), QByteArray());
                 QVERIFY(earliest.hasExpired());
             }
+        }
+    }
+
+    void takesOnlySoMany()
+    {
+        // Pings a second taken and sent, how many come at a time, and how many of 5 s pass.
+        for (const auto& [taken, sent, atATime, passed] : {std::tuple(200, 200, 1, 1000),
+                                                           {200, 200, 8, 1000},
+                                                           {200, 201, 1, 1005},
+                                                           {200, 204, 1, 1008},
+                                                           {100, 1000, 1, 504},
+                                                           {1, 3, 1, 5},
+                                                           {0, 1000, 100, 5000}}) {
+            RateGate gate(taken);
+            int passes = 0;
+            for (qint64 ping = 0; ping < 5 * sent; ++ping)
+                passes += gate.passes(qint64(1e9) * (100 + ping / atATime * atATime) / sent);
+            QCOMPARE(passes, passed);
         }
     }
 
