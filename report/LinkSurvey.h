@@ -40,7 +40,8 @@ struct SurveySize
 {
     int sizeBytes = 0;
     bool complete = false;
-    double capacity = 0; ///< pings a second that the line has room for
+    bool hindered = false; ///< the computer may have been too busy for the rates found
+    double capacity = 0;   ///< pings a second that the line has room for
     std::optional<SurveyRate> withoutLoss{};
     std::optional<SurveyRate> withPartialLoss{};
     std::vector<SurveyLoad> loads{};

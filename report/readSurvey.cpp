@@ -21,6 +21,7 @@ SurveySize readSize(FieldReader from, QString& fault)
     SurveySize size;
     size.sizeBytes = from.integer("sizeBytes", 0, any);
     size.complete = from.flag("complete");
+    size.hindered = from.flag("hindered");
     size.capacity = from.number("capacityPacketsPerSecond");
     size.withoutLoss = readRate(from, "withoutLoss");
     size.withPartialLoss = readRate(from, "withPartialLoss");

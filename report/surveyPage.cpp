@@ -37,15 +37,21 @@ QString tiles(const LinkSurvey& survey)
 
 QString stateSection(const LinkSurvey& survey)
 {
+    QString hindered = hinderedText(survey);
+    if (!hindered.isEmpty())
+        hindered =
+            QStringLiteral("<section class=\"warning\"><b>Perhaps too low.</b> %1</section>\n")
+                .arg(html(hindered));
     if (survey.complete && survey.reasons.isEmpty())
-        return {};
+        return hindered;
     QString reasons;
     for (const QString& reason : survey.reasons)
         reasons += QStringLiteral("<li>") + isolated(reason) + QStringLiteral("</li>");
     return QStringLiteral("<section class=\"warning\"><b>%1</b><ul>%2</ul></section>\n")
-        .arg(survey.complete ? QStringLiteral("Not every size has a rate.")
-                             : QStringLiteral("Incomplete: the survey ended early."),
-             reasons);
+               .arg(survey.complete ? QStringLiteral("Not every size has a rate.")
+                                    : QStringLiteral("Incomplete: the survey ended early."),
+                    reasons) +
+           hindered;
 }
 
 QString rateTable(const LinkSurvey& survey)
@@ -170,6 +176,21 @@ QString surveyLabel(const LinkSurvey& survey)
         parts += tag.key() + u' ' + tag.value();
     return parts.isEmpty() ? QFileInfo(survey.path).completeBaseName()
                            : parts.join(QStringLiteral(", ")).left(60);
+}
+
+QString hinderedText(const LinkSurvey& survey)
+{
+    QStringList sizes;
+    for (const SurveySize& size : survey.sizes) {
+        if (size.hindered)
+            sizes += QString::number(size.sizeBytes);
+    }
+    if (sizes.isEmpty())
+        return {};
+    return QStringLiteral(
+               "With %1 bytes pings could not leave in time; when the computer was busy, "
+               "survey again.")
+        .arg(sizes.join(QStringLiteral(", ")));
 }
 
 QString partialLossText(const LinkSurvey& survey)

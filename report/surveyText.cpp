@@ -25,6 +25,8 @@ QString surveyText(const LinkSurvey& survey)
     text +=
         QStringLiteral("%1 at %2 bits/s, %3\n")
             .arg(printable(survey.port), QString::number(survey.baudRate), timeText(survey.start));
+    if (!hinderedText(survey).isEmpty())
+        text += hinderedText(survey) + u'\n';
     TextTable rates;
     rates.addRow({QStringLiteral("Payload"), QStringLiteral("room for"),
                   QStringLiteral("without loss"), partialLossText(survey)});

@@ -19,6 +19,13 @@ double framesPerSecond(int sizeBytes, int baudRate)
 
 } // namespace
 
+bool SizeResult::isHindered() const
+{
+    return std::any_of(trials.begin(), trials.end(), [](const Trial& trial) {
+        return trial.purpose != TrialPurpose::Load && trial.isHindered();
+    });
+}
+
 SizeSurvey::SizeSurvey(int sizeBytes, int baudRate, double partialLossPercent)
     : search(std::clamp(static_cast<int>(framesPerSecond(sizeBytes, baudRate)), 1, highestRate),
              partialLossPercent)

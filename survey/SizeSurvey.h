@@ -26,6 +26,8 @@ struct SizeResult
     std::vector<Trial> trials{};          ///< all of them, in their order
     bool complete = false;
 
+    /** Whether a trial that an answer rests on was hindered, so that the answer may be too low. */
+    bool isHindered() const;
     /** `rate` as a share of the capacity. */
     double sharePercent(int rate) const { return 100 * rate / capacity; }
 };

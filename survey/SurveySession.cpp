@@ -236,8 +236,7 @@ void SurveySession::afterTrial()
     const Trial trial = trialMade();
     const bool clean = trial.lost + trial.failed == 0;
     // More often than not that is the computer's fault, not the line's.
-    const bool isDoubtful = !trial.keptRate() && trial.unsent > trial.lost + trial.failed;
-    if (isDoubtful && repeats < mostRepeats && !endRequested) {
+    if (trial.isHindered() && repeats < mostRepeats && !endRequested) {
         ++repeats;
     } else {
         repeats = 0;
@@ -315,6 +314,10 @@ void SurveySession::end(ExitStatus status, const QString& reason)
     if (!reason.isEmpty())
         outcome.reasons += reason;
     for (const SizeResult& size : outcome.sizes) {
+        if (size.isHindered())
+            output.complain(QStringLiteral("with %1 bytes pings could not leave in time; when this "
+                                           "computer was busy, survey again")
+                                .arg(size.sizeBytes));
         if (size.lossless == 0)
             outcome.reasons += QStringLiteral("with %1 bytes not even 1 packet a second went "
                                               "without loss")

@@ -29,6 +29,8 @@ struct Trial
 
     /** Whether pings left at the rate asked for: all but one, or one of 100. */
     bool keptRate() const;
+    /** Not, and that explains more than the losses do: the computer may have been busy. */
+    bool isHindered() const { return !keptRate() && unsent > lost + failed; }
     /** Pings lost or failed of 100; 100 when there was none. */
     double lossPercent() const;
     /** Whether the link carries this rate and loses no more than so many of 100. */

@@ -85,6 +85,7 @@ QJsonObject sizeJson(const SizeResult& size)
     return {
         {"sizeBytes", size.sizeBytes},
         {"complete", size.complete},
+        {"hindered", size.isHindered()},
         {"capacityPacketsPerSecond", rounded(size.capacity, 3)},
         {"highestPacketsPerSecond", size.highestRate},
         {"withoutLoss", rateJson(size, size.lossless)},
