@@ -27,12 +27,12 @@ QString rateCell(const std::optional<SurveyRate>& rate)
 QString tiles(const LinkSurvey& survey)
 {
     QString text =
-        QStringLiteral("<p class=\"quiet\">Highest rate without loss by payload, and its "
+        QStringLiteral("<section><p class=\"quiet\">Highest rate without loss by payload, and its "
                        "share of what the line has room for</p><dl class=\"tiles\">");
     for (const SurveySize& size : survey.sizes)
         text += QStringLiteral("<div><dt>%1</dt><dd>%2</dd></div>")
                     .arg(sizeText(size), rateCell(size.withoutLoss));
-    return text + QStringLiteral("</dl>\n");
+    return text + QStringLiteral("</dl></section>\n");
 }
 
 QString stateSection(const LinkSurvey& survey)
