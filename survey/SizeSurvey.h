@@ -13,7 +13,7 @@ struct SizeResult
 {
     struct Load
     {
-        int percent; ///< one of loadPercents
+        int percent = 0; ///< one of loadPercents
         Trial trial;
     };
 
