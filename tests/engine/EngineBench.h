@@ -15,59 +15,52 @@
 /** What the engine tells an observer, a word a call; moments in ms since the run's begin. */
 struct Told : PingObserver
 {
-    QStringList calls;
+    QStringList calls; ///< of the last run
     qint64 startNs = 0;
     qint64 lastNs = 0; ///< moment of the last call
-    Sent lastSent{};
-    Echo lastEcho{};
+    qint64 lastDueNs = 0;
+    qint64 roundTripNs = 0; ///< of the last echo
 
-    void tell(const QString& what, qint64 atNs)
+    template <typename... Figures> void tell(qint64 ns, const char* what, Figures... figures)
     {
-        lastNs = atNs;
-        calls += QStringLiteral("%1 %2").arg(what).arg((atNs - startNs) / 1'000'000);
+        lastNs = ns;
+        calls +=
+            QString::asprintf(what, figures...) + ' ' + QString::number((ns - startNs) / 1'000'000);
     }
-    void runBegan(qint64 atNs) override
+    void tellEcho(const char* what, const Echo& echo)
     {
-        startNs = atNs;
-        tell("began", atNs);
+        roundTripNs = echo.roundTripNs;
+        tell(echo.readNs, "%s%llu(%lld%s)", what, echo.id, roundTripNs / 1'000'000,
+             echo.afterEnd ? " afterwards" : "");
+    }
+    void runBegan(qint64 ns) override
+    {
+        calls.clear();
+        startNs = ns;
     }
     void pingSent(const Sent& ping) override
     {
-        lastSent = ping;
-        tell(QStringLiteral("sent%1(%2)").arg(ping.id).arg(ping.sizeBytes), ping.startNs);
+        lastDueNs = ping.dueNs;
+        tell(ping.startNs, "sent%llu(%d)", ping.id, ping.sizeBytes);
     }
-    void sendFailed(quint64 id, int size, qint64 atNs) override
+    void sendFailed(quint64 id, int size, qint64 ns) override
     {
-        tell(QStringLiteral("failed%1(%2)").arg(id).arg(size), atNs);
+        tell(ns, "failed%llu(%d)", id, size);
     }
     void echoMatched(const Echo& echo) override { tellEcho("matched", echo); }
     void echoChanged(const Echo& echo) override { tellEcho("changed", echo); }
-    void tellEcho(const QString& what, const Echo& echo)
+    void pingGivenUp(quint64 id, qint64 ns, bool atEnd) override
     {
-        lastEcho = echo;
-        const qint64 tripMs = echo.roundTripNs / 1'000'000;
-        tell(QStringLiteral("%1%2(%3%4)")
-                 .arg(what)
-                 .arg(echo.id)
-                 .arg(tripMs)
-                 .arg(echo.afterEnd ? " afterwards" : ""),
-             echo.readNs);
+        tell(ns, "%s%llu", atEnd ? "lost" : "expired", id);
     }
-    void pingGivenUp(quint64 id, qint64 atNs, bool atEnd) override
-    {
-        tell(QStringLiteral("%1%2").arg(atEnd ? "lost" : "expired").arg(id), atNs);
-    }
-    void otherArrived(Other what, quint64 id, qint64 atNs) override
+    void otherArrived(Other what, quint64 id, qint64 ns) override
     {
         const char* names[] = {"late", "unknown", "short", "report", "packet"};
-        tell(QStringLiteral("%1%2").arg(names[int(what)]).arg(id), atNs);
+        tell(ns, "%s%llu", names[int(what)], id);
     }
-    void errorReplied(int code, qint64 atNs) override
-    {
-        tell(QStringLiteral("error%1").arg(code), atNs);
-    }
-    void sendingEnded(qint64 atNs) override { tell("stopped", atNs); }
-    void runEnded(qint64 atNs) override { tell("ended", atNs); }
+    void errorReplied(int code, qint64 ns) override { tell(ns, "error%d", code); }
+    void sendingEnded(qint64 ns) override { tell(ns, "stopped"); }
+    void runEnded(qint64 ns) override { tell(ns, "ended"); }
 };
 
 /** An engine whose every step the test takes itself, or lets happen by letting time pass. */
@@ -207,9 +200,10 @@ private:
     static bool isNow(const QByteArray& text)
     {
         const QDateTime now = QDateTime::currentDateTime();
-        int ago = 0;
-        while (ago < 6 && now.addSecs(-ago).toString("MM/dd/yy hh:mm:ss") != text)
-            ++ago;
-        return ago < 6;
+        for (int ago = 0; ago < 6; ++ago) {
+            if (now.addSecs(-ago).toString("MM/dd/yy hh:mm:ss") == text)
+                return true;
+        }
+        return false;
     }
 };
