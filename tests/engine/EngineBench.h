@@ -97,9 +97,6 @@ struct EngineBench
         on(&W::errorOccurred, [](Text error) { return "error: " + error; });
         on(&W::connectionChanged, [](bool is) { return is ? "connected" : "disconnected"; });
         on(&W::testCompleted, [] { return "completed"; });
-        on(&W::portsEnumerated, [](const QList<portInfo>& ports) {
-            return QStringLiteral("ports %1").arg(ports.size());
-        });
         on(&W::statisticsUpdated, [this](const TestStats& now) {
             stats = now;
             return QString::asprintf("statistics %llu/%llu/%llu %.1f%% %d %d..%d %llu",
@@ -160,10 +157,25 @@ struct EngineBench
     void answerAfter(const std::function<int(quint64 id)>& delayMs)
     {
         time->meanwhile = [this, delayMs] {
-            hear(delayMs);
-            for (auto due = replies.begin(); due != replies.end() && due.key() <= nowMs();
-                 due = replies.erase(due))
-                line.send(due.value());
+            const int sentMs = nowMs() - 1; // what comes now was sent a millisecond ago
+            parser.feed(line.take(0));
+            while (const auto request = parser.next(RequestParser::Line::Quiet)) {
+                const QByteArray text = request->data.mid(2);
+                if (request->command == 31)
+                    write(QStringLiteral("%1,%2 ")
+                                  .arg(int{request->data[0]})
+                                  .arg(int{request->data[1]}) +
+                              (isNow(text) ? "NOW" : text),
+                          sentMs);
+                if (request->command != 0)
+                    continue;
+                pingsMs += sentMs;
+                const auto id = qFromLittleEndian<quint64>(request->data.constData());
+                if (const int delay = delayMs(id))
+                    replies.insert(sentMs + delay, frame(0x40, request->data));
+            }
+            while (!replies.isEmpty() && replies.firstKey() <= nowMs())
+                line.send(replies.take(replies.firstKey()));
         };
     }
 
@@ -175,27 +187,6 @@ private:
         return std::make_unique<BraskTestWorker>(std::move(setup));
     }
 
-    /** Takes in what the engine has sent a millisecond ago. */
-    void hear(const std::function<int(quint64 id)>& delayMs)
-    {
-        const int sentMs = nowMs() - 1;
-        parser.feed(line.take(0));
-        while (const auto request = parser.next(RequestParser::Line::Quiet)) {
-            const QByteArray& data = request->data;
-            if (request->command == 31) {
-                write(QStringLiteral("%1,%2 ").arg(int{data[0]}).arg(int{data[1]}) +
-                          (isNow(data.mid(2)) ? "NOW" : data.mid(2)),
-                      sentMs);
-            } else if (request->command == 0) {
-                pingsMs += sentMs;
-                const int delay = delayMs(qFromLittleEndian<quint64>(data.constData()));
-                if (delay > 0)
-                    replies.insert(sentMs + delay, frame(0x40, data));
-            } else {
-                write("another request", sentMs);
-            }
-        }
-    }
     /** Whether a clock showed this at most five seconds ago. */
     static bool isNow(const QByteArray& text)
     {

@@ -27,7 +27,6 @@ private slots:
     {
         Bench bench;
         for (const auto& [port, rate, reason] : QList<std::tuple<QString, int, QString>>{
-                 {"", 0, "No port name specified"},
                  {"/nowhere/%1%2", 9600, "Failed to open port - may be in use or doesn't exist"},
                  {bench.line.path(), 57600, "Invalid baud rate"},
                  {"/dev/null", 9600, "Failed to configure port settings"}}) {
@@ -60,7 +59,6 @@ private slots:
         bench.worker.startTest({.timeoutMs = 5000});
         bench.port().closePort(); // behind the engine's back
         bench.worker.disconnectPort();
-        bench.worker.connectToPort(port, 9600);
         bench.port().openPort(port, 9600);
         bench.worker.disconnectPort();
         bench.worker.disconnectPort();
@@ -78,34 +76,9 @@ private slots:
                      "700 INFO: Test stopped. Sent: 0, Received: 0, Lost: 0, Success: 0.0%",
                      "700 completed",
                      "700 error: Failed to disconnect from port",
-                     "700 WARNING: Already connected. Disconnect first.",
                      "700 disconnected",
                      "700 INFO: Disconnected from port",
                  }));
-    }
-
-    void listsPorts()
-    {
-        Bench bench;
-        bench.worker.refreshPorts();
-        const QList<portInfo> ports = vnPortEnumerator().enumeratePorts();
-        QStringList expected{"INFO: Refreshing port list...",
-                             QStringLiteral("INFO: Found %1 ports").arg(ports.size())};
-        for (const portInfo& port : ports)
-            expected += "INFO: Port: " + port.portName + " - " + port.description;
-        QCOMPARE(bench.take(), expected << QStringLiteral("ports %1").arg(ports.size()));
-    }
-
-    void endsARunAndAConnectionWithItsLife()
-    {
-        Bench bench(8, 50);
-        bench.ping();
-        bench.held.reset();
-        QCOMPARE(bench.take().last(6),
-                 (QStringList{"TIMEOUT: Packet 0 lost (final timeout)",
-                              "statistics 1/0/1 0.0% 0 999999..0 0",
-                              "INFO: Test stopped. Sent: 1, Received: 0, Lost: 1, Success: 0.0%",
-                              "completed", "disconnected", "INFO: Disconnected from port"}));
     }
 
     void servesAnInstrument()
@@ -116,7 +89,6 @@ private slots:
         QCOMPARE(bench.line.take(0), QByteArray()); // nothing on its screen
         bench.time->due = 4711;
         bench.start({.minDataSize = 124, .maxDataSize = 124, .timeoutMs = 50});
-        QVERIFY(bench.port().descriptor() > 0);
         QCOMPARE(bench.time->descriptor, bench.port().descriptor());
         QByteArray echoes;
         for (int i = 0; i < 30; ++i)
@@ -140,23 +112,20 @@ private slots:
         for (const auto& [minimum, maximum, drawn] : QList<std::tuple<int, int, QSet<qsizetype>>>{
                  {5, 10, {8, 9, 10}}, {20, 22, {20, 21, 22}}, {124, 124, {124}}}) {
             bench.start({.minDataSize = minimum, .maxDataSize = maximum, .timeoutMs = 50});
-            std::array<QSet<char>, 124> fillers; // by position
-            std::array<int, 256> uses{};         // of each filler byte
             QSet<qsizetype> sizes;
-            for (int i = 0; i < 900; ++i) {
+            std::array<QSet<char>, 124> fillers; // by position
+            for (int i = 0; i < 6000; ++i) {
                 const QByteArray payload = bench.ping();
                 sizes += payload.size();
-                for (qsizetype at = 8; at < payload.size(); ++at) {
+                for (qsizetype at = 8; at < payload.size(); ++at)
                     fillers[size_t(at)] += payload[at];
-                    ++uses[uchar(payload[at])];
-                }
+                bench.time->skip(51);
+                bench.step("checkTimeouts");
             }
             bench.worker.stopTest();
             QCOMPARE(sizes, drawn);
             for (size_t at = 8; minimum == 124 && at < 124; ++at)
-                QVERIFY2(fillers[at].size() > 180, qPrintable(QString::number(at)));
-            // 408 times each, and ten standard deviations
-            QVERIFY(minimum < 124 || *std::min_element(uses.begin(), uses.end()) > 206);
+                QCOMPARE(fillers[at].size(), 256);
         }
     }
 
@@ -200,7 +169,6 @@ private slots:
             {bare(0xC3), {"ERROR: Device error response: 0xc3, error code: 0"}, "error0 0"},
             {bare(0xBF), {"INFO: Device report: 0xbf"}, "report0 0"},
             {bare(0x7F), {"WARNING: Received unexpected packet with command: 0x7f"}, "packet0 0"},
-            {bare(0x05), {"WARNING: Received unexpected packet with command: 0x05"}, "packet0 0"},
         };
         // clang-format on
         Bench bench(20, 50);
@@ -219,7 +187,7 @@ private slots:
                 QCOMPARE(bench.told.roundTripNs, bench.port().lastReadNs() - sentNs);
         }
         bench.worker.stopTest();
-        QVERIFY(bench.take().contains("statistics 13/2/11 15.4% 0 0..0 0"));
+        QVERIFY(bench.take().contains("statistics 12/2/10 16.7% 0 0..0 0"));
     }
 
     void runsToTheMillisecond()
@@ -284,100 +252,81 @@ private slots:
         Bench bench;
         bench.connectIt();
         bench.timed = true;
-        quint64 answered = 500;
-        bench.answerAfter([&](quint64 id) { return id < answered ? 2250 : 0; });
         QStringList expected{"2002 WARNING: Too many pending packets (1000), pausing send"};
-        for (; answered <= 501; ++answered) { // the first run ends in its pause
-            bench.start(
-                {.packetsPerSecond = 500, .minDataSize = 8, .maxDataSize = 8, .timeoutMs = 5000});
+        for (const int answered : {500, 501}) { // the first run ends in its pause
+            bench.answerAfter([=](quint64 id) { return int(id) < answered ? 2250 : 0; });
+            bench.start({500, 8, 8, 5000, 0});
             bench.time->pass(3400);
-            if (answered == 501)
-                expected += "3300 INFO: Resuming packet sending";
             QCOMPARE(bench.take().filter(QRegularExpression(" packet sending| pausing")), expected);
-            QCOMPARE(bench.pingsMs.size(), answered == 500 ? 1000 : 1049);
-            QCOMPARE(bench.pingsMs[999], 2000);
+            expected += "3300 INFO: Resuming packet sending";
+            QCOMPARE(bench.pingsMs.mid(999, 2), QList({2000, 3302}).first(answered - 499));
             bench.worker.stopTest();
             bench.take();
             bench.step("sendNextPacket"); // no run, nothing to send or to resume
             bench.step("checkTimeouts");
             QCOMPARE(bench.take(), QStringList());
         }
-        QCOMPARE(bench.pingsMs[1000], 3302);
     }
 
     void waitsForTheLastEchoesAndStartsAnew()
     {
-        // Time-out, and how long the wait is.
-        for (const auto& [timeoutMs, waitMs] : {std::pair(123, 750), {5000, 10500}}) {
-            Bench bench(20, timeoutMs);
-            const QByteArray first = bench.ping();
-            const QByteArray second = bench.ping();
-            bench.take();
-            int waitedMs = 0;
-            bench.time->meanwhile = [&, wait = waitMs] {
-                if (++waitedMs == wait)
-                    bench.line.send(echo(first));
-            };
-            bench.worker.stopTest();
-            QCOMPARE(waitedMs, waitMs);
-            QCOMPARE(
-                bench.take().mid(1, 3),
-                (QStringList{QStringLiteral("SUCCESS: Packet 0: %1ms").arg(waitMs),
-                             "TIMEOUT: Packet 1 lost (final timeout)",
-                             QStringLiteral("statistics 2/1/1 50.0% %1 %1..%1 %1").arg(waitMs)}));
-            QCOMPARE(bench.told.calls.mid(2, 3).join(", "),
-                     QStringLiteral("stopped 0, matched0(%1 afterwards) %1, lost1 %1").arg(waitMs));
-            bench.line.send(echo(second) + frame(0x81));
-            bench.worker.stopTest();
-            bench.start({.minDataSize = 20, .maxDataSize = 20});
-            QCOMPARE(bench.take(),
-                     (QStringList{"INFO: Test started",
-                                  "WARNING: Received reply for unknown sequence ID: 1",
-                                  "INFO: Device report: 0x81"}));
-            bench.answer(echo(bench.ping()));
-            QCOMPARE(bench.take().value(1), "SUCCESS: Packet 0: 0ms");
-        }
+        Bench bench(20, 5000);
+        const QByteArray first = bench.ping();
+        const QByteArray second = bench.ping();
+        bench.take();
+        int waitedMs = 0;
+        bench.time->meanwhile = [&] {
+            if (++waitedMs == 10'500)
+                bench.line.send(echo(first));
+        };
+        bench.worker.stopTest();
+        QCOMPARE(waitedMs, 10'500);
+        QCOMPARE(
+            bench.take().mid(1, 3),
+            (QStringList{"SUCCESS: Packet 0: 10500ms", "TIMEOUT: Packet 1 lost (final timeout)",
+                         "statistics 2/1/1 50.0% 10500 10500..10500 10500"}));
+        QCOMPARE(bench.told.calls.mid(2, 3).join(", "),
+                 "stopped 0, matched0(10500 afterwards) 10500, lost1 10500");
+        bench.line.send(echo(second) + frame(0x81));
+        bench.worker.stopTest();
+        bench.start({.minDataSize = 20, .maxDataSize = 20});
+        QCOMPARE(bench.take(), (QStringList{"INFO: Test started",
+                                            "WARNING: Received reply for unknown sequence ID: 1",
+                                            "INFO: Device report: 0x81"}));
     }
 
     void reportsPingsAndGivesUpLateOnes()
     {
-        for (const int timeoutMs : {50, 5000}) {
-            Bench bench(10, timeoutMs);
-            QList<QByteArray> payloads;
-            QStringList sent, echoed, givenUp;
-            for (quint64 id = 0; id <= 300; ++id) {
-                payloads += bench.ping();
-                QCOMPARE(qFromLittleEndian<quint64>(payloads.last().constData()), id);
-                if (id >= 10 && id % 100 != 0)
-                    continue;
-                sent += QStringLiteral("INFO: Sent packet %1 (10 bytes)").arg(id);
-                if (id % 3 == 0)
-                    echoed += QStringLiteral("SUCCESS: Packet %1: 3ms").arg(id);
-                else
-                    givenUp += QStringLiteral("TIMEOUT: Packet %1 timeout after %2ms")
-                                   .arg(id)
-                                   .arg(timeoutMs);
-            }
-            QCOMPARE(bench.take(), sent);
-            bench.time->skip(3);
-            for (int id = 0; id <= 300; id += 3)
-                bench.answer(echo(payloads[id]));
-            QCOMPARE(bench.take(), echoed);
-            bench.time->skip(timeoutMs - 3);
-            bench.ping();
-            bench.step("checkTimeouts");
-            QCOMPARE(bench.take(), QStringList());
-            bench.time->skip(1);
-            bench.step("checkTimeouts");
-            QCOMPARE(bench.take(), givenUp);
-            bench.step("checkTimeouts");
-            bench.answer(echo(payloads[11]));
-            QCOMPARE(bench.take(),
-                     QStringList{"WARNING: Received reply for unknown sequence ID: 11"});
-            bench.worker.stopTest(); // one ping is younger
-            QVERIFY(bench.take().contains(
-                "INFO: Test stopped. Sent: 302, Received: 101, Lost: 201, Success: 33.4%"));
+        Bench bench(10, 5000);
+        QList<QByteArray> payloads;
+        QStringList sent, echoed, givenUp;
+        for (quint64 id = 0; id <= 300; ++id) {
+            payloads += bench.ping();
+            QCOMPARE(qFromLittleEndian<quint64>(payloads.last().constData()), id);
+            if (id >= 10 && id % 100 != 0)
+                continue;
+            sent += QStringLiteral("INFO: Sent packet %1 (10 bytes)").arg(id);
+            if (id % 3 == 0)
+                echoed += QStringLiteral("SUCCESS: Packet %1: 3ms").arg(id);
+            else
+                givenUp += QStringLiteral("TIMEOUT: Packet %1 timeout after 5000ms").arg(id);
         }
+        QCOMPARE(bench.take(), sent);
+        bench.time->skip(3);
+        for (int id = 0; id <= 300; id += 3)
+            bench.answer(echo(payloads[id]));
+        QCOMPARE(bench.take(), echoed);
+        bench.time->skip(4997);
+        bench.ping();
+        bench.step("checkTimeouts");
+        QCOMPARE(bench.take(), QStringList());
+        bench.time->skip(1);
+        bench.step("checkTimeouts");
+        bench.step("checkTimeouts"); // has nothing left to give up
+        QCOMPARE(bench.take(), givenUp);
+        bench.worker.stopTest(); // one ping is younger
+        QVERIFY(bench.take().contains(
+            "INFO: Test stopped. Sent: 302, Received: 101, Lost: 201, Success: 33.4%"));
     }
 
     void writesTheModulesScreen()
@@ -406,7 +355,6 @@ private slots:
         // Type, message and the row behind its time.
         // clang-format off
         const QList<std::array<const char*, 3>> cases{
-            {"INFO", "Test started", ",INFO,,,Test started"},
             {"INFO", "Sent packet 3 (77 bytes)", "3,INFO,77,,Sent packet 3 (77 bytes)"},
             {"SUCCESS", "Packet 4: -3ms", "4,SUCCESS,,-3,Packet 4: -3ms"},
             {"TIMEOUT", "Packet 5 timeout after 500ms", "5,TIMEOUT,,,Packet 5 timeout after 500ms"},
