@@ -51,6 +51,7 @@ const QList<Setting> settings{{"drop", &F::drop},
                               {"split", &F::split},
                               {"delay", &F::delayMs, 1},
                               {"jitter", &F::jitterMs, 1},
+                              {"drop-above", &F::dropAbove, 1},
                               {"baud", &F::baudRate, 1},
                               {"unplug-after", &F::unplugAfterMs, 0.001, 1000},
                               {"stall-after", &F::stallAfterMs, 0.001, 1000}};
@@ -64,7 +65,7 @@ QByteArray picture(const QByteArrayList& rows, const QMap<QByteArray, int>& coun
         const QByteArray name = moduleCountFields.at(i).name;
         lines += name.leftJustified(14) + ' ' +
                  QByteArray::number(counts.value(name)).leftJustified(10) +
-                 (i % 3 == 2 ? "\n" : "");
+                 (i % 3 == 2 || i + 1 == moduleCountFields.size() ? "\n" : "");
     }
     return lines;
 }
@@ -213,7 +214,7 @@ private slots:
             QCOMPARE(QFile::symLinkTarget(link), other);
             rows[3] = QByteArray(17, ' ') + ".~.";
             drawn += terminal.take(0);
-            QVERIFY(drawn.endsWith("\033[12A" + picture(rows, counts) + "\033[?25h"));
+            QVERIFY(drawn.endsWith("\033[13A" + picture(rows, counts) + "\033[?25h"));
 
             QFile summary(folder.filePath("sum"));
             QVERIFY(summary.open(QIODevice::ReadOnly));

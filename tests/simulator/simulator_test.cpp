@@ -190,7 +190,7 @@ private slots:
         QCOMPARE(ping.fate() + ping.extras(), "unanswered");
         for (const ModuleCountField& field : moduleCountFields)
             ping.what.*field.value = 1;
-        QCOMPARE(ping.fate(), "intact+errorReply+truncated+altered+corrupted+dropped+overrun");
+        QCOMPARE(ping.fate(), "intact+errorReply+truncated+altered+corrupted+dropped+tooFast+overrun");
         QCOMPARE(ping.extras(), "garbage+report+split+duplicated");
     }
 
