@@ -1,37 +1,13 @@
 #include "tests/link/SystemHand.h"
 
-#include <cerrno>
-
-namespace {
-
-SystemHand* present = nullptr; // NOLINT(*-non-const-global-variables): where the linker leads
-
-} // namespace
-
-SystemHand::SystemHand()
-{
-    present = this;
-}
-
-SystemHand::~SystemHand()
-{
-    present = nullptr;
-}
-
-int failure(int code)
-{
-    errno = code;
-    return -1;
-}
-
 // NOLINTBEGIN(*-macro-*): a name as an identifier and as a symbol
 #define LED_HERE(result, name, parameters, arguments)                                              \
     extern "C" result asked_##name parameters asm("__wrap_" #name);                                \
     extern "C" result system_##name parameters asm("__real_" #name);                               \
     result asked_##name parameters                                                                 \
     {                                                                                              \
-        return present != nullptr && present->name ? present->name arguments                       \
-                                                   : system_##name arguments;                      \
+        const SystemHand* hand = SystemHand::present;                                              \
+        return hand != nullptr && hand->name ? hand->name arguments : system_##name arguments;     \
     }
 
 LED_HERE(int, open, (const char* path, int flags, mode_t mode), (path, flags, mode))

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cerrno>
 #include <functional>
 
 #include <poll.h>
@@ -16,8 +17,8 @@
  */
 struct SystemHand
 {
-    SystemHand();
-    ~SystemHand();
+    SystemHand() { present = this; }
+    ~SystemHand() { present = nullptr; }
     SystemHand(const SystemHand&) = delete;
     SystemHand& operator=(const SystemHand&) = delete;
 
@@ -31,7 +32,13 @@ struct SystemHand
     std::function<int(int fd, termios* settings)> tcgetattr;
     std::function<int(int fd, int when, const termios* settings)> tcsetattr;
     std::function<int(int fd, int queue)> tcflush;
+
+    inline static SystemHand* present = nullptr; // NOLINT(*-non-const-global-variables)
 };
 
-/** A failed call: sets `errno`. */
-int failure(int code);
+/** A failed call. */
+inline int failure(int code)
+{
+    errno = code;
+    return -1;
+}

@@ -5,13 +5,10 @@
 #include "tests/support/processes.h"
 
 #include <QElapsedTimer>
-#include <QRegularExpression>
-#include <QTemporaryFile>
 #include <QTest>
 
 #include <csignal>
 #include <cstring>
-#include <memory>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -80,11 +77,6 @@ private slots:
     /** From all off and from all on; a pseudo-terminal would keep some settings as they are. */
     void setsTheLine()
     {
-        QFile document(PROTOCOL);
-        QVERIFY(document.open(QIODevice::ReadOnly));
-        const QString text = QString(document.readAll()).section("bits per second", 0, 0);
-        static const QRegularExpression other("\\D+");
-        const QStringList documented = text.split(other, Qt::SkipEmptyParts);
         const RawLine line;
         Serial port(nullptr, line.path(), 0);
         termios before = {};
@@ -97,18 +89,15 @@ private slots:
         };
         constexpr tcflag_t rateBits = CBAUD | CIBAUD;
         constexpr tcflag_t inputRateBit = 0x80000000; // the C library's own
+        const Rows<int, speed_t> rows{{1200, B1200},   {1800, B1800},    {2400, B2400},
+                                      {4800, B4800},   {9600, B9600},    {19200, B19200},
+                                      {38400, B38400}, {115200, B115200}};
+        for (const int rate : {300, 600, 57600, 230400})
+            QVERIFY(!port.openPort({}, rate));
         for (const bool on : {false, true}) {
             std::memset(&before, on ? 0xFF : 0, sizeof before);
-            qsizetype opened = 0;
-            const Rows<int, speed_t> rows{{300, B300},     {600, B600},      {1200, B1200},
-                                          {1800, B1800},   {2400, B2400},    {4800, B4800},
-                                          {9600, B9600},   {19200, B19200},  {38400, B38400},
-                                          {57600, B57600}, {115200, B115200}};
             for (const auto& [rate, speed] : rows) {
-                QCOMPARE(port.openPort({}, rate), documented.contains(QString::number(rate)));
-                if (!port.isOpen())
-                    continue;
-                ++opened;
+                QVERIFY(port.openPort({}, rate));
                 QVERIFY(cfgetospeed(&after) == speed && cfgetispeed(&after) == speed);
                 QCOMPARE(after.c_iflag & ~inputRateBit, on ? 0x7FFFC004 : tcflag_t{IGNPAR});
                 QCOMPARE(after.c_oflag, on ? 0xFFFF0000 : tcflag_t{0});
@@ -117,15 +106,12 @@ private slots:
                 QCOMPARE(after.c_lflag, on ? 0xFFFF2FF4 : tcflag_t{NOFLSH});
                 QVERIFY(std::equal(std::begin(after.c_cc), std::end(after.c_cc), before.c_cc));
             }
-            QCOMPARE(opened, documented.size());
         }
     }
 
     void opensOrSaysWhyNot()
     {
         const RawLine line;
-        QTemporaryFile file;
-        QVERIFY(file.open());
         int flags = 0;
         int trouble = 0;
         SystemHand hand;
@@ -135,43 +121,33 @@ private slots:
         };
         hand.tcsetattr = [&](auto...) { return trouble == EIO ? failure(EIO) : 0; };
         const auto use = processUse();
-        auto port = std::make_unique<Serial>(nullptr, QString(), 0);
+        Serial port(nullptr, QString(), 0);
         const Rows<QString, int, int, int> rows{
             {"", 0, 0, Serial::NoPortName},
             {line.path(), 0, 0, Serial::InvalidBaudRate},
             {"", 57600, 0, Serial::InvalidBaudRate},
-            {"", 0, 0, Serial::InvalidBaudRate},
-            {"", 115200, 0, Serial::NoError},
-            {"/nowhere", 0, 0, Serial::OpenFailed},
-            {"", 9600, 0, Serial::OpenFailed},
-            {file.fileName(), 0, 0, Serial::ConfigureFailed},
+            {"/nowhere", 115200, 0, Serial::OpenFailed},
+            {"", 0, 0, Serial::OpenFailed},
+            {"/dev/null", 0, 0, Serial::ConfigureFailed},
             {line.path(), 0, ENOLCK, Serial::NoError}, // it knows no locks
             {"", 0, EWOULDBLOCK, Serial::OpenFailed},
             {"", 0, EIO, Serial::ConfigureFailed},
-            {"", 1200, 0, Serial::NoError}};
+            {"", 1200, 0, Serial::NoError},
+            {"", 0, 0, Serial::NoError}};
         for (const auto& [path, rate, code, error] : rows) {
             trouble = code;
-            QCOMPARE(port->openPort(path, rate), error == Serial::NoError);
-            QCOMPARE(port->lastError(), error);
-            QVERIFY(port->isOpen() == !error && (port->descriptor() != 0) == !error);
+            QCOMPARE(port.openPort(path, rate), error == Serial::NoError);
+            QCOMPARE(port.lastError(), error);
+            QVERIFY(port.isOpen() == !error && (port.descriptor() != 0) == !error);
             QCOMPARE(processUse().first, use.first + !error);
         }
         QCOMPARE(flags, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-        QCOMPARE(fcntl(port->descriptor(), F_GETFL) & (O_NONBLOCK | O_ACCMODE), O_RDWR);
-        for (int i = 0; i < 100; ++i)
-            QVERIFY(port->openPort({}, 0));
-        QCOMPARE(processUse().first, use.first + 1);
-        QVERIFY(port->closePort() && !port->closePort() && !port->isOpen());
-        QVERIFY(readChunk(*port) == -1 && port->lastError() == Serial::OpenFailed);
-        QVERIFY(port->openPort({}, 0) && port->closePort() && port->lastError() == Serial::NoError);
-        QVERIFY(!writeFrame(*port) && port->lastError() == Serial::OpenFailed);
-
-        const int input = dup(0);
-        ::close(0); // so that the device gets this number
-        QVERIFY(!port->openPort({}, 0) && port->lastError() == Serial::OpenFailed);
-        QCOMPARE(fcntl(0, F_GETFD), -1);
-        QVERIFY(dup2(input, 0) == 0 && ::close(input) == 0 && port->openPort({}, 0));
-        port.reset();
+        QCOMPARE(fcntl(port.descriptor(), F_GETFL) & (O_NONBLOCK | O_ACCMODE), O_RDWR);
+        QVERIFY(port.closePort() && !port.closePort());
+        QVERIFY(readChunk(port) == -1 && port.lastError() == Serial::OpenFailed);
+        QVERIFY(port.openPort({}, 0) && port.closePort());
+        QVERIFY(!writeFrame(port) && port.lastError() == Serial::OpenFailed);
+        QVERIFY(Serial(nullptr, line.path(), 9600).openPort({}, 0));
         QCOMPARE(processUse(), use);
     }
 
@@ -184,9 +160,7 @@ private slots:
         const Rows<QList<int>, QByteArray, int> rows{
             {{1, 77}, "4wait write ", 1},
             {{1, 76}, "4wait write ", 0},
-            {{1, -EINTR}, "4wait write ", 0},
             {{-EINTR, -EINTR, 1, 77}, "4wait 4wait 4wait write ", 1},
-            {{-EBADF}, "4wait ", 0},
             {{0}, "4wait ", 0}, // the line is stuck
             {{0}, "4look ", 0},
             {{1, 77}, "4look write ", 1},
@@ -194,9 +168,7 @@ private slots:
             {{-EIO}, "4look ", 0},
             {{0}, "4wait ", 0},
             {{}, "", 1}, // opened again
-            {{1, 77}, "4wait write ", 1},
             {{1, -EIO}, "4wait write ", 0},
-            {{0}, "3look ", 0},
             {{1, 5}, "3look read ", 5},
             {{1, -EIO}, "3look read ", 0},
             {{1, 0}, "3look read ", 0}, // the device went away
@@ -222,80 +194,55 @@ private slots:
     /** What is left to send, what a flush leaves of it, and what is asked of the system. */
     void closesInBoundedTime()
     {
-        QCOMPARE(Serial::closeWaitMs(1200), 2673);
-        QCOMPARE(Serial::closeWaitMs(115200), 1512);
-        SystemHand hand;
-        int descriptor = 77;
         constexpr int forEver = 1000;
         const int number = SIGRTMAX - 2;
+        int descriptor = 77;
         int unsent = 0;
         QByteArray calls;
+        SystemHand hand;
         hand.ioctl = [&](int fd, unsigned long request, void* count) {
             *static_cast<int*>(count) = std::abs(unsent);
+            unsent -= unsent > 0 && unsent < forEver;
             return fd == descriptor && request == TIOCOUTQ && unsent >= 0 ? 0 : failure(EIO);
         };
-        const auto sleep = [](int ms) {
-            const timespec time = {.tv_sec = ms / 1000, .tv_nsec = ms % 1000 * 1'000'000L};
-            return ::ppoll(nullptr, 0, &time, nullptr);
+        hand.close = [&](int fd) {
+            calls += fd == 77 ? "close " : "?";
+            for (int i = 0; i < 2 && unsent == forEver; ++i)
+                calls += ::usleep(900'000) < 0 ? "cut " : "?";
+            return 0;
         };
-        hand.poll = [&](auto, nfds_t count, int timeoutMs) {
-            unsent -= unsent < forEver;
-            calls += calls.endsWith("wait ") && unsent == forEver ? "" : count == 0 ? "wait " : "?";
-            return timeoutMs > 0 ? sleep(timeoutMs) : 0;
-        };
-        struct sigaction before = {};
-        before.sa_handler = [](int) {};
-        struct sigaction after = {};
-        sigaction(number, &before, nullptr);
-        sigset_t mask = {};
         const Rows<int, int, QByteArray> rows{{0, 0, "close "},
                                               {-1, 0, "close "}, // the driver does not tell
-                                              {2, 0, "wait wait close "},
-                                              {forEver, 0, "wait flush close "},
-                                              {forEver, forEver, "wait flush close cut cut "}};
+                                              {2, 0, "close "},
+                                              {forEver, 0, "flush close "},
+                                              {forEver, forEver, "flush close cut cut "}};
+        QElapsedTimer clock;
         for (const auto& [left, flushed, asked] : rows) {
             hand.tcflush = [&, rest = flushed](int fd, int queue) {
-                calls += fd == 77 && queue == TCOFLUSH ? "flush " : "?";
+                calls += fd == descriptor && queue == TCOFLUSH ? "flush " : "?";
                 return unsent = rest, 0;
             };
-            hand.close = [&](int fd) {
-                calls += fd == 77 ? "close " : "?";
-                sigaction(number, nullptr, &after);
-                const bool isReplaced = after.sa_handler != before.sa_handler;
-                for (int i = 0; i < 2 && unsent == forEver; ++i)
-                    calls += sleep(2000) < 0 && isReplaced ? "cut " : "?";
-                return 0;
-            };
-            for (const int how : {SIG_BLOCK, SIG_UNBLOCK}) {
-                calls.clear();
-                unsent = left;
-                sigaddset(&mask, number);
-                pthread_sigmask(how, &mask, nullptr);
-                QElapsedTimer clock;
-                clock.start();
-                closeWithin(77, left < forEver ? 60'000 : 21);
-                QVERIFY(left < forEver || clock.elapsed() >= 21);
-                QCOMPARE(calls, asked);
-                sigaction(number, nullptr, &after);
-                pthread_sigmask(SIG_BLOCK, nullptr, &mask);
-                QVERIFY(after.sa_handler == before.sa_handler);
-                QCOMPARE(sigismember(&mask, number), int(how == SIG_BLOCK));
-            }
-            QCOMPARE(sleep(12), 0); // no signal comes any more
+            calls.clear();
+            unsent = left;
+            clock.start();
+            closeWithin(77, left < forEver ? 60'000 : 21);
+            QVERIFY(left < forEver || clock.elapsed() >= 21);
+            QCOMPARE(calls, asked);
+            QCOMPARE(::usleep(12'000), 0); // no signal comes any more
+            struct sigaction after = {};
+            sigaction(number, nullptr, &after);
+            QVERIFY(after.sa_handler == SIG_DFL);
         }
-
+        hand.close = nullptr;
+        hand.tcflush = nullptr;
         const RawLine line;
         Serial port(nullptr, line.path(), 115200);
-        hand.close = nullptr;
-        hand.poll = nullptr;
-        hand.tcflush = [&](auto...) { return unsent = 0; };
         QVERIFY(port.openPort({}, 0));
         descriptor = port.descriptor();
         unsent = forEver;
-        QElapsedTimer clock;
         clock.start();
-        QVERIFY(port.closePort());
-        QVERIFY(clock.elapsed() >= 1512 && clock.elapsed() < Serial::closeWaitMs(1200));
+        QVERIFY(port.closePort() && clock.elapsed() >= 1512 && clock.elapsed() < 2673);
+        QVERIFY(Serial::closeWaitMs(115200) == 1512 && Serial::closeWaitMs(1200) == 2673);
     }
 };
 
