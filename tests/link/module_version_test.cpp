@@ -2,15 +2,12 @@
 
 #include <QTest>
 
-namespace {
-
-QList<int> fieldsOf(const ModuleVersion& v)
+/** Valid, model, versions A and B, family flag, most data bytes. */
+static QList<int> fieldsOf(const ModuleVersion& v)
 {
     return {v.valid,         v.model,         v.versionAMajor, v.versionAMinor,
             v.versionBMajor, v.versionBMinor, v.familyFlag,    v.maxDataLength()};
 }
-
-} // namespace
 
 class ModuleVersionTest : public QObject
 {

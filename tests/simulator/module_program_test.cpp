@@ -120,25 +120,14 @@ private slots:
 
     void refusesOptions()
     {
-        const QStringList refused{"--report=nan",
-                                  "--alter=",
-                                  "--jitter=1.5",
-                                  "--seed=-1",
-                                  "--seed=18446744073709551616",
-                                  "--link=",
-                                  "--summary=",
-                                  "--ledger=",
-                                  "--stall-after=soon",
-                                  "--drop",
-                                  "--nothing",
-                                  "pty"};
-        for (const QString& argument : refused) {
+        const QString refused = "--report=nan --alter= --jitter=1.5 --seed=-1 --link= --summary= "
+                                "--ledger= --seed=18446744073709551616 --stall-after=soon --drop "
+                                "--nothing pty";
+        for (const QString& argument : refused.split(' ')) {
             const QString message = parse(argument).message;
             QVERIFY(message.contains(argument.section('=', 0, 0).remove("--")));
             QVERIFY(parse(argument).outcome == ModuleOptions::Outcome::Error);
         }
-        const ModuleOptions two = parseModuleOptions({"", "--drop=2", "--split=2"});
-        QVERIFY(two.message.contains("drop") && !two.message.contains("split"));
     }
 
     void endsWithAStatus()
@@ -147,8 +136,6 @@ private slots:
         for (const auto& [arguments, status, says] :
              std::initializer_list<std::tuple<QString, int, const char*>>{
                  {"--help >&2", 0, "--stall-after"},
-                 {"--drop=2", 2, "drop"},
-                 {"--link=/", 2, "--link: \"/\""},
                  {"--link=none/line", 1, "--link: cannot"},
                  {"--link=zero", 2, "--link: \"zero\""},
                  {"--link=stale --unplug-after=0", 0, ""},
