@@ -1,4 +1,3 @@
-#include "link/RingBuffer.h"
 #include "link/vnPacketComs.h"
 #include "link/vnSerialComs.h"
 #include "tests/support/RawLine.h"
@@ -158,19 +157,6 @@ private slots:
             QVERIFY(link.coms.receivePacket(packet) != sparesLine);
             QVERIFY(link.coms.receivePacket(packet) == sparesLine);
         }
-    }
-
-    void queuesBytes()
-    {
-        RingBuffer* ring = RingBuffer::create(5);
-        uint8_t byte = 99;
-        QVERIFY(!ring->pop(byte) && !ring->peek(0, byte) && !ring->discard(1) && byte == 99);
-        for (uint8_t i = 0; i < 5; ++i)
-            QVERIFY(ring->count() == i && ring->push(i));
-        QVERIFY(!ring->push(7) && !ring->discard(6) && ring->pop(byte) && byte == 0);
-        QVERIFY(ring->push(5) && ring->peek(4, byte) && byte == 5);
-        RingBuffer::destroy(ring);
-        RingBuffer::destroy(nullptr);
     }
 
     void namesCodes()
