@@ -1,60 +1,69 @@
+#include "simulator/ModuleThread.h"
 #include "tests/support/WindowBench.h"
+#include "tests/support/processes.h"
 
-#include "engine/TestStats.h"
+#include <csignal>
 
-#include <QApplication>
-#include <QDateTime>
-#include <QFileDialog>
-#include <QLineEdit>
-#include <QMenu>
-#include <QMenuBar>
-#include <QScopeGuard>
-#include <QScrollBar>
-#include <QTest>
-#include <QTextCursor>
-#include <QTimer>
+#include <sys/resource.h>
 
 namespace {
 
-QString allFigures(const WindowBench& bench)
+/** No file of this process grows past `bytes` any more, as on a full disk. */
+void leaveRoomOnTheDisk(rlim_t bytes)
 {
-    QString texts;
-    for (const char* caption : {"Packets Sent:", "Packets Received:", "Packets Lost:",
-                                "Success Rate:", "Avg Latency:", "Min Latency:", "Max Latency:"})
-        texts += bench.figure(caption) + '|';
-    return texts.chopped(1);
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit room{};
+    getrlimit(RLIMIT_FSIZE, &room);
+    room.rlim_cur = std::min(bytes, room.rlim_max);
+    setrlimit(RLIMIT_FSIZE, &room);
+}
+
+/** A time that was told since `before`. */
+bool isNew(const QDateTime& time, const QDateTime& before)
+{
+    return time > before && time <= QDateTime::currentDateTime();
 }
 
 } // namespace
 
-/** What the window tells: figures and log. */
+/** Figures, log and event file. Where no module is needed, no run ever reaches the engine. */
 class LogTest : public QObject
 {
     Q_OBJECT
 
 private slots:
+    static void cleanup()
+    {
+        QApplication::setPalette({});
+        leaveRoomOnTheDisk(RLIM_INFINITY);
+    }
+
     void showsFigures()
     {
         const WindowBench bench;
-        QCOMPARE(allFigures(bench), "0|0|0 (0.0%)|0.0%|0 ms|- ms|- ms");
+        const auto figures = [&] {
+            QStringList texts;
+            for (const char* caption :
+                 {"Packets Sent:", "Packets Received:", "Packets Lost:", "Success Rate:",
+                  "Avg Latency:", "Min Latency:", "Max Latency:"})
+                texts += bench.figure(caption);
+            return texts.join('|');
+        };
+        QCOMPARE(figures(), "0|0|0 (0.0%)|0.0%|0 ms|- ms|- ms");
         for (const auto& [record, texts] : QList<std::pair<TestStats, QString>>{
-                 {{}, "0|0|0 (0.0%)|0.0%|- ms|- ms|- ms"},
                  {{200, 150, 50, 75, 12, 0, 480}, "200|150|50 (25.0%)|75.0%|12 ms|0 ms|480 ms"},
-                 {{3, 2, 1, 200.0 / 3, 1, 1, 2}, "3|2|1 (33.3%)|66.7%|1 ms|1 ms|2 ms"},
-                 {{1, 1, 0, 100, 7, 7, 7}, "1|1|0 (0.0%)|100.0%|7 ms|7 ms|7 ms"},
-                 {{1, 0, 1, 0.0, 5, 5, 5}, "1|0|1 (100.0%)|0.0%|- ms|- ms|- ms"},
-                 {{1ULL << 40, 0, 4}, "1099511627776|0|4 (0.0%)|0.0%|- ms|- ms|- ms"}}) {
+                 {{3, 1, 2, 100.0 / 3, 1, 1, 2}, "3|1|2 (66.7%)|33.3%|1 ms|1 ms|2 ms"},
+                 {{1ULL << 40, 0, 4, 0, 5, 5}, "1099511627776|0|4 (0.0%)|0.0%|- ms|- ms|- ms"}}) {
             bench.call("onStatisticsUpdated", record);
-            QCOMPARE(allFigures(bench), texts);
+            QCOMPARE(figures(), texts);
             bench.button("Clear Stats")->click();
-            QCOMPARE(allFigures(bench), "0|0|0 (0.0%)|0.0%|- ms|- ms|- ms");
+            QCOMPARE(figures(), "0|0|0 (0.0%)|0.0%|- ms|- ms|- ms");
             QCOMPARE(bench.log().size(), 1);
             QVERIFY(bench.log().constFirst().endsWith("] INFO: Statistics cleared"));
         }
         for (const auto& [caption, colour] : {std::pair("Packets Sent:", ""),
                                               {"Packets Received:", " color: green;"},
-                                              {"Packets Lost:", " color: red;"},
-                                              {"Test Duration:", ""}})
+                                              {"Packets Lost:", " color: red;"}})
             QCOMPARE(bench.named<QLabel>(caption)->styleSheet(),
                      QStringLiteral("QLabel { font-weight: bold;%1 }").arg(colour));
     }
@@ -63,24 +72,22 @@ private slots:
     {
         const WindowBench bench;
         bench.window->findChild<QTimer*>({}, Qt::FindDirectChildrenOnly)->start(1);
-        const auto shows = [&](qint64 agoMs, const QString& before) {
+        QString shown = "0 s";
+        QCOMPARE(bench.figure("Test Duration:"), shown);
+        for (const qint64 agoMs : {3'599'500, -60'000}) { // or the clock was set back
             TestStats stats;
             stats.startTime = QDateTime::currentMSecsSinceEpoch() - agoMs;
             bench.call("onStatisticsUpdated", stats);
-            const bool shown =
-                QTest::qWaitFor([&] { return bench.figure("Test Duration:") != before; });
+            QTRY_VERIFY(bench.figure("Test Duration:") != shown);
             const qint64 mostMs = QDateTime::currentMSecsSinceEpoch() - stats.startTime;
-            const qint64 seconds = bench.figure("Test Duration:").chopped(2).toLongLong();
-            return shown && seconds >= std::max(agoMs / 1000, 0LL) &&
-                   seconds <= std::max(mostMs / 1000, 0LL);
-        };
-        QCOMPARE(bench.figure("Test Duration:"), "0 s");
-        QVERIFY(shows(3'599'500, "0 s"));
-        const QString duration = bench.figure("Test Duration:");
-        bench.button("Clear Stats")->click();
-        bench.call("updateTestDuration");
-        QCOMPARE(bench.figure("Test Duration:"), duration);
-        QVERIFY(shows(-60000, duration)); // the clock was set back
+            shown = bench.figure("Test Duration:");
+            const qint64 seconds = shown.chopped(2).toLongLong();
+            QVERIFY(seconds >= std::max(agoMs, 0LL) / 1000);
+            QVERIFY(seconds <= std::max(mostMs, 0LL) / 1000);
+            bench.button("Clear Stats")->click();
+            bench.call("updateTestDuration");
+            QCOMPARE(bench.figure("Test Duration:"), shown);
+        }
     }
 
     void coloursLines()
@@ -89,35 +96,25 @@ private slots:
         for (const auto role : {QPalette::Base, QPalette::Text, QPalette::PlaceholderText})
             theme.setColor(role, Qt::magenta);
         QApplication::setPalette(theme);
-        const auto restored = qScopeGuard([] { QApplication::setPalette({}); });
         const WindowBench bench;
         const QTextEdit* view = bench.logView();
-        const QPalette colours = view->palette();
-        QCOMPARE(colours.color(QPalette::Base), QColor(Qt::white));
-        QCOMPARE(colours.color(QPalette::Text), QColor(Qt::black));
-        QCOMPARE(colours.color(QPalette::PlaceholderText), QColor(Qt::darkGray));
+        QCOMPARE(view->palette().color(QPalette::Base), QColor(Qt::white));
+        QCOMPARE(view->palette().color(QPalette::Text), QColor(Qt::black));
+        QCOMPARE(view->palette().color(QPalette::PlaceholderText), QColor(Qt::darkGray));
         QCOMPARE(view->placeholderText(), "Log messages will appear here...");
         QVERIFY(view->isReadOnly() && view->maximumHeight() == 250);
-        const QString message = "100%, \"%1\" of %2";
-        for (const auto& [type, colour] : {std::pair("SUCCESS", "#008000"),
-                                           {"success", "#000000"},
-                                           {"TIMEOUT", "#ffa500"},
-                                           {"WARNING", "#ffa500"},
-                                           {"INFO", "#000000"},
-                                           {"", "#000000"},
-                                           {"ERROR", "#ff0000"}}) {
-            if (type == QString("ERROR"))
-                QCOMPARE(WindowBench::boxOf([&] { bench.call("onErrorOccurred", message); }),
-                         "Critical|Error|" + message);
-            else
-                bench.say(type, message);
-            QCOMPARE(bench.log().constLast().mid(13), QString("] ") + type + ": " + message);
-            const auto time = QTime::fromString(bench.log().constLast().mid(1, 12), "hh:mm:ss.zzz");
-            const int dayMs = 86'400'000;
-            QVERIFY((time.msecsTo(QTime::currentTime()) + dayMs) % dayMs < 60'000);
+        QCOMPARE(view->accessibleName(), "Log");
+        for (const QString line : {"#008000 SUCCESS", "#ffa500 TIMEOUT", "#ffa500 WARNING",
+                                   "#000000 INFO", "#ff0000 ERROR"}) {
+            const QDateTime before = QDateTime::currentDateTime().addMSecs(-1);
+            bench.say(line.section(' ', 1), "100%, \"%1\" of %2");
+            const QString text = bench.log().constLast();
+            QCOMPARE(text.mid(13), "] " + line.section(' ', 1) + ": 100%, \"%1\" of %2");
+            const auto time = QTime::fromString(text.mid(1, 12), "hh:mm:ss.zzz");
+            QVERIFY(isNew({before.date(), time}, before) || time < before.time()); // at midnight
             QTextCursor end(view->document());
             end.movePosition(QTextCursor::End);
-            QCOMPARE(end.charFormat().foreground().color().name(), colour);
+            QCOMPARE(end.charFormat().foreground().color().name(), line.section(' ', 0, 0));
         }
     }
 
@@ -143,17 +140,14 @@ private slots:
         QScrollBar* bar = bench.logView()->verticalScrollBar();
         for (int i = 0; i < 40; ++i)
             bench.say("INFO", QString::number(i));
-        for (const int height : {700, 420, 400}) { // too low for the whole log
-            const int before = height == 700 ? 0 : bar->maximum();
+        for (const int height : {420, 400, 380}) { // too low for the whole log
+            const int before = bar->maximum();
+            const int read = height == 380 ? before - 1 : 0;
+            bar->setValue(read > 0 ? read : before);
             bench.window->resize(900, height);
             QTRY_VERIFY(bar->maximum() > before);
-            QCOMPARE(bar->value(), bar->maximum());
+            QCOMPARE(bar->value(), read > 0 ? read : bar->maximum());
         }
-        const int read = bar->maximum() - 1;
-        bar->setValue(read);
-        bench.window->resize(900, 380);
-        QTRY_VERIFY(bar->maximum() > read + 1);
-        QCOMPARE(bar->value(), read);
         bench.say("INFO", "new");
         QCOMPARE(bar->value(), bar->maximum());
     }
@@ -162,28 +156,136 @@ private slots:
     {
         const WindowBench bench;
         QAction* save = bench.window->menuBar()->actions().constFirst()->menu()->actions().at(0);
-        const auto act = [save] { save->trigger(); };
-        const auto saveAs = [](const QString& name) {
-            return [name](QWidget* widget) {
+        const auto saveAs = [save](const QString& name) {
+            const auto enter = [&](QWidget* widget) {
                 const auto* dialog = qobject_cast<QFileDialog*>(widget);
-                QCOMPARE(dialog->windowTitle(), "Save Log File");
+                if (dialog == nullptr || name.isEmpty()) // closed without a name
+                    return;
                 QCOMPARE(dialog->nameFilters().join('|'), "Text Files (*.txt)|All Files (*)");
                 auto* field = dialog->findChild<QLineEdit*>("fileNameEdit");
                 QCOMPARE(field->text(), "");
                 field->setText(QDir::current().absoluteFilePath(name));
                 QMetaObject::invokeMethod(widget, "accept");
             };
+            return WindowBench::boxesOf([save] { save->trigger(); }, enter).join('\n');
         };
         bench.say("INFO", QString::fromUtf8("\u00fc \u20ac"));
-        QCOMPARE(WindowBench::boxOf(act, {saveAs("kept.txt")}), "");
+        QCOMPARE(saveAs("kept.txt"), "Save Log File");
         QCOMPARE(WindowBench::rowsOf("kept.txt"), bench.log());
         QCOMPARE(bench.status(), "Log saved to: " + QDir().absoluteFilePath("kept.txt") + "|3000");
         bench.window->statusBar()->showMessage("as before");
-        QCOMPARE(WindowBench::boxOf(act, {saveAs("none/kept.txt"), [](auto) {}}),
-                 "Warning|Save Failed|Could not save log file: No such file or directory");
-        QCOMPARE(WindowBench::boxOf(act), ""); // closed without a name
+        QCOMPARE(saveAs("none/kept.txt"), "Save Log File\nWarning|Save Failed|"
+                                          "Could not save log file: No such file or directory");
+        QCOMPARE(saveAs(""), "Save Log File");
         QCOMPARE(bench.status(), "as before");
         QCOMPARE(QDir().entryList(QDir::Files), QStringList{"kept.txt"});
+    }
+
+    void keepsWhatTheEngineSays()
+    {
+        const WindowBench bench;
+        QStringList columns;
+        for (const QString& row : WindowBench::readmeTable("| Column | Contents |"))
+            columns += row.section('|', 1, 1).trimmed();
+        bench.say("INFO", "too early");
+        const QDateTime before = QDateTime::currentDateTime().addMSecs(-1000); // names have no ms
+        bench.call("onStartTest");
+        const QString name = bench.eventFiles().value(0);
+        QCOMPARE(bench.status(), "Logging to: " + name);
+        QVERIFY(isNew(QDateTime::fromString(name, "'PacketTest_'yyyyMMdd_HHmmss'.csv'"), before));
+        QCOMPARE(WindowBench::rowsOf(name), QStringList{columns.join(',')});
+        int rows = 1;
+        for (const auto& [type, message, expected] :
+             {std::tuple("SUCCESS", "Packet 7: 12ms", ",7,SUCCESS,,12,Packet 7: 12ms"),
+              {"ERROR", "\u00fc, \"%1\"", ",,ERROR,,,\"\u00fc, \"\"%1\"\"\""}}) {
+            bench.say(type, QString::fromUtf8(message));
+            const QStringList written = WindowBench::rowsOf(name); // each row at once
+            QCOMPARE(written.size(), ++rows);
+            QCOMPARE(written.constLast().mid(23), QString::fromUtf8(expected));
+            const QString time = written.constLast().left(23);
+            QVERIFY(isNew(QDateTime::fromString(time, "yyyy-MM-dd HH:mm:ss.zzz"), before));
+        }
+        bench.call("onTestCompleted"); // whose line is the window's own
+        bench.say("INFO", "too late");
+        QCOMPARE(WindowBench::rowsOf(name).size(), rows);
+    }
+
+    void keepsFilesOfTheSameSecondApart()
+    {
+        const WindowBench bench;
+        const QDateTime now = QDateTime::currentDateTime();
+        for (int i = 0; i < 60; ++i) { // the first names of the next minute are taken
+            const QString stem = now.addSecs(i).toString("'PacketTest_'yyyyMMdd_HHmmss");
+            QFile taken(stem + ".csv");
+            QVERIFY(taken.open(QIODevice::WriteOnly) && taken.write("earlier\n") > 0);
+            QVERIFY(QFile::link("nowhere", stem + "_2.csv"));
+        }
+        for (int run = 0; run < 3; ++run) {
+            bench.call("onStartTest");
+            const QString name = bench.status().section("Logging to: ", 1);
+            QVERIFY(name.endsWith("_3.csv") || (run > 0 && name.endsWith("_4.csv")) ||
+                    (run > 1 && name.endsWith("_5.csv"))); // in a new second from 3 again
+            bench.say("INFO", name);
+            bench.call("onTestCompleted");
+            QVERIFY(WindowBench::rowsOf(name).value(1).endsWith(name));
+        }
+        QStringList firstRows;
+        for (const QString& file : bench.eventFiles())
+            firstRows += WindowBench::rowsOf(file).constFirst();
+        QCOMPARE(firstRows.size(), 63);
+        QCOMPARE(firstRows.count("earlier"), 60);
+        QVERIFY(!QFile::exists("nowhere"));
+    }
+
+    void runsOnWithoutIt()
+    {
+        for (const bool isFull : {true, false}) { // or there is no directory
+            const WindowBench bench;
+            const auto filesBefore = processUse().first;
+            QVERIFY(isFull || QDir().removeRecursively());
+            bench.call("onStartTest");
+            QCOMPARE(bench.status().startsWith("Logging to: "), isFull);
+            QVERIFY(bench.button("Stop Test")->isEnabled());
+            leaveRoomOnTheDisk(200);
+            for (int i = 0; i < 10; ++i)
+                bench.say("INFO", "to the log at least");
+            QCOMPARE(bench.log().filter("to the log").size(), 10);
+            leaveRoomOnTheDisk(RLIM_INFINITY);
+            bench.say("INFO", "last"); // and what did not fit before it
+            QCOMPARE(WindowBench::rowsOf(bench.eventFiles().value(0)).size(), isFull ? 12 : 0);
+            bench.call("onTestCompleted");
+            QCOMPARE(processUse().first, filesBefore);
+        }
+    }
+
+    void recordsTheRunAsSet()
+    {
+        const WindowBench bench;
+        const ModuleThread module({.drop = 1});
+        QVERIFY(bench.connectTo(module.path()));
+        bench.named<QSpinBox>("Min Data Size:")->setValue(34);
+        bench.named<QSpinBox>("Max Data Size:")->setValue(33);
+        const auto start = [&] { bench.startRun(200, 60); };
+        QCOMPARE(WindowBench::boxesOf(start),
+                 QStringList{"Warning|Invalid Configuration|"
+                             "Min data size cannot be greater than max data size."});
+        QVERIFY(bench.eventFiles().isEmpty() && !bench.button("Stop Test")->isEnabled());
+        bench.named<QSpinBox>("Min Data Size:")->setValue(30);
+        bench.named<QSpinBox>("Duration:")->setValue(1);
+        start();
+        QVERIFY(bench.logHas("INFO: Test started: 200 pps, 30-33 bytes, 60ms timeout"));
+        QVERIFY(bench.logHas(": Test completed"));           // by itself
+        QVERIFY(bench.figure("Packets Sent:").toInt() > 20); // at the default rate: 10
+        QCOMPARE(bench.figure("Packets Lost:"), bench.figure("Packets Sent:") + " (100.0%)");
+        const QStringList rows = WindowBench::rowsOf(bench.eventFiles().value(0));
+        static const QRegularExpression sent(
+            ",(\\d*),INFO,3[0-3],,Sent packet \\1 \\(3[0-3] bytes\\)$");
+        QCOMPARE(rows.filter(sent).size(), rows.filter("Sent packet").size());
+        QVERIFY(rows.filter(sent).size() >= 10);
+        QVERIFY(rows.filter(" timeout after 60ms").size() > 0);
+        bench.named<QSpinBox>("Min Data Size:")->setValue(33);
+        start();
+        QVERIFY(bench.button("Stop Test")->isEnabled());
     }
 };
 

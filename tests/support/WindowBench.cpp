@@ -1,11 +1,5 @@
 #include "tests/support/WindowBench.h"
 
-#include <QApplication>
-#include <QMessageBox>
-#include <QPointer>
-#include <QTest>
-#include <QTimer>
-
 WindowBench::WindowBench() : previousDirectory(QDir::currentPath())
 {
     QDir::setCurrent(directory.path());
@@ -19,15 +13,6 @@ WindowBench::~WindowBench()
 {
     window.reset();
     QDir::setCurrent(previousDirectory);
-}
-
-QPushButton* WindowBench::button(const QString& text) const
-{
-    for (QPushButton* candidate : window->findChildren<QPushButton*>()) {
-        if (candidate->text() == text)
-            return candidate;
-    }
-    return nullptr;
 }
 
 bool WindowBench::connectTo(const QString& path) const
@@ -77,6 +62,15 @@ QStringList WindowBench::rowsOf(const QString& fileName)
     return QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts);
 }
 
+QStringList WindowBench::readmeTable(const QString& heading)
+{
+    QFile file(README);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const QString text = QString::fromUtf8(file.readAll()).section(heading + '\n', 1);
+    return text.section("\n\n", 0, 0).split('\n').mid(1);
+}
+
 QString WindowBench::status() const
 {
     const auto* timer = window->statusBar()->findChild<QTimer*>();
@@ -84,11 +78,10 @@ QString WindowBench::status() const
            (timer == nullptr ? QString() : '|' + QString::number(timer->interval()));
 }
 
-QString WindowBench::boxOf(const std::function<void()>& act,
-                           const QList<std::function<void(QWidget*)>>& handlers)
+QStringList WindowBench::boxesOf(const std::function<void()>& act,
+                                 const std::function<void(QWidget*)>& see)
 {
-    QString text;
-    qsizetype shown = 0;
+    QStringList texts;
     QPointer<QWidget> last;
     QTimer poll;
     QObject::connect(&poll, &QTimer::timeout, &poll, [&] {
@@ -96,18 +89,16 @@ QString WindowBench::boxOf(const std::function<void()>& act,
         if (dialog == nullptr || dialog == last)
             return;
         last = dialog;
+        texts += dialog->windowTitle();
         const auto* box = qobject_cast<const QMessageBox*>(dialog);
-        text.clear();
         if (box != nullptr && box->standardButtons() == QMessageBox::Ok)
-            text = QVariant::fromValue(box->icon()).toString() + '|' + box->windowTitle() + '|' +
-                   box->text();
-        handlers.value(shown++, [](auto) {})(dialog);
+            texts.last() = QVariant::fromValue(box->icon()).toString() + '|' + texts.constLast() +
+                           '|' + box->text();
+        see(dialog);
         dialog->close();
     });
     poll.start(1);
     act();
-    if (!QTest::qWaitFor([&] { return shown >= handlers.size() && !last; }) ||
-        shown > handlers.size())
-        return QString::number(shown) + " dialogs";
-    return text;
+    const bool seen = QTest::qWaitFor([&] { return !texts.isEmpty() && !last; });
+    return seen ? texts : QStringList{"no end"};
 }

@@ -2,16 +2,8 @@
 
 #include "console/MainWindow.h"
 
-#include <QComboBox>
-#include <QDir>
-#include <QLabel>
-#include <QMetaType>
-#include <QPushButton>
-#include <QSpinBox>
-#include <QStatusBar>
-#include <QStringList>
-#include <QTemporaryDir>
-#include <QTextEdit>
+#include <QtTest>
+#include <QtWidgets>
 
 #include <functional>
 #include <memory>
@@ -25,15 +17,11 @@ public:
     ~WindowBench();
 
     /** The button with this text; null when there is none. */
-    QPushButton* button(const QString& text) const;
+    QPushButton* button(const QString& text) const { return withText<QPushButton>(text); }
     /** The control that the caption with this text names. */
     template <typename Control> Control* named(const QString& caption) const
     {
-        for (const QLabel* label : window->findChildren<QLabel*>()) {
-            if (label->text() == caption)
-                return qobject_cast<Control*>(label->buddy());
-        }
-        return nullptr;
+        return qobject_cast<Control*>(withText<QLabel>(caption)->buddy());
     }
     QString figure(const QString& caption) const { return named<QLabel>(caption)->text(); }
     /** What the status bar says, and after a bar for how long, unless until the next text. */
@@ -52,6 +40,8 @@ public:
     /** What the event files hold, by name. */
     QStringList eventFiles() const;
     static QStringList rowsOf(const QString& fileName);
+    /** The rows of the table of README.md that has this heading; empty when there is none. */
+    static QStringList readmeTable(const QString& heading);
 
     /** Calls a slot of the window as the engine's signals and the buttons do. */
     template <typename... Values> void call(const char* slot, const Values&... values) const
@@ -64,15 +54,25 @@ public:
     void say(const QString& type, const QString& text) const { call("onLogMessage", type, text); }
 
     /**
-     * Does `act`, which opens modal dialogs, has each seen to by its turn of `handlers`, and
-     * returns the last one's "icon|title|text" if that is a message box with the one button.
+     * Does `act`, which opens modal dialogs, lets `see` look at each before it is closed, and
+     * returns what they were: a message box with the one button is "icon|title|text", another its
+     * title.
      */
-    static QString boxOf(const std::function<void()>& act,
-                         const QList<std::function<void(QWidget*)>>& handlers = {[](auto) {}});
+    static QStringList boxesOf(
+        const std::function<void()>& act, const std::function<void(QWidget*)>& see = [](auto) {});
 
     std::unique_ptr<MainWindow> window;
 
 private:
+    template <typename Widget> Widget* withText(const QString& text) const
+    {
+        for (Widget* widget : window->findChildren<Widget*>()) {
+            if (widget->text() == text)
+                return widget;
+        }
+        return nullptr;
+    }
+
     QTemporaryDir directory;
     QString previousDirectory;
 };

@@ -13,23 +13,15 @@ struct Program : QProcess
     Program(const QString& path, const QStringList& arguments) { start(path, arguments); }
     ~Program() override { kill(), waitForFinished(); }
 
-    /** True once standard error has this text. */
-    bool says(const QByteArray& text)
-    {
-        setReadChannel(StandardError);
-        while (!errors.contains(text) && waitForReadyRead(60000))
-            errors += readAllStandardError();
-        return errors.contains(text);
-    }
     /** What the program ended with; -1 when it crashed, or did not end in a minute. */
     int status()
     {
         const bool ended = waitForFinished(60000) && exitStatus() == NormalExit;
-        errors += readAllStandardError();
+        errors = readAllStandardError();
         return ended ? exitCode() : -1;
     }
 
-    QByteArray errors; ///< of standard error, up to the last of these calls
+    QByteArray errors; ///< of standard error, up to that end
 };
 
 /** The descriptors and the threads that this process has, without those that Qt paints with. */
