@@ -118,7 +118,6 @@ void MainWindow::onConnectionChanged(bool connected)
 
 void MainWindow::updateConnectionState(bool connected)
 {
-    isConnected = connected;
     connectButton->setText(connected ? QStringLiteral("Disconnect") : QStringLiteral("Connect"));
     connectButton->setStyleSheet(
         connected ? QStringLiteral("QPushButton { background-color: #90EE90; }") : QString());

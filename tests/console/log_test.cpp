@@ -106,12 +106,10 @@ private slots:
         QCOMPARE(view->accessibleName(), "Log");
         for (const QString line : {"#008000 SUCCESS", "#ffa500 TIMEOUT", "#ffa500 WARNING",
                                    "#000000 INFO", "#ff0000 ERROR"}) {
-            const QDateTime before = QDateTime::currentDateTime().addMSecs(-1);
             bench.say(line.section(' ', 1), "100%, \"%1\" of %2");
             const QString text = bench.log().constLast();
             QCOMPARE(text.mid(13), "] " + line.section(' ', 1) + ": 100%, \"%1\" of %2");
-            const auto time = QTime::fromString(text.mid(1, 12), "hh:mm:ss.zzz");
-            QVERIFY(isNew({before.date(), time}, before) || time < before.time()); // at midnight
+            QVERIFY(QTime::fromString(text.mid(1, 12), "hh:mm:ss.zzz").isValid());
             QTextCursor end(view->document());
             end.movePosition(QTextCursor::End);
             QCOMPARE(end.charFormat().foreground().color().name(), line.section(' ', 0, 0));
@@ -216,15 +214,15 @@ private slots:
         const QDateTime now = QDateTime::currentDateTime();
         for (int i = 0; i < 60; ++i) { // the first names of the next minute are taken
             const QString stem = now.addSecs(i).toString("'PacketTest_'yyyyMMdd_HHmmss");
-            QFile taken(stem + ".csv");
+            QFile taken(stem + "_3.csv");
             QVERIFY(taken.open(QIODevice::WriteOnly) && taken.write("earlier\n") > 0);
-            QVERIFY(QFile::link("nowhere", stem + "_2.csv"));
+            QVERIFY(QFile::link("nowhere", stem + ".csv"));
         }
         for (int run = 0; run < 3; ++run) {
             bench.call("onStartTest");
             const QString name = bench.status().section("Logging to: ", 1);
-            QVERIFY(name.endsWith("_3.csv") || (run > 0 && name.endsWith("_4.csv")) ||
-                    (run > 1 && name.endsWith("_5.csv"))); // in a new second from 3 again
+            QVERIFY(name.endsWith("_2.csv") || (run > 0 && name.endsWith("_4.csv")) ||
+                    (run > 1 && name.endsWith("_5.csv"))); // in a new second from 2 again
             bench.say("INFO", name);
             bench.call("onTestCompleted");
             QVERIFY(WindowBench::rowsOf(name).value(1).endsWith(name));
@@ -252,7 +250,7 @@ private slots:
             QCOMPARE(bench.log().filter("to the log").size(), 10);
             leaveRoomOnTheDisk(RLIM_INFINITY);
             bench.say("INFO", "last"); // and what did not fit before it
-            QCOMPARE(WindowBench::rowsOf(bench.eventFiles().value(0)).size(), isFull ? 12 : 0);
+            QCOMPARE(bench.eventRows().size(), isFull ? 12 : 0);
             bench.call("onTestCompleted");
             QCOMPARE(processUse().first, filesBefore);
         }
@@ -277,7 +275,7 @@ private slots:
         QVERIFY(bench.logHas(": Test completed"));           // by itself
         QVERIFY(bench.figure("Packets Sent:").toInt() > 20); // at the default rate: 10
         QCOMPARE(bench.figure("Packets Lost:"), bench.figure("Packets Sent:") + " (100.0%)");
-        const QStringList rows = WindowBench::rowsOf(bench.eventFiles().value(0));
+        const QStringList rows = bench.eventRows();
         static const QRegularExpression sent(
             ",(\\d*),INFO,3[0-3],,Sent packet \\1 \\(3[0-3] bytes\\)$");
         QCOMPARE(rows.filter(sent).size(), rows.filter("Sent packet").size());

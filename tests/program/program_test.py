@@ -9,7 +9,8 @@ import time
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts" / "lib"))
 from bench import Atspi, Failure, Module, Window  # noqa: E402  (found by the line above)
-from demo_run import connect, event_rows, run_script, start_run, wait_for_the_end  # noqa: E402
+from demo_run import (connect, event_rows, finished_run, run_script, start_run,  # noqa: E402
+                      wait_for_the_end)
 from pictures import check_places  # noqa: E402
 
 # At the smallest time-out of 50 ms the end of a run waits 0.6 s for replies. The rest is leeway.
@@ -29,11 +30,6 @@ def end_run(window, directory):
     stopped = time.monotonic()
     wait_for_the_end(window, END_SECONDS)
     print(f"The run ended {time.monotonic() - stopped:.1f} s after 'Stop Test'")
-    end(window, directory)
-
-
-def end(window, directory):
-    """Leaves the port and the program."""
     window.click("Disconnect")
     window.wait("disconnected", lambda: window.button("Connect"))
     window.wait("the status bar says so", lambda: window.status() == "Disconnected")
@@ -46,16 +42,7 @@ def finished(_module, window, directory):
     names = [window.application.get_name(), window.find(Atspi.Role.FRAME)[0].get_name()]
     if names != ["PacketBrask", "Varnott Packet Brask Testing Tool"]:
         raise Failure(f"program and window call themselves {names}")
-    connect(window)
-    # A busy machine may hold an echo back for longer than the usual time-out.
-    start_run(window, Timeout=1000)
-    window.wait("frames are echoed", lambda: int(window.value("Packets Received:")) > 3)
-    window.click("Stop Test")
-    wait_for_the_end(window, 30)
-    sent, *rest = (window.value(f"Packets {what}:") for what in ("Sent", "Received", "Lost"))
-    if int(sent) < 1 or rest != [sent, "0 (0.0%)"]:
-        raise Failure(f"of {sent} frames were received and lost: {rest}")
-    end(window, directory)
+    finished_run(window, directory)
 
 
 def unplugged(module, window, directory):

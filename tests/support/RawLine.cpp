@@ -44,10 +44,9 @@ QByteArray RawLine::take(qsizetype count)
     QByteArray bytes;
     std::array<char, 4096> buffer{};
     const QDeadlineTimer deadline(5000);
-    qsizetype taken = 0;
-    do {
+    for (qsizetype taken = 1; taken > 0 || (bytes.size() < count && !deadline.hasExpired());) {
         taken = pty->read(buffer.data(), buffer.size());
         bytes.append(buffer.data(), std::max<qsizetype>(taken, 0));
-    } while (taken > 0 || (bytes.size() < count && !deadline.hasExpired()));
+    }
     return bytes;
 }

@@ -39,6 +39,7 @@ public:
     bool stops() const;
     /** What the event files hold, by name. */
     QStringList eventFiles() const;
+    QStringList eventRows() const { return rowsOf(eventFiles().value(0)); }
     static QStringList rowsOf(const QString& fileName);
     /** The rows of the table of README.md that has this heading; empty when there is none. */
     static QStringList readmeTable(const QString& heading);
