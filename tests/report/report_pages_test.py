@@ -13,6 +13,7 @@ from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.keys import Keys
 
+import helpers
 from sample_reports import report, samples
 
 PROGRAM, PROJECT = sys.argv.pop(1), pathlib.Path(sys.argv.pop(1))
@@ -22,16 +23,9 @@ BROWSER = ("--headless --no-sandbox --disable-gpu --disable-quic --no-first-run 
 LOOKS = ((False, True, 1200), (True, True, 400), (True, False, 1200))
 
 
-class PagesTest(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.addCleanup(os.chdir, os.getcwd())
-        os.chdir(folder.name)
-
+class PagesTest(helpers.FolderTest):
     def make_page(self, name, *arguments):
-        subprocess.run([PROGRAM, *arguments, f"--html={name}.html"], check=True, timeout=60,
-                       env=os.environ | {"LC_ALL": "C.UTF-8"})
+        subprocess.run([PROGRAM, *arguments, f"--html={name}.html"], check=True, timeout=60)
         self.assertLess(os.path.getsize(f"{name}.html"), 1_500_000)
 
     def test_pages_in_a_browser(self):
@@ -67,7 +61,6 @@ class PagesTest(unittest.TestCase):
         options.set_capability("goog:loggingPrefs", {"browser": "ALL", "performance": "ALL"})
         browser = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
         self.addCleanup(browser.quit)
-        browser.get("about:blank")
         return browser
 
     def look_at(self, browser, name, dark, script, width):
@@ -91,9 +84,9 @@ class PagesTest(unittest.TestCase):
 
     def check_sorting(self, browser, batch):
         column = "return [...document.querySelectorAll('#runs tbody tr')].map(row => row.cells[arguments[0]].innerText)"
-        verdicts = browser.execute_script(column, 1)
         failed = sum(run["verdict"] == "failed" for run in batch.values())
-        self.assertEqual([verdict[-6:] for verdict in verdicts], ["Failed"] * failed + ["Passed"] * (len(batch) - failed))
+        self.assertEqual([verdict[-6:] for verdict in browser.execute_script(column, 1)],
+                         ["Failed"] * failed + ["Passed"] * (len(batch) - failed))
         buttons = browser.find_elements("css selector", "#runs th button")
         for ways in ("descending", "ascending"):
             buttons[4].send_keys(Keys.ENTER)

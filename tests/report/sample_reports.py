@@ -1,9 +1,7 @@
-"""Reports as packetbrask-run writes them, of made-up runs. As a program: one sample to a file."""
+"""Reports as packetbrask-run writes them, of made-up runs."""
 
-import json
 import math
 import random
-import sys
 
 HOSTILE = "</script /><img src=x onerror=alert(1)>\u2028\"'&\u202e\x1b[31m{{data}}"
 
@@ -83,8 +81,3 @@ def samples():
             "silent": report(3, loss=1, tags={"cable": "C"}, lineErrors=None), "lineLost": lost,
             "hour": report(5, seconds=3600, rate=20, loss=0.0005, tags={"cable": "E"}),
             "hostile": report(6, tags={HOSTILE: HOSTILE, "cable": HOSTILE}, adapter=None)}
-
-
-if __name__ == "__main__":
-    with open(sys.argv[2], "w", encoding="utf-8") as file:
-        json.dump(samples()[sys.argv[1]], file)
