@@ -76,6 +76,26 @@ private slots:
         QTRY_COMPARE(bench.status(), "Disconnected");
         QVERIFY(bench.log().constLast().endsWith("] ERROR: " + reason));
     }
+
+    void listsAThousandPortsDuringARun()
+    {
+        const WindowBench bench;
+        const ModuleThread module;
+        QVERIFY(bench.connectTo(module.path()));
+        bench.startRun(200, 300);
+        QTRY_VERIFY(bench.received() > 0);
+        for (int i = 1; i <= 1000; ++i)
+            QVERIFY(QFile(qEnvironmentVariable("UMOCKDEV_DIR") + "/dev/ttyUSB" + QString::number(i))
+                        .open(QIODevice::WriteOnly));
+        bench.call("onRefreshPorts");
+        const auto* ports = bench.named<QComboBox>("Port:");
+        QCOMPARE(ports->count(), 1); // the engine looks, not the window
+        QTRY_COMPARE(ports->count(), 1000);
+        QCOMPARE(ports->currentIndex(), 0);
+        const int received = bench.received();
+        QTRY_VERIFY(bench.received() > received);
+        QVERIFY(bench.stops());
+    }
 };
 
 QTEST_MAIN(ConnectionTest)

@@ -3,13 +3,15 @@
 
 namespace {
 
-const QStringList settingCaptions{
-    "Packets/Second:", "Min Data Size:", "Max Data Size:", "Timeout:", "Duration:"};
+QStringList settingCaptions()
+{
+    return {"Packets/Second:", "Min Data Size:", "Max Data Size:", "Timeout:", "Duration:"};
+}
 
 QList<QWidget*> fieldsOf(const WindowBench& bench)
 {
     QList<QWidget*> fields{bench.named<QComboBox>("Port:"), bench.named<QComboBox>("Baud Rate:")};
-    for (const QString& caption : settingCaptions)
+    for (const QString& caption : settingCaptions())
         fields += bench.named<QSpinBox>(caption);
     return fields;
 }
@@ -90,7 +92,7 @@ private slots:
         }
         QStringList rows{"| Baud Rate | " + rates.join(", ") + " | " + baudRate->currentText() +
                          " |"};
-        for (const QString& caption : settingCaptions) {
+        for (const QString& caption : settingCaptions()) {
             const auto* box = bench.named<QSpinBox>(caption);
             const QString range =
                 QStringLiteral("%1 to %2").arg(box->minimum()).arg(box->maximum());
@@ -112,7 +114,7 @@ private slots:
             controls += bench.button(text);
         const auto* connect = bench.button("Connect");
         auto* start = bench.button("Start Test");
-        const auto* ticks = bench.window->findChild<QTimer*>({}, Qt::FindDirectChildrenOnly);
+        const auto* ticks = bench.window->findChild<QTimer*>(QString(), Qt::FindDirectChildrenOnly);
         const QString plain = look(connect);
         // No module and no turn of the event loop: the engine's answers are the test's.
         const auto connected = [&] { bench.call("onConnectionChanged", true); };

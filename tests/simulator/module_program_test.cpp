@@ -40,21 +40,24 @@ struct Setting
 };
 
 using F = ModuleFaults;
-const QList<Setting> settings{{"drop", &F::drop},
-                              {"corrupt", &F::corrupt},
-                              {"alter", &F::alter},
-                              {"truncate", &F::truncate},
-                              {"duplicate", &F::duplicate},
-                              {"garbage", &F::garbage},
-                              {"error-reply", &F::errorReply},
-                              {"report", &F::report},
-                              {"split", &F::split},
-                              {"delay", &F::delayMs, 1},
-                              {"jitter", &F::jitterMs, 1},
-                              {"drop-above", &F::dropAbove, 1},
-                              {"baud", &F::baudRate, 1},
-                              {"unplug-after", &F::unplugAfterMs, 0.001, 1000},
-                              {"stall-after", &F::stallAfterMs, 0.001, 1000}};
+QList<Setting> settings()
+{
+    return {{"drop", &F::drop},
+            {"corrupt", &F::corrupt},
+            {"alter", &F::alter},
+            {"truncate", &F::truncate},
+            {"duplicate", &F::duplicate},
+            {"garbage", &F::garbage},
+            {"error-reply", &F::errorReply},
+            {"report", &F::report},
+            {"split", &F::split},
+            {"delay", &F::delayMs, 1},
+            {"jitter", &F::jitterMs, 1},
+            {"drop-above", &F::dropAbove, 1},
+            {"baud", &F::baudRate, 1},
+            {"unplug-after", &F::unplugAfterMs, 0.001, 1000},
+            {"stall-after", &F::stallAfterMs, 0.001, 1000}};
+}
 
 } // namespace
 
@@ -74,9 +77,9 @@ private slots:
         for (const QRegularExpressionMatch& match : option.globalMatch(help.message))
             shown += match.captured(1);
         QCOMPARE(shown - QSet<QString>{"help"}, QSet(names.begin(), names.end()));
-        QCOMPARE(shown.size(), settings.size() + 5); // and the paths and the seed
+        QCOMPARE(shown.size(), settings().size() + 5); // and the paths and the seed
 
-        for (const Setting& setting : settings) {
+        for (const Setting& setting : settings()) {
             const auto place = int(names.indexOf(setting.name));
             const bool isLikewise = ranges.at(place).startsWith("likewise");
             const QString range = ranges.at(place - isLikewise).trimmed();
@@ -92,7 +95,7 @@ private slots:
                          isAllowed ? ModuleOptions::Outcome::Run : ModuleOptions::Outcome::Error);
                 QVERIFY(isAllowed || (options.message.contains(setting.name) &&
                                       options.message.contains(range)));
-                for (const Setting& each : settings)
+                for (const Setting& each : settings())
                     QCOMPARE(each.value(options.faults), isAllowed && each.name == setting.name
                                                              ? value * setting.factor
                                                              : each.value({}));

@@ -1,8 +1,5 @@
 #include "simulator/DelayedAnswers.h"
-#include "simulator/LinePacer.h"
-#include "simulator/LineWriter.h"
 #include "simulator/ModuleThread.h"
-#include "simulator/Pty.h"
 #include "simulator/RateGate.h"
 #include "simulator/RequestParser.h"
 #include "simulator/moduleAnswers.h"
@@ -10,7 +7,6 @@
 
 #include <QtTest>
 
-#include <functional>
 #include <thread>
 
 #include <fcntl.h>
@@ -31,13 +27,12 @@ public:
     Q_DISABLE_COPY(Tool)
 
     bool send(Bytes b) { return ::write(line.fd, b.data(), size_t(b.size())) == b.size(); }
-    /** What comes in front of `ending`, while the test sees to it that it does. */
-    QByteArray upTo(
-        Bytes ending, const std::function<void()>& see = [] {})
+    /** What comes in front of `ending`. */
+    QByteArray upTo(Bytes ending)
     {
         QByteArray bytes;
         const QDeadlineTimer deadline(patienceMs);
-        for (std::array<char, 4096> some{}; !bytes.endsWith(ending); see()) {
+        for (std::array<char, 4096> some{}; !bytes.endsWith(ending);) {
             if (hasSomething(10))
                 bytes.append(some.data(), ::read(line.fd, some.data(), some.size()));
             if (deadline.hasExpired())
@@ -227,23 +222,6 @@ private slots:
         QCOMPARE(module.takePings().back().fate(), "tooFast");
     }
 
-    void pacesByTheClock()
-    {
-        LinePacer pacer(11'000'000);              // a byte takes a microsecond
-        for (int round = 0; round < 2; ++round) { // idling saves nothing up
-            QElapsedTimer clock;
-            clock.start();
-            pacer.begin();
-            QTest::qSleep(2);
-            pacer.begin(); // it is busy already
-            const qsizetype allowed = pacer.allowance();
-            QVERIFY(allowed >= 2000 && allowed <= clock.nsecsElapsed() / 1000);
-            pacer.spend(2000);
-            QVERIFY(pacer.allowance() <= clock.nsecsElapsed() / 1000 - 2000);
-            pacer.end();
-        }
-    }
-
     void holdsAnswersBack()
     {
         DelayedAnswers delayed(nullptr);
@@ -260,18 +238,6 @@ private slots:
 
     void countsWhatFindsNoRoom()
     {
-        QString error;
-        const std::unique_ptr<Pty> pty = Pty::open(error);
-        LineWriter writer(*pty, 0, nullptr);
-        Tool reader(pty->path());
-        const auto send = [&](Bytes bytes) { return writer.send({{{bytes, 0, {}, {}}}}); };
-        const QByteArray most(65535, 'x');
-        QVERIFY(!send(most + "xy"));
-        for (int round = 0; round < 2; ++round) { // it is empty again by then
-            QVERIFY(send(most + "y") && !send(most + "z"));
-            QVERIFY(reader.upTo("y", [] { QCoreApplication::processEvents(); }) == most);
-        }
-
         constexpr int pings = 700;
         ModuleThread module;
         Tool tool(module.path());
@@ -293,16 +259,6 @@ private slots:
             QVERIFY(ping.arrivedNs > 0 && ping.closedNs >= ping.arrivedNs);
             QCOMPARE(ping.answeredNs, isIntact ? ping.closedNs : -1);
         }
-    }
-
-    void fallsSilentAndGoes()
-    {
-        ModuleThread module({.unplugAfterMs = 500, .stallAfterMs = 0});
-        Tool tool(module.path());
-        module.counts(); // it has begun
-        QVERIFY(tool.send(frame(0)) && !tool.hasSomething(40));
-        QCOMPARE(module.counts().pingsReceived, quint64{0});
-        QVERIFY(tool.hasSomething(patienceMs) && !tool.send("x"));
     }
 };
 
