@@ -46,14 +46,15 @@ void play(RunMeasurement& run, const QString& script)
         {'e', [&] { run.pingGivenUp(id, at, true); }},
         {'o', [&] { run.otherArrived(PingObserver::Other(id % 10), id / 10, at); }},
         {'x', [&] { run.errorReplied(int(id), at); }},
-        {'.', [&] { run.sendingEnded(at); }}};
+        {'w', [&] { at += qint64(id) * 1'000'000; }},
+        {'.', [&] { run.sendingEnded(at); }},
+        {'!', [&] { run.runEnded(at); }}};
     run.runBegan(at);
     for (const QString& word : script.split(' ')) {
         id = QStringView(word).mid(1).toULongLong();
         at += 1'000'000;
         tell.at(word[0])();
     }
-    run.runEnded(at);
 }
 
 } // namespace
@@ -77,21 +78,16 @@ private slots:
                 text += QString::asprintf(" %.3f", times.percentileUs(q).value_or(-1));
             return text;
         };
-        const QString nothing = "0.000 0.000 0.000 0.000: -1.000 -1.000 -1.000";
         for (int use = 0; use < 2; ++use) {
-            QCOMPARE(figures(), nothing);
-            times.add(5000);
-            QCOMPARE(figures(), "5.000 5.000 5.000 0.000: 4.968-5.067 1 5.000 5.000 5.000");
+            QCOMPARE(figures(), "0.000 0.000 0.000 0.000: -1.000 -1.000 -1.000");
+            for (const qint64 ns : {5000, -7, 999, 1000})
+                times.add(ns);
             times.merge(LatencyHistogram());
-            times.add(-7);
-            times.add(999);
-            times.add(1000);
             QCOMPARE(figures(), "0.000 1.750 5.000 1.920: 0.000-1.000 2 1.000-1.020 1 4.968-5.067 1"
                                 " 0.000 1.000 5.000");
             LatencyHistogram longer;
-            longer.add(29'999'999'000);
-            longer.add(30'000'000'000);
-            longer.add(70'000'000'000);
+            for (const qint64 ns : {29'999'999'000, 30'000'000'000, 70'000'000'000})
+                longer.add(ns);
             times.merge(longer);
             QCOMPARE(figures(), "0.000 18571429.428 70000000.000 24743582.149: 0.000-1.000 2 "
                                 "1.000-1.020 1 4.968-5.067 1 29412156.115-30000000.000 1 "
@@ -102,49 +98,28 @@ private slots:
 
     void hasTimeGoOnWithWhateverIsTold()
     {
-        constexpr qint64 at = 11'500'000'000;
-        const PingObserver::Sent sent{1, 8, -1, at};
-        const PingObserver::Echo echo{0, at, 5000, false};
-        const std::vector<std::function<void(RunMeasurement&)>> events{
-            [&](RunMeasurement& run) { run.pingSent(sent); },
-            [](RunMeasurement& run) { run.sendFailed(1, 8, at); },
-            [&](RunMeasurement& run) { run.echoMatched(echo); },
-            [&](RunMeasurement& run) { run.echoChanged(echo); },
-            [](RunMeasurement& run) { run.pingGivenUp(0, at, false); },
-            [](RunMeasurement& run) { run.otherArrived({}, 0, at); },
-            [](RunMeasurement& run) { run.errorReplied(1, at); },
-            [](RunMeasurement& run) { run.sendingEnded(at); },
-            [](RunMeasurement& run) { run.runEnded(at); }};
-        for (std::size_t i = 0; i < events.size() * 2; ++i) {
-            const bool sending = i % 2 == 0;
-            RunMeasurement run;
-            run.runBegan(9 * nsPerSec);
-            run.pingSent({0, 8, -1, 9'250'000'000});
-            if (!sending)
-                run.sendingEnded(9'750'000'000);
-            events[i / 2](run);
-            run.errorReplied(1, 9 * nsPerSec); // told late
-            const RunFigures now = run.figures();
-            QVERIFY2(now.spans.size() == 3 && now.spans[2].lengthSec == 0.5,
-                     qPrintable(QString::number(i)));
-            QCOMPARE(now.sendingNs, sending ? 2'500'000'000 : 750'000'000);
-            QVERIFY(now.spans[0].sent == 1 && run.lastSecond()->startSec == 1);
+        for (const QString event : {"s", "f", "m0", "c0", "g0", "o0", "x1", ".", "!"}) {
+            for (const auto& [script, sendingMs] :
+                 {std::tuple("w249 s w2247 ", 2500), {"w249 s w497 . w1748 ", 750}}) {
+                RunMeasurement run;
+                play(run, script + event);
+                const RunFigures now = run.figures();
+                QVERIFY2(now.spans.size() == 3 && now.spans[2].lengthSec == 0.5, qPrintable(event));
+                QCOMPARE(now.sendingNs, sendingMs * 1'000'000LL);
+                QVERIFY(now.spans[0].sent == 1 && run.lastSecond()->startSec == 1);
+            }
         }
     }
 
     void tellsOfTheLastSecond()
     {
         RunMeasurement run;
-        run.runBegan(0);
-        for (quint64 id = 0; id < 4; ++id)
-            run.pingSent({id, 8, 0, 0});
-        run.echoMatched({0, 300, 3000, false});
-        run.echoMatched({1, 300, 7000, false});
+        play(run, "s s s s m0 m3 w992");
         QVERIFY(!run.lastSecond());
-        run.pingGivenUp(2, nsPerSec, false);
+        play(run, "s s s s m0 m3 w992 g2");
         const TimeSpan last = *run.lastSecond();
         QVERIFY(last.lengthSec == 1 && last.sent == 4 && last.received == 2 && last.lost == 0);
-        QVERIFY(std::abs(*last.p50Us - 3) < 0.06 && std::abs(*last.p99Us - 7) < 0.001);
+        QCOMPARE(QString::asprintf("%.2f %.2f", *last.p50Us, *last.p99Us), "1018.68 3999.97");
     }
 
     void dividesRunsOfAnyLengthInLittleMemory()
@@ -216,14 +191,13 @@ private slots:
                          QList<quint64>{2, 2, 0, 0}),
               {"s s s s g0 m1 c2 o00 o10 o20 o00 g3", "LRCL", {2, 2, 2, 2}},
               {many + back + " o700000 o44650 o44640", QByteArray(70'001, 'R'), {0, 0, 1, 2}}}) {
-            told.fates.clear();
-            told.pings.clear();
             play(run, script);
-            QCOMPARE(told.fates, fates);
-            const auto& [count, longest] = run.figures().lossBursts;
-            const RunFigures::Unexpected echoes = run.figures().unexpected;
-            const QList got{count, longest, echoes.lateEchoes, echoes.repeatedEchoes};
-            QCOMPARE(got, counts);
+            QCOMPARE(std::exchange(told.fates, {}), fates);
+            const auto& [bursts, echoes] =
+                std::tuple(run.figures().lossBursts, run.figures().unexpected);
+            QCOMPARE(
+                (QList{bursts.count, bursts.longest, echoes.lateEchoes, echoes.repeatedEchoes}),
+                counts);
         }
         told.pings.clear();
         play(run, "s f s s m2 c0 a3");
