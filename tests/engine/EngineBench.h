@@ -76,7 +76,6 @@ struct EngineBench
     QStringList lines;
     bool timed = false; ///< each line begins with the ms since the last start()
     TestStats stats;    ///< the last ones reported
-    QList<int> pingsMs; ///< when an answering module was sent its pings, since the last start()
     RawLine line;
     Told told;
     qint64 startNs = 0;                 ///< of the last start()
@@ -133,7 +132,6 @@ struct EngineBench
     void start(const TestConfig& config)
     {
         startNs = time->nowNs();
-        pingsMs.clear();
         worker.startTest(config);
     }
 
@@ -169,7 +167,6 @@ struct EngineBench
                           sentMs);
                 if (request->command != 0)
                     continue;
-                pingsMs += sentMs;
                 const auto id = qFromLittleEndian<quint64>(request->data.constData());
                 if (const int delay = delayMs(id))
                     replies.insert(sentMs + delay, frame(0x40, request->data));
@@ -191,10 +188,9 @@ private:
     static bool isNow(const QByteArray& text)
     {
         const QDateTime now = QDateTime::currentDateTime();
-        for (int ago = 0; ago < 6; ++ago) {
-            if (now.addSecs(-ago).toString("MM/dd/yy hh:mm:ss") == text)
-                return true;
-        }
-        return false;
+        bool is = false;
+        for (int ago = 0; ago < 6; ++ago)
+            is = is || now.addSecs(-ago).toString("MM/dd/yy hh:mm:ss") == text;
+        return is;
     }
 };

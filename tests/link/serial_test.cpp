@@ -125,9 +125,7 @@ private slots:
         const Rows<QString, int, int, int> rows{
             {"", 0, 0, Serial::NoPortName},
             {line.path(), 0, 0, Serial::InvalidBaudRate},
-            {"", 57600, 0, Serial::InvalidBaudRate},
             {"/nowhere", 115200, 0, Serial::OpenFailed},
-            {"", 0, 0, Serial::OpenFailed},
             {"/dev/null", 0, 0, Serial::ConfigureFailed},
             {line.path(), 0, ENOLCK, Serial::NoError}, // it knows no locks
             {"", 0, EWOULDBLOCK, Serial::OpenFailed},
@@ -166,7 +164,6 @@ private slots:
             {{1, 77}, "4look write ", 1},
             {{0}, "4wait ", 0},
             {{-EIO}, "4look ", 0},
-            {{0}, "4wait ", 0},
             {{}, "", 1}, // opened again
             {{1, -EIO}, "4wait write ", 0},
             {{1, 5}, "3look read ", 5},
