@@ -2,6 +2,8 @@
 
 #include <QTest>
 
+#include <cstdlib>
+
 namespace {
 
 /** Valid, model, versions A and B, family flag, most data bytes. */
@@ -28,8 +30,7 @@ private slots:
             {105, 0x00, 0x100}, {106, 0x05, 0x200},  {106, 0x13, 0x200},  {106, 0x14, 0x400},
             {106, 0x15, 0x800}, {107, 0x15, 0x1000}, {108, 0x15, 0x2000}, {109, 0x15, 0}};
         for (const auto& [model, versionB, flag] : rows) {
-            const int major = versionB >> 4;
-            const int minor = versionB & 0xF;
+            const auto [major, minor] = std::div(versionB, 16);
             const QString text("VNA%1:H1.2 F%2.%3");
             QVERIFY(version.parse(text.arg(model).arg(major).arg(minor, 0, 16)));
             const int most = model > 100 && model < 105 ? 22 : 124;

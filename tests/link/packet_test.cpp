@@ -143,12 +143,6 @@ private slots:
                 }
                 QVERIFY(!link.coms.receivePacket(packet) && link.reads == reads + 6);
             }
-            // What the buffer has no room for is lost, or waits on the line.
-            link.line.send(frame(2, noise(122)).repeated(10));
-            int found = 0;
-            while (link.coms.receivePacket(packet))
-                ++found;
-            QCOMPARE(found, sparesLine ? 10 : 9);
             link.line.send(frame(4));
             QVERIFY(link.coms.receivePacket(packet));
             link.line.send(frame(5)); // a line that has run dry is spared until the next look
@@ -163,7 +157,6 @@ private slots:
         QCOMPARE(texts.size(), 35);
         for (uint32_t code = 0; code <= 0x100; ++code)
             QCOMPARE(vnPacketComs::errorText(code), texts.value(code, "Unknown error"));
-        QCOMPARE(vnPacketComs::errorText(0xFFFFFFFF), "Unknown error");
         const auto names = documented("(?:numbered|,) (\\d) ([A-Z]\\w+)");
         QCOMPARE(names.size(), 5);
         for (const int id : {-1, 0, 1, 2, 3, 4, 5, 6, 0xFE, 0xFF, INT_MAX, INT_MIN})
