@@ -33,16 +33,13 @@ class SurveyRulesTest : public QObject
 private slots:
     void findsTheRates()
     {
-        const Link atFirst = [](int rate, int trial) { return rate > 300 && trial != 0 ? 9 : 0; };
         const Link later = [](int rate, int trial) { return rate > 300 && trial != 1 ? 9 : 0; };
         // Without loss: from, to. With partial loss: from, to. Most trials of the search.
         for (const auto& [name, link, highest, from, to, partFrom, partTo, most] :
              {std::tuple("whole line", dropsAbove(1000), 872, 872, 872, 872, 872, 2),
               {"silent", dropsAbove(0), 872, 0, 0, 0, 0, 10},
               {"large", dropsAbove(700), 872, 694, 700, 698, 703, 12},
-              {"just below", dropsAbove(870), 872, 862, 870, 872, 872, 11},
-              {"not confirmed", later, 799, 298, 300, 298, 300, 19},
-              {"not confirmed at the top", atFirst, 872, 298, 300, 298, 300, 13}}) {
+              {"not confirmed", later, 799, 298, 300, 298, 300, 19}}) {
             RateSearch search(highest, 0.5);
             QCOMPARE(search.next(), highest);
             std::map<int, int> passes;
@@ -65,7 +62,6 @@ private slots:
         for (const auto& [trial, limit] : {std::pair(Trial{.sent = 1000, .unsent = 10}, 0.),
                                            {Trial{.sent = 995, .lost = 1, .failed = 5}, 0.6},
                                            {Trial{.sent = 990, .unsent = 11}, -1},
-                                           {Trial{.sent = 10, .unsent = 1}, 0},
                                            {Trial{}, 100},
                                            {Trial{.sent = 1000, .cutShort = true}, -1}}) {
             QCOMPARE(trial.passes(limit), limit >= 0);

@@ -34,8 +34,6 @@ def check(module_options, options, happens, status):
         jsonschema.validate(report, SCHEMA, format_checker=jsonschema.FormatChecker())
         assert program.returncode == report["exitStatus"] == status, errors
         assert (not report["reasons"]) == report["complete"] == (status == 0), report
-        complaints = len(report["reasons"]) + sum(size["hindered"] for size in report["sizes"])
-        assert errors.count("packetbrask-survey: ") == complaints, errors
         shown = subprocess.check_output([REPORT, files["json"], "--text", "--html", files["html"]], text=True)
         shown_as = ["ncomplete" in text for text in (files["html"].read_text(encoding="utf-8"), shown, table)]
         assert shown_as == [status != 0] * 3
@@ -51,14 +49,12 @@ def finds_the_rate():
 
 
 def keeps_what_is_known():
-    assert check([], [], lambda module, program: program.terminate(), 1)[2]["sizes"][0]["trials"]
-    assert check([], [], lambda module, program: module.terminate(), 4)[2]["sizes"][0]["trials"]
-
-
-def gives_a_silent_module_up():
-    assert not check(["--drop=1"], [], lambda *_: None, 1)[2]["sizes"][0]["trials"]
+    for module, happens, status, known in (([], lambda module, program: program.terminate(), 1, True),
+                                           ([], lambda module, program: module.terminate(), 4, True),
+                                           (["--drop=1"], lambda *_: None, 1, False)):
+        assert bool(check(module, [], happens, status)[2]["sizes"][0]["trials"]) == known
 
 
 with concurrent.futures.ThreadPoolExecutor() as pool:
-    for result in [pool.submit(case) for case in (finds_the_rate, keeps_what_is_known, gives_a_silent_module_up)]:
+    for result in [pool.submit(case) for case in (finds_the_rate, keeps_what_is_known)]:
         result.result()
