@@ -48,10 +48,11 @@ Pings sent late, p99 | 180 µs | 180 µs | 180 µs | 180 µs
 # What is complained of, and the changes that lead to it.
 UNREADABLE = {
     "a number of 0 or more": "latencyUs.p99=[] latencyUs.p99=-0.1", "an object": "configuration=1 adapter=[]",
-    "an array": "reasons=1", "a text": "timing=1 host.name=1", "true or false": "configuration.moduleScreen=0",
+    "an array": "reasons=1", "a text": "timing=1 host.name=1",
+    "true or false": "configuration.moduleScreen=0",
     "a date and time": 'start="today"', "a known word": 'verdict="good"',
-    "in its range": "configuration.baudRate=0 configuration.packetsPerSecond=0 configuration.timeoutMs=2147483648 "
-                    "unexpected.errorReplies.0.code=256",
+    "in its range": "configuration.baudRate=0 configuration.packetsPerSecond=0 "
+                    "configuration.timeoutMs=2147483648 unexpected.errorReplies.0.code=256",
     "a count": "configuration.minDataSizeBytes=-1 packetsSent=1.5 packetsSent=1000000000001 packetsLost=null "
                "seconds.1.lost=-1 unexpected.errorReplies.0.code=-1",
     "a row of [lower, upper, count], shortest first":
@@ -170,9 +171,9 @@ class FiguresTest(helpers.FolderTest):
     def test_shows_what_is_not_known(self):
         bare = changed(report(3, seconds=2, loss=1), {
             "adapter": None, "lineErrors": None, "timing": "window", "verdict": "outputFailed",
-            "reasons": ["full", "worse"], "sendLagUs": {"p99": None, "maximum": None}, "achievedPacketsPerSecond": None,
-            "configuration.durationSeconds": 0, "configuration.moduleScreen": False, "configuration.maxP99Ms": 2.5,
-            "configuration.maxLatencyMs": None})
+            "reasons": ["full", "worse"], "sendLagUs": {"p99": None, "maximum": None},
+            "achievedPacketsPerSecond": None, "configuration.durationSeconds": 0, "configuration.moduleScreen": False,
+            "configuration.maxP99Ms": 2.5, "configuration.maxLatencyMs": None})
         page, text = self.page(*self.write(bare=bare)), self.run_program("bare.json").stdout
         self.assertIn("✗Output failedfullworse\n", page.words)
         self.assertIn("bare: Output failed\n  full\n  worse\n", text)
@@ -332,7 +333,8 @@ class FiguresTest(helpers.FolderTest):
             ("Pings sent late", {"sendLagUs.p99": 20100}, "1 ping in 100 left more than 20.1 ms"),
             ("Fewer pings than asked for", {"achievedPacketsPerSecond": 44.9, "sendingSeconds": 1}, "Only 89.8 %"),
             ("The line was full", {"estimatedTrafficToModule.lineSharePercent": 90}, "The pings took 90 %"),
-            ("Latency timer", {"adapter.latencyTimerMs": 1.5}, "The adapter may hold received bytes back for up to 1.5"),
+            ("Latency timer", {"adapter.latencyTimerMs": 1.5},
+             "The adapter may hold received bytes back for up to 1.5"),
             ("Error replies", {"unexpected.errorReplies": 2 * [{"code": 255, "text": "", "count": 3}]},
              "The module answered with an error instead of an echo (counted: 6)"))
         cases += tuple((title, {source: 7}, "7") for title, (_, source) in documented.items()
@@ -347,7 +349,7 @@ class FiguresTest(helpers.FolderTest):
 
     def test_tells_what_it_cannot_read(self):
         whole, bad = report(seconds=2, version="1.1"), {}
-        whole["unexpected"]["errorReplies"] = [{"code": 0, "text": "", "count": 0}, {"code": 255, "text": "", "count": 0}]
+        whole["unexpected"]["errorReplies"] = [{"code": code, "text": "", "count": 0} for code in (0, 255)]
         for wanted, changes in UNREADABLE.items():
             for path, value in (change.split("=") for change in changes.split()):
                 told = re.sub(r"(unexpected\.)?(\w+)\.\d\.", r"\2: ", path)
