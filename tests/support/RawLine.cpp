@@ -7,7 +7,6 @@
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/ioctl.h>
-#include <unistd.h>
 
 RawLine::RawLine()
 {
@@ -19,24 +18,15 @@ RawLine::RawLine()
     observer = open(qPrintable(linePath), O_RDWR | O_NOCTTY | O_CLOEXEC);
 }
 
-RawLine::~RawLine()
-{
-    close(observer);
-}
-
 void RawLine::send(const QByteArray& bytes)
 {
-    const auto waiting = [this] {
-        int count = 0;
-        ioctl(observer, FIONREAD, &count);
-        return count;
-    };
-    const qsizetype expected = waiting() + bytes.size();
+    int waiting = 0;
+    ioctl(observer, FIONREAD, &waiting);
+    const qsizetype expected = waiting + bytes.size();
     if (pty->write(bytes.constData(), bytes.size()) != bytes.size())
         qFatal("the pseudo-terminal did not take %lld bytes", static_cast<long long>(bytes.size()));
-    const QDeadlineTimer deadline(5000);
-    while (waiting() < expected && !deadline.hasExpired())
-        sched_yield();
+    for (QDeadlineTimer rest(5000); waiting < expected && !rest.hasExpired(); sched_yield())
+        ioctl(observer, FIONREAD, &waiting);
 }
 
 QByteArray RawLine::take(qsizetype count)

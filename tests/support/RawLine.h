@@ -8,12 +8,14 @@
 
 #include <memory>
 
+#include <unistd.h>
+
 /** A pseudo-terminal whose module end the test plays by hand, byte by byte. One thread. */
 class RawLine
 {
 public:
     RawLine();
-    ~RawLine();
+    ~RawLine() { ::close(observer); }
 
     /** The path that the code under test opens. */
     QString path() const { return linePath; }
