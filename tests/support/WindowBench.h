@@ -55,25 +55,28 @@ public:
     void say(const QString& type, const QString& text) const { call("onLogMessage", type, text); }
 
     /**
-     * Does `act`, which opens modal dialogs, lets `see` look at each before it is closed, and
-     * returns what they were: a message box with the one button is "icon|title|text", another its
-     * title.
+     * Does `act`, which opens modal dialogs, lets `look` see each before it is closed, and returns
+     * what they were: a message box with the one button is "icon|title|text", another its title.
+     * Dialogs that nothing has asked for are closed, too, and fail the test at its end.
      */
-    static QStringList boxesOf(
-        const std::function<void()>& act, const std::function<void(QWidget*)>& see = [](auto) {});
+    QStringList boxesOf(const std::function<void()>& act,
+                        const std::function<void(QWidget*)>& look = {}) const;
 
     std::unique_ptr<MainWindow> window;
 
 private:
     template <typename Widget> Widget* withText(const QString& text) const
     {
-        for (Widget* widget : window->findChildren<Widget*>()) {
+        for (Widget* widget : window->findChildren<Widget*>())
             if (widget->text() == text)
                 return widget;
-        }
         return nullptr;
     }
+    void closeDialog();
 
     QTemporaryDir directory;
-    QString previousDirectory;
+    QTimer watch;
+    QPointer<QWidget> last;
+    mutable QStringList boxes;
+    mutable std::function<void(QWidget*)> see;
 };
