@@ -99,8 +99,9 @@ private slots:
         QCOMPARE(view->palette().color(QPalette::Text), QColor(Qt::black));
         QCOMPARE(view->placeholderText(), "Log messages will appear here...");
         QVERIFY(view->isReadOnly() && view->maximumHeight() == 250);
-        for (const QString line : {"#008000 SUCCESS", "#ffa500 TIMEOUT", "#ffa500 WARNING",
-                                   "#000000 INFO", "#ff0000 ERROR"}) {
+        for (const QString& line :
+             QStringList{"#008000 SUCCESS", "#ffa500 TIMEOUT", "#ffa500 WARNING", "#000000 INFO",
+                         "#ff0000 ERROR"}) {
             bench.say(line.section(' ', 1), "100%, \"%1\" of %2");
             const QString text = bench.log().constLast();
             QCOMPARE(text.mid(13), "] " + line.section(' ', 1) + ": 100%, \"%1\" of %2");
@@ -266,6 +267,9 @@ private slots:
         QCOMPARE(rows.filter(sent).size(), rows.filter("Sent packet").size());
         QVERIFY(rows.filter(sent).size() >= 10);
         QVERIFY(rows.filter(" timeout after 60ms").size() > 0);
+        bench.named<QSpinBox>("Min Data Size:")->setValue(33);
+        start();
+        QVERIFY(bench.button("Stop Test")->isEnabled());
     }
 };
 

@@ -59,8 +59,8 @@ struct Told : PingObserver
         tell(ns, "%s%llu", names[int(what)], id);
     }
     void errorReplied(int code, qint64 ns) override { tell(ns, "error%d", code); }
-    void sendingEnded(qint64 ns) override { tell(ns, "stopped"); }
-    void runEnded(qint64 ns) override { tell(ns, "ended"); }
+    void sendingEnded(qint64 ns) override { tell(ns, "%s", "stopped"); }
+    void runEnded(qint64 ns) override { tell(ns, "%s", "ended"); }
 };
 
 /** An engine whose every step the test takes itself, or lets happen by letting time pass. */

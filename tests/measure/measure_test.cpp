@@ -98,7 +98,7 @@ private slots:
 
     void hasTimeGoOnWithWhateverIsTold()
     {
-        for (const QString event : {"s", "f", "m0", "c0", "g0", "o0", "x1", ".", "!"}) {
+        for (const QString& event : QStringList{"s", "f", "m0", "c0", "g0", "o0", "x1", ".", "!"}) {
             for (const auto& [script, sendingMs] :
                  {std::tuple("w249 s w2247 ", 2500), {"w249 s w497 . w1748 ", 750}}) {
                 RunMeasurement run;
