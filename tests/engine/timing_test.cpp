@@ -164,7 +164,7 @@ private slots:
         const qint64 wokenNs = bench.timing.nowNs();
         QTRY_VERIFY(dues.size() > 30);
         for (int i = 0; i < 20; ++i)
-            QCOMPARE(dues[i], firstNs + i * 1'000'000);
+            QCOMPARE(dues[i], firstNs + i * qint64{1'000'000});
         QVERIFY(dues[20] > wokenNs && (dues[20] - firstNs) % 1'000'000 == 0);
     }
 

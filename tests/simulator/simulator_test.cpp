@@ -212,7 +212,7 @@ private slots:
                                                            {0, 1000, 100, 5000}}) {
             RateGate gate(taken);
             int passes = 0;
-            for (qint64 ping = 0; ping < 5 * sent; ++ping)
+            for (qint64 ping = 0; ping < qint64{5} * sent; ++ping)
                 passes += gate.passes(qint64(1e9) * (100 + ping / atATime * atATime) / sent);
             QCOMPARE(passes, passed);
         }
@@ -229,7 +229,7 @@ private slots:
         connect(&delayed, &DelayedAnswers::due, this,
                 [&](const Answer& answer) { order += answer.pieces.size(); });
         for (const auto& [pieces, delayMs] : {std::pair(4, 20), {2, 5}, {3, 5}, {1, 0}})
-            QVERIFY(delayed.hold({std::vector<AnswerPiece>(size_t(pieces))}, delayMs * 1000));
+            QVERIFY(delayed.hold({std::vector<AnswerPiece>(size_t(pieces))}, delayMs * qint64{1000}));
         QTRY_COMPARE(order, (QList<size_t>{1, 2, 3, 4}));
         for (int i = 0; i < 65536; ++i)
             QVERIFY(delayed.hold({}, 60'000'000));
