@@ -229,7 +229,8 @@ private slots:
         connect(&delayed, &DelayedAnswers::due, this,
                 [&](const Answer& answer) { order += answer.pieces.size(); });
         for (const auto& [pieces, delayMs] : {std::pair(4, 20), {2, 5}, {3, 5}, {1, 0}})
-            QVERIFY(delayed.hold({std::vector<AnswerPiece>(size_t(pieces))}, delayMs * qint64{1000}));
+            QVERIFY(
+                delayed.hold({std::vector<AnswerPiece>(size_t(pieces))}, delayMs * qint64{1000}));
         QTRY_COMPARE(order, (QList<size_t>{1, 2, 3, 4}));
         for (int i = 0; i < 65536; ++i)
             QVERIFY(delayed.hold({}, 60'000'000));
