@@ -13,7 +13,7 @@ from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.keys import Keys
 
 import helpers
-from sample_reports import report, samples
+from sample_reports import report, samples, survey
 
 PROGRAM, PROJECT = sys.argv.pop(1), pathlib.Path(sys.argv.pop(1))
 BROWSER = ("--headless --no-sandbox --disable-gpu --disable-quic --no-first-run --disable-background-networking "
@@ -24,14 +24,14 @@ LOOKS = ((True, False, 1200), (True, True, 400), (False, True, 1200))
 
 class PagesTest(helpers.FolderTest):
     def test_pages_in_a_browser(self):
-        schema = json.loads((PROJECT / "docs/report.schema.json").read_text(encoding="utf-8"))
         batch = {f"r{i}": report(i, 3, 30, 4000 + 3 * i, tags={"station": f"S{i % 3}"}) for i in range(100)}
-        for name, run in (samples() | batch).items():
+        for name, run in (samples() | batch | {"survey": survey()}).items():
+            schema = json.loads((PROJECT / f"docs/{run.get('kind', 'report')}.schema.json").read_text(encoding="utf-8"))
             jsonschema.validate(run, schema, cls=jsonschema.Draft202012Validator)
             pathlib.Path(name).write_text(json.dumps(run), encoding="utf-8")
         browser = self.start_browser()
         for name, (charts, *arguments) in {
-                "hour": (4, "hour"), "passed": (4, "passed"), "silent": (1, "silent"),
+                "hour": (4, "hour"), "survey": (2, "survey"), "passed": (4, "passed"), "silent": (1, "silent"),
                 "three": (4, "passed", "lossy", "hostile"), "batch": (2, *batch, "--by=station")}.items():
             subprocess.run([PROGRAM, *arguments, "--html=" + (page := name + ".html")], check=True, timeout=60)
             self.assertLess(os.path.getsize(page), 1_500_000)

@@ -1,4 +1,4 @@
-"""Reports as packetbrask-run writes them, of made-up runs."""
+"""Reports as packetbrask-run and packetbrask-survey write them, of made-up runs and surveys."""
 
 import copy
 import math
@@ -75,10 +75,113 @@ def report(seed=1, seconds=60, rate=50, middle_us=5200.0, loss=0.0, tags=None, *
     return made | changes
 
 
+def survey(**changes):
+    """A survey of three payloads: one hindered, one at no rate of which all came back, one not ended."""
+    def trial(purpose, rate, sent, **more):
+        return {"purpose": purpose, "packetsPerSecond": rate, "sendingSeconds": 5, "cutShort": False,
+                "packetsSent": sent, "packetsReceived": sent, "packetsLost": 0, "sendFailures": 0,
+                "packetsUnsent": 0, "p50Us": 812.5, "p99Us": 1999} | more
+
+    def size(size_bytes, capacity, **more):
+        return {"sizeBytes": size_bytes, "complete": True, "hindered": False, "capacityPacketsPerSecond": capacity,
+                "highestPacketsPerSecond": int(capacity), "withoutLoss": None, "withPartialLoss": None, "loads": [],
+                "trials": []} | more
+    unsent = trial("search", 1200, 5990, packetsReceived=5980, packetsLost=7, sendFailures=3, packetsUnsent=11,
+                   cutShort=True)
+    none = {"packetsPerSecond": 0, "capacityPercent": 0}
+    loads = [{"percent": percent, "packetsPerSecond": 11 * percent, "packetsSent": 55 * percent,
+              "packetsLost": percent // 50, "p50Us": 10 * percent, "p99Us": None if percent == 90 else 1e4 * percent}
+             for percent in (10, 50, 90, 100)]
+    sizes = [size(8, 1310.25, hindered=True, loads=loads, trials=[unsent, trial("confirmation", 1100, 5500)],
+                  withoutLoss={"packetsPerSecond": 1100, "capacityPercent": 83.95},
+                  withPartialLoss={"packetsPerSecond": 1150, "capacityPercent": 87.77}),
+             size(64, 154, hindered=True, withoutLoss=none,
+                  withPartialLoss={"packetsPerSecond": 3, "capacityPercent": 1.95},
+                  trials=[trial("search", 1, 0, packetsReceived=0, p50Us=None, p99Us=None)]),
+             size(124, 81.8, complete=False)]
+    run = report(tags={"cable": "7 m", "module": HOSTILE})
+    return {name: run[name] for name in ("tags", "host", "adapter", "start", "end")} | {
+        "program": "packetbrask-survey", "version": "1.0", "kind": "survey", "format": 1, "complete": False,
+        "configuration": {"port": "/dev/<ttyUSB0>", "baudRate": 115200, "sizesBytes": [8, 64, 124],
+                          "trialSeconds": 2.5, "partialLossPercent": 0.25, "timeoutMs": 500},
+        "sizes": sizes, "reasons": ["ended by a signal"], "exitStatus": 1} | changes
+
+
 def samples():
+    """What each page may have to show."""
     lossy = report(2, loss=0.02, middle_us=6100, tags={"cable": "B"}, sendLagUs={"p99": 31000, "maximum": 80000})
     return {"passed": report(1, tags={"cable": "A"}), "silent": report(3, loss=1, lineErrors=None),
             "lossy": changed(lossy, {"lineErrors.framing": 41, "unexpected.errorReplies": [
                 {"code": 3, "text": HOSTILE, "count": 4}]}),
             "hour": report(5, seconds=3600, rate=20, loss=0.0005),
-            "hostile": report(6, tags={HOSTILE: HOSTILE, "cable": HOSTILE}, adapter=None)}
+            "hostile": report(6, tags={HOSTILE: HOSTILE, "cable": HOSTILE}, reasons=[HOSTILE], adapter=None, seconds=2)}
+
+
+def compared():
+    """Runs that differ by more than chance, or do not."""
+    burst = report(1)
+    burst["seconds"][30]["maximumUs"] = 400000
+    burst["latencyHistogramUs"].append([399000, 401000, 45])
+    burst["latencyUs"] |= {"p99": 400000, "p999": 400000, "maximum": 400000}
+    burst["packetsReceived"] += 45
+    named = {f"{cable}-{site}": report(1, 1, 2, tags={"cable": cable, "site": site})
+             for cable in "AB" for site in "XY"}
+    first = named["A-X"] | {"tags": {}}
+    settings = {"baudRate": 9600, "packetsPerSecond": 49, "timeoutMs": 501, "minDataSizeBytes": 2,
+                "maxDataSizeBytes": 123, "moduleScreen": False}
+    return named | {
+        "first": report(1), "burst": burst, "lossy": report(1, loss=0.01), "slow": report(9, middle_us=6200),
+        "eight": report(9, 8, 50, 9000, 0.1), "stretched": report(4, 33, 20, 5300, 0.05), "silent": report(3, loss=1),
+        "short": report(9, 7, 50, 9000), "brief": first, "window": first | {"timing": "window"},
+        "timer": changed(first, {"adapter.latencyTimerMs": 2}), "bare": first | {"adapter": None}} | {
+        name: changed(first, {"configuration." + name: value}) for name, value in settings.items()}
+
+
+def batch():
+    """Runs with every verdict, of three stations and of none."""
+    def made(p99, verdict="passed", lost=0, tag=None, start=0, **changes):
+        run = report(1, 1, 10, tags={"station": tag} if tag else {}, packetsLost=lost, verdict=verdict,
+                     start=f"2026-11-22T10:00:{start:02}.000+01:00", reasons=["r" * 121] * (verdict != "passed"))
+        run["latencyUs"] = run["latencyUs"] | {"p50": p99 and p99 / 2, "p99": p99, "maximum": p99 and 2 * p99}
+        run["latencyHistogramUs"] = [[p99 / 4, p99 / 2, 5], [p99, 2 * p99, 2]] if p99 else []
+        return run | changes
+    return {"a": made(5000, tag="S2", start=9), "b": made(9000, tag="S2", start=3),
+            "c": made(7000, "failed", 1, "S1"), "d": made(1000, "lineLost"),
+            "e": made(8000, "outputFailed", 2, "S3"), "f": made(2000, "failed", 2, "S1"),
+            "g": made(5000, tag="S2", lost=3, start=1), "h": made(None, "failed", 2, packetsSent=0, start=9),
+            "i": made(None, "failed", 2, "S1"), "k": made(1500, tag="S3")}
+
+
+def explained():
+    """Runs at and past the limits from which on there is something to say of them."""
+    lost = {"packetsLost": 7, "lossBursts.longest": 4}
+    timer, rate = "adapter.latencyTimerMs", "achievedPacketsPerSecond"
+    share = "estimatedTrafficToModule.lineSharePercent"
+    cases = {"under": {"sendLagUs.p99": 20000, share: 89.9, timer: 1, rate: 45},
+             "over": {"sendLagUs.p99": 20100, share: 90, timer: 1.5, rate: 44.9, "sendingSeconds": 1,
+                      "lossBursts.longest": 5},
+             "early": {"sendLagUs.p99": None, rate: 1, "sendingSeconds": 0.9},
+             "fast": {"sendLagUs.p99": 5100, "configuration.packetsPerSecond": 200, rate: 0},
+             "none-sent": {"packetsSent": 0, "packetsReceived": 0, rate: None},
+             "silent": {"packetsReceived": 0, "packetsSent": 7, "packetsLost": 7, "lossBursts.longest": 99},
+             "unplugged": lost | {"verdict": "lineLost", "timing": "window"}, "unknown": lost | {"lineErrors": None},
+             "refused": {"unexpected.errorReplies": 2 * [{"code": 255, "text": "", "count": 3}]}}
+    cases |= {name: lost | {f"lineErrors.{name}": 1}
+              for name in ("framing", "parity", "break", "overrun", "bufferOverrun")}
+    return {name: changed(report(2, seconds=2), changes) for name, changes in cases.items()}
+
+
+def singles():
+    """Runs by themselves: with figures of every size, and with what is not known left out."""
+    figures = report(1, seconds=8, packetsReceived=20000) | {"latencyHistogramUs": [
+        [0, 0.5, 200], [100, 110, 8000], [110, 115, 2000], [115, 120, 199], [120, 160, 5801], [1000, 1100, 1800],
+        [1100, 1200, 1800], [90000, 99000, 200]]}
+    figures["latencyUs"] |= {"p50": 111, "p90": 1050, "p99": 1190, "p999": 91000, "maximum": 98000}
+    for second, us in zip(figures["seconds"], (0, 0.0123, 999.4, 12.25, 9995, 999.4e3, 1e6, 12345678)):
+        second["maximumUs"] = us
+    unknown = changed(report(3, seconds=2, loss=1), {
+        "adapter": None, "lineErrors": None, "timing": "window", "verdict": "outputFailed",
+        "reasons": ["full", "worse"], "sendLagUs": {"p99": None, "maximum": None}, "achievedPacketsPerSecond": None,
+        "configuration.durationSeconds": 0, "configuration.moduleScreen": False,
+        "configuration.maxP99Ms": 2.5, "configuration.maxLatencyMs": None})
+    return {"figures": figures, "unknown": unknown}
