@@ -1,8 +1,12 @@
 #include "survey/Survey.h"
 #include "survey/surveyOptions.h"
+#include "survey/surveyReport.h"
 #include "survey/surveyTable.h"
 
+#include <QFile>
+#include <QJsonDocument>
 #include <QTest>
+#include <QTimeZone>
 
 #include <cmath>
 #include <functional>
@@ -21,7 +25,7 @@ Trial made(const Link& link, int rate, TrialPurpose purpose, int trial)
 {
     const quint64 sent = quint64(rate) * 5;
     const auto lost = quint64(std::ceil(link(rate, trial) * double(sent) / 100));
-    return {rate, purpose, 5, sent, sent - lost, lost, 0, 0, false, rate, rate};
+    return {rate, purpose, 5, sent, sent - lost, lost, 0, 0, false, rate * 10.04, rate * 11.26};
 }
 
 } // namespace
@@ -70,33 +74,66 @@ private slots:
         }
     }
 
-    void goesThroughTheSizes()
+    /** Trial by trial, with the trials that are thought to be left, and what is written of it. */
+    void surveysAsExpected()
     {
-        Survey survey({8, 124, 64}, 115200, 0);
-        while (survey.next()->sizeBytes != 64) { // ended there
+        SurveyOptions options =
+            parseSurveyOptions({"x", "--port=/dev/x", "--sizes=8,124,16,64", "--trial=2.5",
+                                "--partial-loss=2", "--timeout=600", "--tag=cable=7"});
+        Survey survey(options.sizesBytes, options.baudRate, options.partialLossPercent);
+        QString told;
+        for (int trial = 0; survey.next()->sizeBytes != 64; ++trial) { // ended there
             const auto [size, place, rate, purpose] = *survey.next();
-            QVERIFY(survey.trialsLeft() > 0 && place == (size == 8 ? 1 : 2));
-            survey.take(made(dropsAbove(100), rate, purpose, 0));
+            told += QString("%1 %2 %3 %4 %5\n")
+                        .arg(size)
+                        .arg(place)
+                        .arg(rate)
+                        .arg("SCL"[int(purpose)])
+                        .arg(survey.trialsLeft());
+            Trial made = ::made(dropsAbove(size == 16 ? 0 : 100), rate, purpose, trial);
+            made.unsent = size == 124 && trial % 2 == 0 ? 9 : 0;
+            made.failed = size == 16 ? quint64(trial) % 4 : 0;
+            made.cutShort = made.failed == 2;
+            survey.take(made);
         }
-        const SurveyOutcome outcome{.sizes = survey.results()};
-        QCOMPARE(outcome.sizes[1].trials.size(), size_t(5)); // the last load is the confirmation
-        QCOMPARE(surveyTable(outcome, 0).section("ms\n", -1).simplified(),
-                 "8 872.7 100 11.5 100 11.5 0.01 / 0.01 0.05 / 0.05 0.09 / 0.09 0.10 / 0.10 "
-                 "124 81.8 81 99.0 81 99.0 0.01 / 0.01 0.04 / 0.04 0.07 / 0.07 0.08 / 0.08 "
-                 "64 154.0 - - - - - - - - incomplete");
+        const QDateTime start({2027, 1, 2}, {3, 4, 5, 678}, QTimeZone(3600));
+        const SurveyOutcome outcome{survey.results(),
+                                    start,
+                                    start.addMSecs(1001),
+                                    {"why"},
+                                    QJsonObject{{"name", "h"}},
+                                    {},
+                                    1};
+        told += surveyTable(outcome, options.partialLossPercent) +
+                QJsonDocument(surveyReport(options, outcome)).toJson();
+        QFile file(EXPECTED);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(told.split('\n'), QString::fromUtf8(file.readAll()).split('\n'));
     }
 
-    void refusesOptions()
+    void readsOptions()
     {
-        // A ping of 124 bytes and its echo take 586.7 ms at 4800 baud.
+        const auto read = [](const QStringList& options) {
+            // A ping of 8 bytes and its echo take 220 ms at 1200 baud.
+            return parseSurveyOptions(
+                QStringList{"x", "--port=x", "--timeout=221", "--baud=1200", "--sizes=8"} +
+                options);
+        };
         for (const QString& option : std::initializer_list<QString>{
-                 "--sizes=7", "--sizes=125", "--sizes=8,", "--sizes=8,8", "--trial=0.05",
-                 "--trial=61", "--partial-loss=-1", "--timeout=586", "--baud=1", "--json="}) {
-            const QStringList line{"x", "--port=x", "--timeout=587", "--baud=4800", option};
-            QVERIFY2(
-                parseSurveyOptions(line).message.startsWith(QString(option).replace('=', ": \"")),
-                qPrintable(option));
-        }
+                 "--sizes=7", "--sizes=125", "--sizes=8,", "--sizes=8,8", "--trial=0.09",
+                 "--trial=60.1", "--partial-loss=-1", "--partial-loss=100.1", "--timeout=220",
+                 "--baud=1", "--json=", "--tag=x"})
+            QVERIFY2(read({option}).message.startsWith(QString(option).replace('=', ": \"")),
+                     qPrintable(option));
+        for (const QString& option : std::initializer_list<QString>{
+                 "--sizes=124,8", "--trial=0.1", "--trial=60", "--partial-loss=0",
+                 "--partial-loss=100", "--quiet", "--json=-"})
+            QCOMPARE(read({"--timeout=5000", option}).message, QString());
+        QVERIFY(read({"--quiet"}).quiet && !read({}).quiet && read({"--json=-"}).reportPath == "-");
+        const QJsonObject usual = surveyReport(parseSurveyOptions({"x", "--port=x"}), {});
+        QCOMPARE(QJsonDocument(usual["configuration"].toObject()).toJson(QJsonDocument::Compact),
+                 R"({"baudRate":115200,"partialLossPercent":0.5,"port":"x",)"
+                 R"("sizesBytes":[8,16,32,64,124],"timeoutMs":500,"trialSeconds":5})");
     }
 };
 

@@ -1,8 +1,12 @@
-"""MODULE SURVEY REPORT SCHEMA: the built programs against a module that takes only so many pings."""
+"""MODULE SURVEY REPORT SCHEMA: the built programs against modules that lose some pings, many or all."""
 
 import concurrent.futures
+import contextlib
+import itertools
 import json
+import os
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -13,48 +17,87 @@ MODULE, SURVEY, REPORT, SCHEMA_FILE = sys.argv[1:]
 SCHEMA = json.loads(pathlib.Path(SCHEMA_FILE).read_text(encoding="utf-8"))
 
 
-def check(module_options, options, happens, status):
-    """A survey during which, after its first trial, something `happens`."""
-    with tempfile.TemporaryDirectory() as folder:
+def check(module_options, options, status, complete=True, happens=lambda module, program: None):
+    """A survey, shown on a terminal, during which, after its first trial, something `happens`."""
+    master, slave = os.openpty()
+    with tempfile.TemporaryDirectory() as folder, open(master, encoding="utf-8", newline="\n") as terminal:
         files = {name: pathlib.Path(folder, name) for name in ("json", "summary", "html")}
         module = subprocess.Popen([MODULE, "--summary", files["summary"], *module_options],
                                   stdout=subprocess.PIPE, text=True)
         program = subprocess.Popen([SURVEY, "--port", module.stdout.readline().strip(), "--json", files["json"],
                                     "--sizes=8,16", "--trial=0.2", "--timeout=50", "--baud=9600", *options],
-                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
-        errors = ""
-        for line in program.stderr:
-            errors += line
-            if errors.count(" sent, ") == 1 and " sent, " in line:
-                happens(module, program)
+                                   stdout=subprocess.PIPE, stderr=slave, text=True)
+        os.close(slave)
+        told = ""
+        with contextlib.suppress(OSError):  # the terminal's end
+            for line in terminal:
+                told += line
+                if " sent, " in line and told.count(" sent, ") == 1:
+                    happens(module, program)
         table = program.communicate(timeout=60)[0]
         module.terminate()
         module.communicate(timeout=60)
         report = json.loads(files["json"].read_text(encoding="utf-8"))
         jsonschema.validate(report, SCHEMA, format_checker=jsonschema.FormatChecker())
-        assert program.returncode == report["exitStatus"] == status, errors
-        assert (not report["reasons"]) == report["complete"] == (status == 0), report
+        assert program.returncode == report["exitStatus"] == status, told
+        assert (not report["reasons"]) == (status == 0) and report["complete"] == complete, report
+        assert all(f"packetbrask-survey: {reason}\r\n" in told for reason in report["reasons"]), told
         shown = subprocess.check_output([REPORT, files["json"], "--text", "--html", files["html"]], text=True)
         shown_as = ["ncomplete" in text for text in (files["html"].read_text(encoding="utf-8"), shown, table)]
-        assert shown_as == [status != 0] * 3
+        assert shown_as == [not complete] * 3
+        check_lines(told, report)
         return table, shown, report, json.loads(files["summary"].read_text(encoding="utf-8"))
 
 
+def check_lines(told, report):
+    """What the terminal was told, held against the report."""
+    lines, rates = [], []
+    for size in report["sizes"]:
+        for trial in size["trials"]:
+            rate, sent, unsent = (trial[name] for name in ("packetsPerSecond", "packetsSent", "packetsUnsent"))
+            lost = trial["packetsLost"] + trial["sendFailures"]
+            assert sent == trial["packetsReceived"] + trial["packetsLost"]
+            assert trial["cutShort"] or trial["sendingSeconds"] >= max(0.2, 3.5 / rate), trial
+            assert int(trial["sendingSeconds"] * rate) <= sent + trial["sendFailures"] + unsent, trial
+            lines.append(f"{'WARNING' if lost or unsent > 1 else 'SUCCESS'}: {size['sizeBytes']} bytes, {rate}/s: "
+                         f"{sent} sent, {lost} lost{f', {unsent} left out' if unsent else ''}"
+                         f"{', cut short' if trial['cutShort'] else ''}")
+            rates.append((str(size["sizeBytes"]), str(report["sizes"].index(size) + 1), str(rate)))
+        if size["complete"]:
+            found = size["withoutLoss"]
+            lines.append(f"INFO: {size['sizeBytes']} bytes: {found['packetsPerSecond']}/s without loss, "
+                         f"{found['capacityPercent']:.1f} % of what the line has room for")
+    assert re.findall(r"\] (\w+: \d+ bytes[^\r\n\033]*)", told) == lines, told
+    states = re.findall(r"(\d+) bytes \((\d) of \d\) \| (\d+)/s \| about [1-9]\d* s left\r", told)
+    states, rates = ([key for key, _ in itertools.groupby(rows)] for rows in (states, rates))
+    assert states[:len(rates)] == rates, told
+
+
 def finds_the_rate():
-    table, shown, report, counts = check(["--drop-above=40"], ["--sizes=8", "--tag=cable=7"], lambda *_: None, 0)
-    found = (size := report["sizes"][0])["withoutLoss"]["packetsPerSecond"]
+    table, shown, report, counts = check(["--drop-above=40"], ["--sizes=8", "--tag=cable=7"], 0)
+    found = report["sizes"][0]["withoutLoss"]["packetsPerSecond"]
     assert 20 <= found <= 55 and f" {found} " in table and f"{found}/s" in shown and "cable 7" in shown, report
-    assert all(trial["packetsSent"] == trial["packetsReceived"] + trial["packetsLost"] for trial in size["trials"])
     assert counts["tooFast"] > 0 and counts["pingsReceived"] == counts["tooFast"] + counts["echoesIntact"]
 
 
-def keeps_what_is_known():
-    for module, happens, status, known in (([], lambda module, program: program.terminate(), 1, True),
-                                           ([], lambda module, program: module.terminate(), 4, True),
-                                           (["--drop=1"], lambda *_: None, 1, False)):
-        assert bool(check(module, [], happens, status)[2]["sizes"][0]["trials"]) == known
+def finds_none():
+    report = check(["--drop=.9"], ["--sizes=8"], 1)[2]
+    assert report["reasons"] == ["with 8 bytes not even 1 packet a second went without loss"], report
+
+
+def waits_for_the_module():
+    report = check(["--drop=1"], [], 1, False)[2]
+    assert 28 <= int(re.fullmatch("none of (.*) packets came back", report["reasons"][0])[1]) <= 30, report
+
+
+def ends_early():
+    report, counts = check([], [], 1, False, lambda module, program: program.terminate())[2:]
+    assert report["reasons"] == ["ended by a signal"] and len(report["sizes"][0]["trials"]) in (1, 2), report
+    assert counts["pingsReceived"] - report["sizes"][0]["trials"][0]["packetsSent"] < 25  # it woke up at once
+    report = check([], [], 4, False, lambda module, program: module.terminate())[2]
+    assert report["reasons"] == ["the line takes no more packets"] and report["sizes"][0]["trials"], report
 
 
 with concurrent.futures.ThreadPoolExecutor() as pool:
-    for result in [pool.submit(case) for case in (finds_the_rate, keeps_what_is_known)]:
+    for result in [pool.submit(case) for case in (finds_the_rate, finds_none, waits_for_the_module, ends_early)]:
         result.result()
