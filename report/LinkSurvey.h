@@ -10,9 +10,9 @@
 /** The round trips at a share of the rate found. */
 struct SurveyLoad
 {
-    int percent = 0;
-    int packetsPerSecond = 0;
-    qint64 lost = 0;
+    int percent{};
+    int packetsPerSecond{};
+    qint64 lost{};
     Figure p50Us{};
     Figure p99Us{};
 };
@@ -21,9 +21,9 @@ struct SurveyLoad
 struct SurveyTrial
 {
     QString purpose; ///< a word of the report's
-    int packetsPerSecond = 0;
-    qint64 sent = 0, lost = 0, sendFailures = 0, unsent = 0;
-    bool cutShort = false;
+    int packetsPerSecond{};
+    qint64 sent{}, lost{}, sendFailures{}, unsent{};
+    bool cutShort{};
     Figure p50Us{};
     Figure p99Us{};
 };
@@ -31,17 +31,17 @@ struct SurveyTrial
 /** A rate found. */
 struct SurveyRate
 {
-    int packetsPerSecond = 0;
-    double capacityPercent = 0;
+    int packetsPerSecond{};
+    double capacityPercent{};
 };
 
 /** What a survey says of payloads of one size. */
 struct SurveySize
 {
-    int sizeBytes = 0;
-    bool complete = false;
-    bool hindered = false; ///< the computer may have been too busy for the rates found
-    double capacity = 0;   ///< pings a second that the line has room for
+    int sizeBytes{};
+    bool complete{};
+    bool hindered{};   ///< the computer may have been too busy for the rates found
+    double capacity{}; ///< pings a second that the line has room for
     std::optional<SurveyRate> withoutLoss{};
     std::optional<SurveyRate> withPartialLoss{};
     std::vector<SurveyLoad> loads{};
@@ -55,12 +55,12 @@ struct LinkSurvey : TestPlace
     QString path; ///< of the report's file, as given
     QString version;
     QString port;
-    int baudRate = 0;
-    double trialSeconds = 0;
-    double partialLossPercent = 0;
-    int timeoutMs = 0;
+    int baudRate{};
+    double trialSeconds{};
+    double partialLossPercent{};
+    int timeoutMs{};
     QDateTime start, end;
-    bool complete = false;
+    bool complete{};
     QStringList reasons;
     std::vector<SurveySize> sizes;
 };

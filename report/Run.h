@@ -12,19 +12,19 @@ enum class RunVerdict { Passed, Failed, LineLost, OutputFailed };
 /** Round trips that took from `lowerUs` to less than `upperUs`. */
 struct LatencyBin
 {
-    double lowerUs = 0;
-    double upperUs = 0;
-    qint64 count = 0;
+    double lowerUs{};
+    double upperUs{};
+    qint64 count{};
 };
 
 /** Some of the run's time; the seconds of a report are intervals too. */
 struct Interval
 {
-    double start = 0;  ///< seconds since the run's start
-    double length = 0; ///< seconds
-    qint64 sent = 0;
-    qint64 received = 0;
-    qint64 lost = 0;
+    double start{};  ///< seconds since the run's start
+    double length{}; ///< seconds
+    qint64 sent{};
+    qint64 received{};
+    qint64 lost{};
     Figure p50Us{};
     Figure maximumUs{};
 };
@@ -32,14 +32,14 @@ struct Interval
 struct RunSettings
 {
     QString port;
-    int baudRate = 0;
-    int packetsPerSecond = 0;
-    int minDataSizeBytes = 0;
-    int maxDataSizeBytes = 0;
-    int timeoutMs = 0;
-    int durationSeconds = 0; ///< 0: until a signal
-    bool moduleScreen = false;
-    double maxLossPercent = 0;
+    int baudRate{};
+    int packetsPerSecond{};
+    int minDataSizeBytes{};
+    int maxDataSizeBytes{};
+    int timeoutMs{};
+    int durationSeconds{}; ///< 0: until a signal
+    bool moduleScreen{};
+    double maxLossPercent{};
     Figure maxLatencyMs{}; ///< none: no limit
     Figure maxP99Ms{};     ///< none: no limit
 };
@@ -51,14 +51,14 @@ struct Latencies
 
 struct LineErrors
 {
-    qint64 framing = 0, parity = 0, overrun = 0, breaks = 0, bufferOverrun = 0;
+    qint64 framing{}, parity{}, overrun{}, breaks{}, bufferOverrun{};
 };
 
 struct ErrorReply
 {
-    int code = 0;
+    int code{};
     QString text;
-    qint64 count = 0;
+    qint64 count{};
 };
 
 /** What one report says. Texts are as the report has them, so nothing about them is safe to show.
@@ -68,15 +68,15 @@ struct Run : TestPlace
     QString path; ///< of the report's file, as given
     QString version;
     RunSettings settings;
-    bool exactTiming = false; ///< measured at the line; else as the window measures
+    bool exactTiming{}; ///< measured at the line; else as the window measures
     QDateTime start, end;
-    double sendingSeconds = 0;
+    double sendingSeconds{};
     Figure achievedPacketsPerSecond;
-    qint64 sent = 0, received = 0, lost = 0, sendFailures = 0;
-    qint64 noEchoInTime = 0, noEchoAtEnd = 0, changedEcho = 0;
-    qint64 lossBursts = 0, longestLossBurst = 0, outOfOrderEchoes = 0;
-    qint64 lateEchoes = 0, repeatedEchoes = 0, unknownEchoes = 0, shortEchoes = 0;
-    qint64 moduleReports = 0, otherPackets = 0;
+    qint64 sent{}, received{}, lost{}, sendFailures{};
+    qint64 noEchoInTime{}, noEchoAtEnd{}, changedEcho{};
+    qint64 lossBursts{}, longestLossBurst{}, outOfOrderEchoes{};
+    qint64 lateEchoes{}, repeatedEchoes{}, unknownEchoes{}, shortEchoes{};
+    qint64 moduleReports{}, otherPackets{};
     std::vector<ErrorReply> errorReplies;
     Latencies latencyUs;
     std::vector<LatencyBin> histogram; ///< shortest times first
