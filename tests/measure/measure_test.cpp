@@ -88,6 +88,9 @@ private slots:
             LatencyHistogram longer;
             for (const qint64 ns : {29'999'999'000, 30'000'000'000, 70'000'000'000})
                 longer.add(ns);
+            LatencyHistogram alone;
+            alone.merge(longer);
+            QCOMPARE(alone.minimumUs(), 29'999'999.0);
             times.merge(longer);
             QCOMPARE(figures(), "0.000 18571429.428 70000000.000 24743582.149: 0.000-1.000 2 "
                                 "1.000-1.020 1 4.968-5.067 1 29412156.115-30000000.000 1 "

@@ -86,7 +86,8 @@ class ProgramTest(helpers.FolderTest):
             self.assertEqual(set(os.listdir()), {"full", "link"})
         self.assertEqual(pathlib.Path("full").read_text(encoding="ascii"), "mine")
         with open("/dev/full", "w", encoding="ascii") as full:
-            self.assertEqual(subprocess.call([RUNNER, "--help"], stdout=full, stderr=subprocess.DEVNULL), 5)
+            done = subprocess.run([RUNNER, "--help"], stdout=full, stderr=subprocess.PIPE, check=False)
+        self.assertEqual((done.returncode, done.stderr), (5, b"packetbrask-run: cannot write to standard output\n"))
 
     def test_ends_in_order(self):
         def terminate(process):

@@ -31,32 +31,14 @@ ModuleOptions parse(const QString& argument)
     return parseModuleOptions({"packetbrask-module", argument});
 }
 
-struct Setting
+/** In the order in which they are documented. */
+QList<double> valuesOf(const ModuleFaults& f)
 {
-    const char* name;
-    std::function<double(const ModuleFaults&)> value;
-    double step = 0.001; ///< the least by which a value can be too small or too large
-    double factor = 1;
-};
-
-using F = ModuleFaults;
-QList<Setting> settings()
-{
-    return {{"drop", &F::drop},
-            {"corrupt", &F::corrupt},
-            {"alter", &F::alter},
-            {"truncate", &F::truncate},
-            {"duplicate", &F::duplicate},
-            {"garbage", &F::garbage},
-            {"error-reply", &F::errorReply},
-            {"report", &F::report},
-            {"split", &F::split},
-            {"delay", &F::delayMs, 1},
-            {"jitter", &F::jitterMs, 1},
-            {"drop-above", &F::dropAbove, 1},
-            {"baud", &F::baudRate, 1},
-            {"unplug-after", &F::unplugAfterMs, 0.001, 1000},
-            {"stall-after", &F::stallAfterMs, 0.001, 1000}};
+    const QList<int> numbers{f.delayMs,  f.jitterMs,      f.dropAbove,
+                             f.baudRate, f.unplugAfterMs, f.stallAfterMs};
+    return QList{f.drop,    f.corrupt,    f.alter,  f.truncate, f.duplicate,
+                 f.garbage, f.errorReply, f.report, f.split} +
+           QList<double>(numbers.begin(), numbers.end());
 }
 
 } // namespace
@@ -77,28 +59,29 @@ private slots:
         for (const QRegularExpressionMatch& match : option.globalMatch(help.message))
             shown += match.captured(1);
         QCOMPARE(shown - QSet<QString>{"help"}, QSet(names.begin(), names.end()));
-        QCOMPARE(shown.size(), settings().size() + 5); // and the paths and the seed
+        names.remove(0, 4); // the paths and the seed
+        QCOMPARE(names.size(), valuesOf({}).size());
 
-        for (const Setting& setting : settings()) {
-            const auto place = int(names.indexOf(setting.name));
-            const bool isLikewise = ranges.at(place).startsWith("likewise");
-            const QString range = ranges.at(place - isLikewise).trimmed();
+        for (qsizetype i = 0; i < names.size(); ++i) {
+            const bool isWhole = i >= 9 && i < 13;
+            const double step = isWhole ? 1 : 0.001; // the least by which it can be out of range
+            const bool isLikewise = ranges.at(4 + i).startsWith("likewise");
+            const QString range = ranges.at(4 + i - isLikewise).trimmed();
             const double lowest = range.section(' ', 0, 0).toDouble();
             const double highest = range.section(' ', -1).toDouble();
-            for (const double value : {lowest, highest, lowest + setting.step,
-                                       lowest - setting.step, highest + setting.step}) {
-                const int decimals = setting.step < 1 ? 3 : 0;
+            for (const double value :
+                 {lowest, highest, lowest + step, lowest - step, highest + step}) {
                 const ModuleOptions options =
-                    parse("--" + names.at(place) + '=' + QString::number(value, 'f', decimals));
+                    parse("--" + names[i] + '=' + QString::number(value, 'f', isWhole ? 0 : 3));
                 const bool isAllowed = value >= lowest && value <= highest;
+                QList<double> expected = valuesOf({});
+                if (isAllowed)
+                    expected[i] = i < 13 ? value : std::round(1000 * value); // told in seconds
+                QCOMPARE(valuesOf(options.faults), expected);
+                QVERIFY(isAllowed ||
+                        (options.message.contains(names[i]) && options.message.contains(range)));
                 QCOMPARE(options.outcome,
                          isAllowed ? ModuleOptions::Outcome::Run : ModuleOptions::Outcome::Error);
-                QVERIFY(isAllowed || (options.message.contains(setting.name) &&
-                                      options.message.contains(range)));
-                for (const Setting& each : settings())
-                    QCOMPARE(each.value(options.faults), isAllowed && each.name == setting.name
-                                                             ? value * setting.factor
-                                                             : each.value({}));
             }
         }
         const ModuleOptions others = parseModuleOptions(
