@@ -52,7 +52,7 @@ private slots:
             ModuleVersion version;
             QVERIFY(version.parse(good));
             QVERIFY2(!version.parse(text), qPrintable(text));
-            QCOMPARE(fieldsOf(version), fieldsOf({}));
+            QCOMPARE(fieldsOf(version), QList<int>({0, 0, -1, -1, -1, -1, 0, 124}));
         }
     }
 };

@@ -5,8 +5,10 @@
 #include "tests/support/processes.h"
 
 #include <QElapsedTimer>
+#include <QFile>
 #include <QTest>
 
+#include <csignal>
 #include <cstring>
 
 #include <fcntl.h>
@@ -91,8 +93,15 @@ private slots:
         const Rows<int, speed_t> rows{{1200, B1200},   {1800, B1800},    {2400, B2400},
                                       {4800, B4800},   {9600, B9600},    {19200, B19200},
                                       {38400, B38400}, {115200, B115200}};
-        for (const int rate : {300, 600, 57600, 230400})
-            QVERIFY(!port.openPort({}, rate));
+        QStringList offered;
+        for (int rate = 50; rate < 1'000'000; rate += 50)
+            if (port.openPort({}, rate))
+                offered += QString::number(rate);
+        QFile document(PROTOCOL);
+        QVERIFY(document.open(QIODevice::ReadOnly));
+        QVERIFY(document.readAll()
+                    .replace(" or", ",")
+                    .contains(("runs at " + offered.join(", ") + " bits per second").toUtf8()));
         for (const bool on : {false, true}) {
             std::memset(&before, on ? 0xFF : 0, sizeof before);
             for (const auto& [rate, speed] : rows) {
@@ -113,8 +122,12 @@ private slots:
         const RawLine line;
         int flags = 0;
         int trouble = 0;
+        QList<int> closed;
         SystemHand hand;
-        hand.open = [&](auto path, int how, auto) { return ::openat(0, path, flags = how); };
+        hand.open = [&](auto path, int how, auto) {
+            return trouble == ENXIO ? 0 : ::openat(0, path, flags = how);
+        };
+        hand.close = [&](int fd) { return closed += fd, fd == 0 ? 0 : ::close_range(fd, fd, 0); };
         hand.flock = [&](int, int how) {
             return failure(how == (LOCK_EX | LOCK_NB) ? trouble : EWOULDBLOCK);
         };
@@ -129,6 +142,7 @@ private slots:
             {line.path(), 0, ENOLCK, Serial::NoError}, // it knows no locks
             {"", 0, EWOULDBLOCK, Serial::OpenFailed},
             {"", 0, EIO, Serial::ConfigureFailed},
+            {"", 0, ENXIO, Serial::OpenFailed}, // 0 is free, and stands for none
             {"", 1200, 0, Serial::NoError},
             {"", 0, 0, Serial::NoError}};
         for (const auto& [path, rate, code, error] : rows) {
@@ -138,6 +152,7 @@ private slots:
             QVERIFY(port.isOpen() == !error && (port.descriptor() != 0) == !error);
             QCOMPARE(processUse().first, use.first + !error);
         }
+        QCOMPARE(closed.count(0), 1);
         QCOMPARE(flags, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
         QCOMPARE(fcntl(port.descriptor(), F_GETFL) & (O_NONBLOCK | O_ACCMODE), O_RDWR);
         QVERIFY(port.closePort() && !port.closePort());
@@ -211,6 +226,12 @@ private slots:
                                               {2, 0, "close "},
                                               {forEver, 0, "flush close "},
                                               {forEver, forEver, "flush close cut cut "}};
+        const int signal = SIGRTMAX - 2;
+        sigset_t blocked = {};
+        sigaddset(&blocked, signal);
+        pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
+        const sighandler_t handler = [](int) {};
+        std::signal(signal, handler);
         QElapsedTimer clock;
         for (const auto& [left, flushed, asked] : rows) {
             hand.tcflush = [&, rest = flushed](int fd, int queue) {
@@ -223,7 +244,10 @@ private slots:
             closeWithin(77, left < forEver ? 60'000 : 21);
             QVERIFY(left < forEver || clock.elapsed() >= 21);
             QCOMPARE(calls, asked);
-            QCOMPARE(::usleep(12'000), 0); // no signal comes any more
+            ::usleep(12'000);
+            QVERIFY(sigpending(&blocked) == 0 && !sigismember(&blocked, signal)); // comes any more
+            pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+            QVERIFY(sigismember(&blocked, signal) && std::signal(signal, handler) == handler);
         }
         hand.close = nullptr;
         hand.tcflush = nullptr;
