@@ -9,7 +9,15 @@ class ConnectionTest : public QObject
 private slots:
     void looksForPortsOnceShown()
     {
+        const auto* timers = QAbstractEventDispatcher::instance();
+        const auto before = timers->children();
         const MainWindow window;
+        QList<int> waitsMs;
+        for (QObject* child : timers->children())
+            for (const auto& timer : timers->registeredTimers(child))
+                if (!before.contains(child))
+                    waitsMs += timer.interval;
+        QCOMPARE(waitsMs, QList<int>{100});
         QCOMPARE(window.statusBar()->currentMessage(), "Ready");
         QSignalSpy texts(window.statusBar(), &QStatusBar::messageChanged);
         QVERIFY(texts.wait());

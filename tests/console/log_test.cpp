@@ -32,6 +32,7 @@ class LogTest : public QObject
     Q_OBJECT
 
 private slots:
+    static void initTestCase() { tellDatesApart(); }
     static void cleanup()
     {
         QApplication::setPalette({});

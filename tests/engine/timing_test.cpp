@@ -166,6 +166,19 @@ private slots:
         for (int i = 0; i < 20; ++i)
             QCOMPARE(dues[i], firstNs + i * qint64{1'000'000});
         QVERIFY(dues[20] > wokenNs && (dues[20] - firstNs) % 1'000'000 == 0);
+        bench.timing.endRun();
+
+        qint64 lagNs = secondNs; // of a first ping; a busy machine needs a few runs for a short one
+        bench.deeds.send = [&] {
+            lagNs = bench.timing.nowNs() - bench.timing.dueNs();
+            bench.timing.endRun();
+        };
+        for (int run = 0; run < 50 && lagNs > 10'000'000; ++run) {
+            lagNs = 0;
+            bench.begin({.packetsPerSecond = 40});
+            QTRY_VERIFY(lagNs > 0);
+        }
+        QVERIFY(lagNs <= 10'000'000);
     }
 
     void endsFromInsideAnyDeed()
@@ -195,10 +208,12 @@ private slots:
             each->begin({.packetsPerSecond = 1});
             each->line.send("x");
         }
-        QTRY_COMPARE(dead.did.count("look"), 1); // as soon as something is there
+        const auto extraLooks = [&] { return dead.did.count("look") - dead.did.count("sweep"); };
+        QTRY_VERIFY((dead.line.send("x"), extraLooks() > 1)); // as soon as something is there
+        dead.did.clear();
         dead.line.hangUp();
         QTRY_VERIFY(dead.did.count("publish") >= 2 && ready.did.count("publish") >= 2);
-        QVERIFY(dead.did.count("look") <= dead.did.count("sweep") + 3);
+        QVERIFY(extraLooks() <= 3);
     }
 
     void waitsNoLongerThanForTheLastReply()

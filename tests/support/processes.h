@@ -1,9 +1,11 @@
 #pragma once
 
+#include <QDateTime>
 #include <QFile>
 #include <QProcess>
 
 #include <algorithm>
+#include <ctime>
 #include <filesystem>
 #include <utility>
 
@@ -23,6 +25,16 @@ struct Program : QProcess
 
     QByteArray errors; ///< of standard error, up to that end
 };
+
+/** From now on the day of a date is neither its month nor its year, so none can stand for another.
+ */
+inline void tellDatesApart()
+{
+    const QDate today = QDateTime::currentDateTimeUtc().date();
+    const bool areAlike = today.day() == today.month() || today.day() == today.year() % 100;
+    qputenv("TZ", areAlike ? "NEXT-24" : "TODAY0");
+    tzset();
+}
 
 /** The descriptors and the threads that this process has, without those that Qt paints with. */
 inline std::pair<qsizetype, qsizetype> processUse()
