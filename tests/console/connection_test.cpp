@@ -1,5 +1,12 @@
+#include "link/vnPortEnumerator.h"
 #include "simulator/ModuleThread.h"
 #include "tests/support/WindowBench.h"
+
+#include <filesystem>
+#include <fstream>
+
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
 
 /** From the list of ports to the connection. Runs on the devices of ports.umockdev. */
 class ConnectionTest : public QObject
@@ -24,29 +31,43 @@ private slots:
         QCOMPARE(texts.constFirst().constFirst(), "Scanning for ports...");
     }
 
-    void listsPortsAnew()
+    void listsTheNewestPortsFirst()
     {
-        const QStringList ports{"ttyACM3 = Modem %1 of 100%", "ttyS7", "ttyUSB0 = USB_Serial",
-                                "ttyVN0 = "};
+        const fs::path devices = fs::path(qgetenv("UMOCKDEV_DIR").constData()) / "dev";
+        for (const char* name : {"tty.a", "ttysa", "attyS0", "tty_a", "TTYUSB0", "ttya", "tty0"})
+            std::ofstream(devices / name) << "no device";
+        fs::create_directory(devices / "ttySdirectory");
+        const QStringList found{"ttyS7",     "ttyUSB0 = USB_Serial",       "tty.a",
+                                "ttyVN0 = ", "ttyACM3 = Modem %1 of 100%", "ttysa"};
+        auto changed = fs::file_time_type::clock::now();
+        for (const QString& description : found)
+            fs::last_write_time(devices / description.section(' ', 0, 0).toStdString(),
+                                changed -= 1min);
         const WindowBench bench;
         const auto* list = bench.named<QComboBox>("Port:");
         QStringList listed;
-        for (int i = 0; i < list->count(); ++i) {
-            listed += list->itemText(i);
-            QCOMPARE(list->itemData(i).toString(), "/dev/" + listed.constLast().section(' ', 0, 0));
-            QCOMPARE(list->itemData(i, Qt::ToolTipRole).toString(), listed.constLast());
+        for (const portInfo& port : vnPortEnumerator().enumeratePorts()) {
+            QVERIFY(port.isAvailable && port.friendlyName == port.description);
+            const int row = int(listed.size());
+            QCOMPARE(list->itemText(row), port.description);
+            QCOMPARE(list->itemData(row).toString(), port.portName);
+            QCOMPARE(list->itemData(row, Qt::ToolTipRole).toString(), port.description);
+            QCOMPARE(port.portName, "/dev/" + port.description.section(' ', 0, 0));
+            listed += port.description;
         }
-        listed.sort(); // the order is that of their last change
-        QCOMPARE(listed, ports);
-        QCOMPARE(bench.status(), "Found 4 port(s)|3000");
-        QCOMPARE(bench.log().size(), 7);
+        QCOMPARE(listed, found);
+        QCOMPARE(list->count(), 6);
+        QCOMPARE(bench.status(), "Found 6 port(s)|3000");
+        QCOMPARE(bench.log().size(), 9);
         QVERIFY(bench.log().constFirst().endsWith("] INFO: Refreshing port list..."));
         QCOMPARE(bench.log().filter("INFO: Port: /dev/ttyUSB0 - ttyUSB0 = USB_Serial").size(), 1);
-        QVERIFY(bench.log().constLast().endsWith("] INFO: Enumerated 4 port(s)"));
+        QVERIFY(bench.log().constLast().endsWith("] INFO: Enumerated 6 port(s)"));
 
-        QDir devices(qEnvironmentVariable("UMOCKDEV_DIR") + "/dev");
-        for (const QString& name : devices.entryList({"tty*"}, QDir::Files | QDir::System))
-            QVERIFY(devices.remove(name)); // for the rest of this program
+        fs::create_symlink("/nowhere", devices / "ttySgone");
+        QCOMPARE(vnPortEnumerator().enumeratePorts().size(), 7);
+        for (const auto& device : fs::directory_iterator(devices))
+            if (device.path().filename().string().starts_with("tty"))
+                fs::remove(device); // for the rest of this program
         bench.button("Refresh")->click();
         QCOMPARE(bench.status(), "Scanning for ports...");
         QTRY_COMPARE(list->itemText(0), "(No ports detected)");

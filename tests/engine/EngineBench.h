@@ -187,10 +187,8 @@ private:
     /** Whether a clock showed this at most five seconds ago. */
     static bool isNow(const QByteArray& text)
     {
-        const QDateTime now = QDateTime::currentDateTime();
-        bool is = false;
-        for (int ago = 0; ago < 6; ++ago)
-            is = is || now.addSecs(-ago).toString("MM/dd/yy hh:mm:ss") == text;
-        return is;
+        const auto shown = QDateTime::fromString(text, "MM/dd/yy hh:mm:ss").addYears(100);
+        const qint64 secondsAgo = shown.secsTo(QDateTime::currentDateTime());
+        return shown.isValid() && secondsAgo >= 0 && secondsAgo <= 5;
     }
 };

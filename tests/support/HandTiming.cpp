@@ -2,14 +2,17 @@
 
 #include <QCoreApplication>
 #include <QTimer>
+#include <QVariant>
 
 void HandTiming::pass(int ms)
 {
+    constexpr const char* counter = "passed ms"; // of the timer's life, from its last start on
     for (; ms > 0; --ms) {
         pause(1);
-        forgetStoppedTimers();
         for (QTimer* timer : owner->findChildren<QTimer*>()) {
-            if (!timer->isActive() || ++passedMs[timer->timerId()] % timer->interval() != 0)
+            const int passedMs = timer->isActive() ? timer->property(counter).toInt() + 1 : 0;
+            timer->setProperty(counter, passedMs);
+            if (passedMs == 0 || passedMs % timer->interval() != 0)
                 continue;
             if (timer->isSingleShot())
                 timer->stop();
@@ -19,20 +22,8 @@ void HandTiming::pass(int ms)
     }
 }
 
-/** Their ids serve later ones. */
-void HandTiming::forgetStoppedTimers()
-{
-    QHash<int, int> running;
-    for (const QTimer* timer : owner->findChildren<QTimer*>()) {
-        if (timer->isActive())
-            running.insert(timer->timerId(), passedMs.value(timer->timerId()));
-    }
-    passedMs.swap(running);
-}
-
 void HandTiming::beginRun(const TestConfig& config, int line)
 {
-    forgetStoppedTimers();
     descriptor = line;
     WindowTiming::beginRun(config, line);
 }

@@ -2,7 +2,7 @@
 
 #include "engine/WindowTiming.h"
 
-#include <QHash>
+#include <QList>
 
 /**
  * The window's timing with time in the test's hand: it stands still until the test lets it pass, a
@@ -33,8 +33,5 @@ public:
     void pause(int ms) override;
 
 private:
-    void forgetStoppedTimers();
-
     mutable qint64 now = 1'000'000'000;
-    QHash<int, int> passedMs; ///< of each running timer, by its id
 };
