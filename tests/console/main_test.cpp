@@ -7,24 +7,28 @@ int windowMain(int argc, char* argv[]); // the program's
 
 namespace {
 
-QString seen;
+QString& seen()
+{
+    static QString texts;
+    return texts;
+}
 
-/** Called by the program's application; looks as soon as that waits for something, and ends it. */
+/** Called by the program's application when it is made; looks as soon as that waits for something,
+ * and ends it. */
 void lookAndEnd()
 {
     const auto look = [] {
         const QWidget* window =
             QApplication::topLevelAt(qApp->primaryScreen()->geometry().center());
         const bool fits = window->frameSize().width() <= window->screen()->availableSize().width();
-        seen = QStringList{qApp->organizationName(),   qApp->applicationName(),
-                           qApp->applicationVersion(), qApp->desktopFileName(),
-                           window->windowTitle(),      fits ? "fits" : "too wide"}
-                   .join('|');
+        seen() = QStringList{qApp->organizationName(),   qApp->applicationName(),
+                             qApp->applicationVersion(), qApp->desktopFileName(),
+                             window->windowTitle(),      fits ? "fits" : "too wide"}
+                     .join('|');
         std::raise(SIGTERM);
     };
     QMetaObject::invokeMethod(qApp, look, Qt::QueuedConnection);
 }
-Q_COREAPP_STARTUP_FUNCTION(lookAndEnd)
 
 } // namespace
 
@@ -35,11 +39,12 @@ class MainTest : public QObject
 private slots:
     void startsAndEnds()
     {
+        qAddPreRoutine(lookAndEnd);
         char name[] = "packetbrask";
         char* arguments[] = {name, nullptr};
         QCOMPARE(windowMain(1, arguments), 0);
-        QCOMPARE(seen, "Varnott|PacketBrask|1.0|example.varnott.PacketBrask|"
-                       "Varnott Packet Brask Testing Tool|fits");
+        QCOMPARE(seen(), "Varnott|PacketBrask|1.0|example.varnott.PacketBrask|"
+                         "Varnott Packet Brask Testing Tool|fits");
     }
 };
 
