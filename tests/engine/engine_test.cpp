@@ -89,6 +89,11 @@ private slots:
         bench.time->meanwhile = [&] { bench.line.send(std::exchange(echoes, {}).right(1)); };
         bench.worker.stopTest();
         QCOMPARE(bench.time->wasOver, (QList<bool>{false, true}));
+        bench.start({});
+        bench.take();
+        bench.held.reset(); // ends the run and closes the port
+        QCOMPARE(bench.take().mid(3),
+                 (QStringList{"completed", "disconnected", "INFO: Disconnected from port"}));
     }
 
     void drawsPayloads()
