@@ -115,6 +115,7 @@ private slots:
                 QWheelEvent turn({5, 5}, {5, 5}, {}, {0, -120}, {}, {}, Qt::NoScrollPhase, false);
                 QApplication::sendEvent(field, &turn);
                 QCOMPARE(value.read(field) != before, isHeld);
+                QCOMPARE(turn.isAccepted(), isHeld); // or it is for what lies behind
             }
         }
     }
