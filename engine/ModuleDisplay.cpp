@@ -18,6 +18,8 @@ constexpr int positionSize = 2;
 
 void BraskTestWorker::updateLCDDisplay()
 {
+    if (!connected)
+        return;
     sendLCDText(0, 0, QDateTime::currentDateTime().toString(QStringLiteral("MM/dd/yy hh:mm:ss")));
     if (!testRunning) {
         sendLCDText(1, 0, QStringLiteral("Ready"));
