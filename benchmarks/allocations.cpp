@@ -1,7 +1,8 @@
 #include "link/vnPacket.h"
 #include "link/vnPacketComs.h"
 #include "link/vnSerialComs.h"
-#include "tests/support/RawLine.h"
+#include "simulator/RawLine.h"
+#include "tests/support/frame.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,6 +1,7 @@
 #include "link/vnPacketComs.h"
 #include "link/vnSerialComs.h"
-#include "tests/support/RawLine.h"
+#include "simulator/RawLine.h"
+#include "tests/support/frame.h"
 
 #include <QFile>
 #include <QMap>

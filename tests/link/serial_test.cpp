@@ -1,7 +1,7 @@
 #include "link/boundedClose.h"
 #include "link/vnSerialComs.h"
+#include "simulator/RawLine.h"
 #include "tests/link/SystemHand.h"
-#include "tests/support/RawLine.h"
 #include "tests/support/processes.h"
 
 #include <QElapsedTimer>

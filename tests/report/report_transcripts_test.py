@@ -43,10 +43,11 @@ def edges():
               "latencyHistogramUs": [[0, 1, 10 ** 12], [1, 2, 1]]}
     run = changed(report(seconds=2, version="1.1"), values)
     run["unexpected"]["errorReplies"] = [{"code": code, "text": "", "count": 0} for code in (0, 255)]
+    loaded = survey()["sizes"][0]["loads"][0] | {"percent": 0, "packetsPerSecond": 0}
     nothing = {name: 0 for name in ("sizeBytes", "capacityPacketsPerSecond")}
     values = {"configuration.baudRate": 1, "configuration.timeoutMs": 0, "complete": True, "reasons": [], "tags": {}}
-    return {"edge": run, "survey": survey(), "edge-survey": changed(survey(), values) | {
-        "sizes": [survey()["sizes"][2] | nothing | {"complete": True}]}}
+    return {"edge": run, "edge-time": changed(run, {"configuration.timeoutMs": 0}), "survey": survey(), "edge-survey": changed(survey(), values) | {
+        "sizes": [survey()["sizes"][2] | nothing | {"complete": True, "loads": [loaded]}]}}
 
 
 def unreadable():

@@ -7,7 +7,7 @@
 #include "runner/portUsers.h"
 #include "runner/runReport.h"
 #include "runner/statusText.h"
-#include "tests/support/RawLine.h"
+#include "simulator/RawLine.h"
 
 #include <QSignalSpy>
 #include <QTemporaryDir>

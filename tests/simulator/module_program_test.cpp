@@ -1,7 +1,8 @@
 #include "link/SteadyClock.h"
 #include "simulator/ModuleCounts.h"
+#include "simulator/RawLine.h"
 #include "simulator/moduleOptions.h"
-#include "tests/support/RawLine.h"
+#include "tests/support/frame.h"
 #include "tests/support/processes.h"
 
 #include <QtTest>

@@ -1,4 +1,4 @@
-#include "tests/support/RawLine.h"
+#include "simulator/RawLine.h"
 
 #include <QDeadlineTimer>
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "simulator/Pty.h"
-#include "simulator/moduleFrame.h"
 
 #include <QByteArray>
 #include <QString>
@@ -10,7 +9,10 @@
 
 #include <unistd.h>
 
-/** A pseudo-terminal whose module end the test plays by hand, byte by byte. One thread. */
+/**
+ * A pseudo-terminal whose module end the caller plays by hand, byte by byte: for faults that no
+ * SimulatedModule has. It ends the program when the system gives it no line. One thread.
+ */
 class RawLine
 {
 public:
@@ -33,9 +35,3 @@ private:
     QString linePath;
     int observer = -1;
 };
-
-/** The frame of a packet with this command and data, CRC included. */
-inline QByteArray frame(uint8_t command, const QByteArray& data = {})
-{
-    return moduleFrame::make(command, data);
-}
