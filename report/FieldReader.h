@@ -4,6 +4,7 @@
 #include <QJsonObject>
 #include <QString>
 
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -27,8 +28,8 @@ public:
     QString textOrNull(const char* name);
     bool flag(const char* name);
     QDateTime time(const char* name);
-    /** A whole number from `lowest` to `highest`. */
-    int integer(const char* name, int lowest, int highest);
+    /** A whole number from `lowest`, which is not negative, to `highest`. */
+    int integer(const char* name, int lowest = 0, int highest = std::numeric_limits<int>::max());
     /** A whole number of at most 10^12. */
     qint64 count(const char* name);
     /** 0 or more. */

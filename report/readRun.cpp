@@ -4,20 +4,17 @@
 
 #include <QJsonObject>
 
-#include <limits>
-
 namespace {
 
 void readSettings(FieldReader from, RunSettings& settings)
 {
-    constexpr int any = std::numeric_limits<int>::max();
     settings.port = from.text("port");
-    settings.baudRate = from.integer("baudRate", 1, any);
-    settings.packetsPerSecond = from.integer("packetsPerSecond", 1, any);
-    settings.minDataSizeBytes = from.integer("minDataSizeBytes", 0, any);
-    settings.maxDataSizeBytes = from.integer("maxDataSizeBytes", 0, any);
-    settings.timeoutMs = from.integer("timeoutMs", 0, any);
-    settings.durationSeconds = from.integer("durationSeconds", 0, any);
+    settings.baudRate = from.integer("baudRate", 1);
+    settings.packetsPerSecond = from.integer("packetsPerSecond", 1);
+    settings.minDataSizeBytes = from.integer("minDataSizeBytes");
+    settings.maxDataSizeBytes = from.integer("maxDataSizeBytes");
+    settings.timeoutMs = from.integer("timeoutMs");
+    settings.durationSeconds = from.integer("durationSeconds");
     settings.moduleScreen = from.flag("moduleScreen");
     settings.maxLossPercent = from.number("maxLossPercent");
     settings.maxLatencyMs = from.figure("maxLatencyMs");

@@ -2,24 +2,20 @@
 
 #include "report/FieldReader.h"
 
-#include <limits>
-
 namespace {
-
-constexpr int any = std::numeric_limits<int>::max();
 
 std::optional<SurveyRate> readRate(FieldReader& from, const char* name)
 {
     std::optional<FieldReader> rate = from.objectOrNull(name);
     if (!rate)
         return std::nullopt;
-    return SurveyRate{rate->integer("packetsPerSecond", 0, any), rate->number("capacityPercent")};
+    return SurveyRate{rate->integer("packetsPerSecond"), rate->number("capacityPercent")};
 }
 
 SurveySize readSize(FieldReader from, QString& fault)
 {
     SurveySize size;
-    size.sizeBytes = from.integer("sizeBytes", 0, any);
+    size.sizeBytes = from.integer("sizeBytes");
     size.complete = from.flag("complete");
     size.hindered = from.flag("hindered");
     size.capacity = from.number("capacityPacketsPerSecond");
@@ -27,17 +23,16 @@ SurveySize readSize(FieldReader from, QString& fault)
     size.withPartialLoss = readRate(from, "withPartialLoss");
     for (const QJsonValue& value : from.array("loads")) {
         FieldReader load(value.toObject(), QStringLiteral("loads: "), fault);
-        size.loads.push_back({load.integer("percent", 0, 100),
-                              load.integer("packetsPerSecond", 0, any), load.count("packetsLost"),
-                              load.figure("p50Us"), load.figure("p99Us")});
+        size.loads.push_back({load.integer("percent", 0, 100), load.integer("packetsPerSecond"),
+                              load.count("packetsLost"), load.figure("p50Us"),
+                              load.figure("p99Us")});
     }
     for (const QJsonValue& value : from.array("trials")) {
         FieldReader trial(value.toObject(), QStringLiteral("trials: "), fault);
-        size.trials.push_back({trial.text("purpose"), trial.integer("packetsPerSecond", 0, any),
-                               trial.count("packetsSent"), trial.count("packetsLost"),
-                               trial.count("sendFailures"), trial.count("packetsUnsent"),
-                               trial.flag("cutShort"), trial.figure("p50Us"),
-                               trial.figure("p99Us")});
+        size.trials.push_back(
+            {trial.text("purpose"), trial.integer("packetsPerSecond"), trial.count("packetsSent"),
+             trial.count("packetsLost"), trial.count("sendFailures"), trial.count("packetsUnsent"),
+             trial.flag("cutShort"), trial.figure("p50Us"), trial.figure("p99Us")});
     }
     return size;
 }
@@ -54,10 +49,10 @@ LinkSurvey readSurvey(const QJsonObject& report, QString& fault)
     survey.complete = from.flag("complete");
     FieldReader configuration = from.object("configuration");
     survey.port = configuration.text("port");
-    survey.baudRate = configuration.integer("baudRate", 1, any);
+    survey.baudRate = configuration.integer("baudRate", 1);
     survey.trialSeconds = configuration.number("trialSeconds");
     survey.partialLossPercent = configuration.number("partialLossPercent");
-    survey.timeoutMs = configuration.integer("timeoutMs", 0, any);
+    survey.timeoutMs = configuration.integer("timeoutMs");
     readPlace(from, survey);
     for (const QJsonValue& reason : from.array("reasons"))
         survey.reasons += reason.toString();
