@@ -102,8 +102,8 @@ void ExactTiming::onReady(void (ExactTiming::*reaction)())
     (this->*reaction)();
     const qint64 untilNs = nowNs() + stayNs;
     for (qint64 leftNs = stayNs; running && leftNs > 0; leftNs = untilNs - nowNs()) {
-        std::array<pollfd, 2> watched{{{.fd = alarm, .events = POLLIN, .revents = 0},
-                                       {.fd = line, .events = POLLIN, .revents = 0}}};
+        std::array<pollfd, 2> watched{{{.fd = alarm, .events = POLLIN, .revents = {}},
+                                       {.fd = line, .events = POLLIN, .revents = {}}}};
         const timespec left = moment(leftNs);
         if (::ppoll(watched.data(), watched.size(), &left, nullptr) <= 0)
             return;
@@ -167,7 +167,7 @@ void ExactTiming::takeBytes()
 
 bool ExactTiming::isHungUp() const
 {
-    pollfd state = {.fd = line, .events = POLLIN, .revents = 0};
+    pollfd state = {.fd = line, .events = POLLIN, .revents = {}};
     return ::poll(&state, 1, 0) > 0 && (state.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
 }
 
@@ -180,7 +180,7 @@ void ExactTiming::waitForReplies(int limitMs, const std::function<bool()>& isOve
         if (leftNs <= 0)
             return;
         const int leftMs = static_cast<int>(leftNs / millisecondNs) + 1;
-        pollfd state = {.fd = line, .events = POLLIN, .revents = 0};
+        pollfd state = {.fd = line, .events = POLLIN, .revents = {}};
         ::poll(&state, 1, leftMs);
         if (!deed.look())
             pause(std::min(lookMs, leftMs)); // a dying line is ready at once

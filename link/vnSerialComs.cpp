@@ -188,8 +188,8 @@ bool vnSerialComs::writeData(const uint8_t* bytes, uint32_t length)
 bool vnSerialComs::waitUntilWritable()
 {
     const QDeadlineTimer deadline(lineStuck ? 0 : writeWaitMs);
-    pollfd line = {.fd = fd, .events = POLLOUT, .revents = 0};
-    int ready = -1;
+    pollfd line = {.fd = fd, .events = POLLOUT, .revents = {}};
+    int ready = {};
     do {
         ready = ::poll(&line, 1, static_cast<int>(deadline.remainingTime()));
     } while (ready < 0 && errno == EINTR);
@@ -205,7 +205,7 @@ bool vnSerialComs::readData(uint8_t* buffer, uint32_t size, uint32_t& bytesRead)
         error = OpenFailed;
         return false;
     }
-    pollfd line = {.fd = fd, .events = POLLIN | POLLPRI, .revents = 0};
+    pollfd line = {.fd = fd, .events = POLLIN | POLLPRI, .revents = {}};
     if (::poll(&line, 1, 0) != 0) {
         const ssize_t count = ::read(fd, buffer, size);
         if (count > 0) {

@@ -7,7 +7,7 @@
 /** A process that uses a port. */
 struct PortUser
 {
-    qint64 processId = 0;
+    qint64 processId{};
     QString program; ///< as the kernel names it, at most 15 bytes; empty: it does not tell
 
     bool operator==(const PortUser&) const = default;
