@@ -26,8 +26,7 @@ struct Program : QProcess
     QByteArray errors; ///< of standard error, up to that end
 };
 
-/** From now on the day of a date is neither its month nor its year, so none can stand for another.
- */
+/** From now on the day of a date is neither its month nor its year. */
 inline void tellDatesApart()
 {
     const QDate today = QDateTime::currentDateTimeUtc().date();
