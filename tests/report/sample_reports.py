@@ -132,7 +132,7 @@ def compared():
     return named | {
         "first": report(1), "burst": burst, "lossy": report(1, loss=0.01), "slow": report(9, middle_us=6200),
         "eight": report(9, 8, 50, 9000, 0.1), "stretched": report(4, 33, 20, 5300, 0.05), "silent": report(3, loss=1),
-        "short": report(9, 7, 50, 9000), "brief": first, "window": first | {"timing": "window"},
+        "short": report(9, 7, 50, 9000), "brief": first, "window": first | {"timing": "window", "verdict": "failed"},
         "timer": changed(first, {"adapter.latencyTimerMs": 2}), "bare": first | {"adapter": None}} | {
         name: changed(first, {"configuration." + name: value}) for name, value in settings.items()}
 

@@ -146,6 +146,7 @@ private slots:
         QVERIFY(rows.add({}, "INFO", "nobody") && rows.close()); // not open
         QVERIFY(rows.open(file.fileName()) && rows.add({}, "INFO", "one"));
         QVERIFY(file.open(QIODevice::ReadOnly) && file.readAll().count('\n') == 2);
+        QVERIFY(rows.close() && rows.add({}, "INFO", "too late") && file.readAll().isEmpty());
     }
 
     void losesALineOnce()
