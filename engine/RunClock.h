@@ -19,6 +19,6 @@ public:
 
 private:
     const SteadyClock* steady;
-    qint64 wallNs = 0;   ///< when the wall was looked at, since the Unix epoch
-    qint64 steadyNs = 0; ///< the same moment
+    qint64 wallNs{};   ///< when the wall was looked at, since the Unix epoch
+    qint64 steadyNs{}; ///< the same moment
 };

@@ -7,8 +7,8 @@
 /** What a module says of one ping. */
 struct LedgerEntry
 {
-    quint64 arrival = 0; ///< its place among the pings that have arrived, from 0
-    quint64 number = 0;  ///< its first 8 data bytes, lowest first; those it lacks count as 0
+    quint64 arrival{}; ///< its place among the pings that have arrived, from 0
+    quint64 number{};  ///< its first 8 data bytes, lowest first; those it lacks count as 0
     // Steady clock, in nanoseconds; negative: it has not happened.
     qint64 arrivedNs = -1;
     qint64 answeredNs = -1; ///< echo or error reply whole with the line, a second copy left aside
