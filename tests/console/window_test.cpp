@@ -108,6 +108,7 @@ private slots:
         bench.named<QSpinBox>("Duration:")->setValue(1);
         baudRate->setCurrentIndex(3);
         for (QWidget* field : fieldsOf(bench)) {
+            QCOMPARE(field->focusPolicy(), Qt::StrongFocus); // the wheel does not give it
             const QMetaProperty value = field->metaObject()->userProperty();
             for (const bool isHeld : {false, true}) {
                 (isHeld ? field : bench.button("Clear Stats"))->setFocus();

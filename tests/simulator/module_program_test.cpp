@@ -173,6 +173,7 @@ private slots:
             QCOMPARE(QFile::symLinkTarget(link), other);
             drawn = terminal.take(0).prepend(drawn);
             const QByteArray last = drawn.mid(drawn.lastIndexOf("\033[13A+---"));
+            QCOMPARE(drawn.count(last.left(last.indexOf("\033[?25h"))), 1); // only what is new
             QVERIFY(last.contains("\n|" + QByteArray(17, ' ') + ".~.|\n+---"));
             QVERIFY(last.contains("+\npingsReceived  1         echoes") && last.count('\n') == 13);
             QVERIFY(last.endsWith("packetsIgnored 0         \n\033[?25h"));
