@@ -19,12 +19,6 @@ void leaveRoomOnTheDisk(rlim_t bytes)
     setrlimit(RLIMIT_FSIZE, &room);
 }
 
-/** A time that was told since `before`. */
-bool isNew(const QDateTime& time, const QDateTime& before)
-{
-    return time > before && time <= QDateTime::currentDateTime();
-}
-
 } // namespace
 
 /** Figures, log and event file. Where no module is needed, no run ever reaches the engine. */
@@ -166,10 +160,13 @@ private slots:
         const WindowBench bench;
         bench.say("INFO", "too early");
         const QDateTime before = QDateTime::currentDateTime().addMSecs(-1000); // names have no ms
+        const auto isNew = [&](const QDateTime& time) {
+            return time > before && time <= QDateTime::currentDateTime();
+        };
         bench.call("onStartTest");
         const QString name = bench.eventFiles().value(0);
         QCOMPARE(bench.status(), "Logging to: " + name);
-        QVERIFY(isNew(QDateTime::fromString(name, "'PacketTest_'yyyyMMdd_HHmmss'.csv'"), before));
+        QVERIFY(isNew(QDateTime::fromString(name, "'PacketTest_'yyyyMMdd_HHmmss'.csv'")));
         QCOMPARE(WindowBench::rowsOf(name), QStringList{eventHeader().trimmed()});
         int rows = 1;
         for (const auto& [type, message, expected] :
@@ -180,7 +177,7 @@ private slots:
             QCOMPARE(written.size(), ++rows);
             QCOMPARE(written.constLast().mid(23), QString::fromUtf8(expected));
             const QString time = written.constLast().left(23);
-            QVERIFY(isNew(QDateTime::fromString(time, "yyyy-MM-dd HH:mm:ss.zzz"), before));
+            QVERIFY(isNew(QDateTime::fromString(time, "yyyy-MM-dd HH:mm:ss.zzz")));
         }
         bench.call("onTestCompleted"); // whose line is the window's own
         bench.say("INFO", "too late");
