@@ -8,14 +8,21 @@
 #include <sched.h>
 #include <sys/ioctl.h>
 
-RawLine::RawLine()
+namespace {
+std::unique_ptr<Pty> openedPty()
 {
     QString error;
-    pty = Pty::open(error);
+    std::unique_ptr<Pty> pty = Pty::open(error);
     if (!pty)
         qFatal("%s", qPrintable(error));
-    linePath = pty->path();
-    observer = open(qPrintable(linePath), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    return pty;
+}
+} // namespace
+
+RawLine::RawLine()
+    : pty(openedPty()), linePath(pty->path()),
+      observer(open(qPrintable(linePath), O_RDWR | O_NOCTTY | O_CLOEXEC))
+{
 }
 
 void RawLine::send(const QByteArray& bytes)

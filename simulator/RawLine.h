@@ -33,5 +33,5 @@ public:
 private:
     std::unique_ptr<Pty> pty;
     QString linePath;
-    int observer = -1;
+    int observer;
 };
