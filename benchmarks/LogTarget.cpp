@@ -52,3 +52,5 @@ QTextEdit* LogTarget::view() const
 {
     return bench ? bench->logView() : bare->view();
 }
+
+#include "moc_LogTarget.cpp"

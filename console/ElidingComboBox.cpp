@@ -27,3 +27,5 @@ void ElidingComboBox::initStyleOption(QStyleOptionComboBox* option) const
     option->currentText = option->fontMetrics.elidedText(option->currentText, Qt::ElideRight,
                                                          field.width() - styleMargin);
 }
+
+#include "moc_ElidingComboBox.cpp"

@@ -97,3 +97,5 @@ void MainWindow::setupConnections()
         worker, &BraskTestWorker::portsEnumerated, this,
         [this](const QList<portInfo>& ports) { showPorts(ports); }, Qt::QueuedConnection);
 }
+
+#include "moc_MainWindow.cpp"

@@ -75,3 +75,5 @@ bool BraskTestWorker::isReported(quint64 sequenceId)
 {
     return sequenceId < 10 || sequenceId % 100 == 0;
 }
+
+#include "moc_BraskTestWorker.cpp"

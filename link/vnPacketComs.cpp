@@ -130,3 +130,5 @@ bool vnPacketComs::frameAt(uint32_t offset, uint32_t buffered, vnPacket& packet)
     packet.crc = static_cast<uint16_t>(low | (high << 8));
     return calculateCRC(frameBytes(packet), static_cast<uint16_t>(covered)) == packet.crc;
 }
+
+#include "moc_vnPacketComs.cpp"

@@ -217,3 +217,5 @@ bool vnSerialComs::readData(uint8_t* buffer, uint32_t size, uint32_t& bytesRead)
     error = NoError;
     return true;
 }
+
+#include "moc_vnSerialComs.cpp"

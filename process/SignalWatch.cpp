@@ -59,3 +59,5 @@ void SignalWatch::onReadable()
             emit endRequested();
     }
 }
+
+#include "moc_SignalWatch.cpp"

@@ -104,3 +104,5 @@ void EngineDriver::onStatisticsUpdated(TestStats stats)
     lastStats = stats;
     emit statsUpdated();
 }
+
+#include "moc_EngineDriver.cpp"

@@ -28,3 +28,5 @@ void RunObserver::sendingEnded(qint64 atNs)
     RunMeasurement::sendingEnded(atNs);
     emit stoppedSending();
 }
+
+#include "moc_RunObserver.cpp"

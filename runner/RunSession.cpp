@@ -190,3 +190,5 @@ void RunSession::finish(int status)
     exitStatus = status;
     engine.disconnectPort();
 }
+
+#include "moc_RunSession.cpp"

@@ -34,3 +34,5 @@ void DelayedAnswers::arm()
 {
     timer.start(static_cast<int>(held.begin()->first.remainingTime()));
 }
+
+#include "moc_DelayedAnswers.cpp"

@@ -57,3 +57,5 @@ bool LineReader::readUpTo(qsizetype limit)
     }
     return taken == limit;
 }
+
+#include "moc_LineReader.cpp"

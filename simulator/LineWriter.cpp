@@ -80,3 +80,5 @@ bool LineWriter::pumpFirst()
     }
     return true;
 }
+
+#include "moc_LineWriter.cpp"

@@ -65,3 +65,5 @@ void ModuleThread::stall()
 {
     runner.run([this] { module->stall(); });
 }
+
+#include "moc_ModuleThread.cpp"

@@ -171,3 +171,5 @@ void SimulatedModule::onHandedOver(const AnswerPiece& piece)
     if (piece.ping)
         ledger.add(*piece.ping, piece.tally, piece.isLast);
 }
+
+#include "moc_SimulatedModule.cpp"

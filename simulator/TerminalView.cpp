@@ -74,3 +74,5 @@ QString TerminalView::text() const
     }
     return column == 0 ? lines : lines + u'\n';
 }
+
+#include "moc_TerminalView.cpp"

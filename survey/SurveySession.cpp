@@ -349,3 +349,5 @@ QString SurveySession::writeResult()
         writeReport(options.reportPath, QJsonDocument(surveyReport(options, outcome)).toJson());
     return fault.isEmpty() ? other : fault;
 }
+
+#include "moc_SurveySession.cpp"
