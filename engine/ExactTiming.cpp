@@ -102,8 +102,8 @@ void ExactTiming::onReady(void (ExactTiming::*reaction)())
     (this->*reaction)();
     const qint64 untilNs = nowNs() + stayNs;
     for (qint64 leftNs = stayNs; running && leftNs > 0; leftNs = untilNs - nowNs()) {
-        std::array<pollfd, 2> watched{{{.fd = alarm, .events = POLLIN, .revents = {}},
-                                       {.fd = line, .events = POLLIN, .revents = {}}}};
+        std::array watched{pollfd{.fd = alarm, .events = POLLIN, .revents = {}},
+                           pollfd{.fd = line, .events = POLLIN, .revents = {}}};
         const timespec left = moment(leftNs);
         if (::ppoll(watched.data(), watched.size(), &left, nullptr) <= 0)
             return;
