@@ -38,7 +38,7 @@ private slots:
             std::ofstream(devices / name) << "no device";
         fs::create_directory(devices / "ttySdirectory");
         const QStringList found{"ttyS7",     "ttyUSB0 = USB_Serial",       "tty.a",
-                                "ttyVN0 = ", "ttyACM3 = Modem %1 of 100%", "ttysa"};
+                                "ttyVN0 = ", "ttyACM3 = Módem %1 of 100%", "ttysa"};
         auto changed = fs::file_time_type::clock::now();
         for (const QString& description : found)
             fs::last_write_time(devices / description.section(' ', 0, 0).toStdString(),

@@ -13,8 +13,7 @@ QString& seen()
     return texts;
 }
 
-/** Called by the program's application when it is made; looks as soon as that waits for something,
- * and ends it. */
+/** Called when the program's application is made; looks as soon as that waits, and ends it. */
 void lookAndEnd()
 {
     const auto look = [] {

@@ -136,6 +136,7 @@ private slots:
         const auto gone = [&] { bench.call("onConnectionChanged", false); };
         const auto press = [&] { QTest::keyClick(bench.window->focusWidget(), Qt::Key_Space); };
         const auto startByKey = [&] { start->setFocus(), press(); };
+        const auto startUnheld = [&] { controls.at(11)->setFocus(), start->click(); };
         const auto completed = [&] { bench.call("onTestCompleted"); };
         // What can be used, by initials in the order above; the connected look; the next thing to
         // press; whether the duration ticks; the status.
@@ -147,6 +148,8 @@ private slots:
                  {startByKey, "----------oc+Stop Test+Logging to: "},
                  {press, "----------oc+Stop Test-Logging to: "},
                  {completed, "--pnxtd-Cs-c+Start Test-Logging to: "},
+                 {startUnheld, "----------oc+Clear Stats+Logging to: "},
+                 {completed, "--pnxtd-Cs-c+Clear Stats-Logging to: "},
                  {startByKey, "----------oc+Stop Test+Logging to: "},
                  {gone, "PB-----R--oc-Stop Test+Disconnected"},
                  {completed, "PBpnxtdRC--c-Connect-Disconnected"}}) {

@@ -1,7 +1,7 @@
 #include "link/boundedClose.h"
 #include "link/vnSerialComs.h"
 #include "simulator/RawLine.h"
-#include "tests/link/SystemHand.h"
+#include "tests/support/SystemHand.h"
 #include "tests/support/processes.h"
 
 #include <QElapsedTimer>
@@ -100,9 +100,8 @@ private slots:
                 offered += QString::number(rate);
         QFile document(PROTOCOL);
         QVERIFY(document.open(QIODevice::ReadOnly));
-        QVERIFY(document.readAll()
-                    .replace(" or", ",")
-                    .contains(("runs at " + offered.join(", ") + " bits per second").toUtf8()));
+        const QString text = document.readAll().replace(" or", ",");
+        QVERIFY(text.contains("runs at " + offered.join(", ") + " bits per second"));
         for (const bool on : {false, true}) {
             std::memset(&before, on ? 0xFF : 0, sizeof before);
             for (const auto& [rate, speed] : rows) {

@@ -23,17 +23,8 @@ del sys.argv[1:]
 DOCUMENT = (PROJECT / "docs/report.md").read_text(encoding="utf-8")
 TRANSCRIPTS = PROJECT / "tests/report/transcripts"
 MEMBERS = {name: path.strip("`") for name, path in helpers.rows_of(DOCUMENT, "On the page")}
-# Changes that make a report unreadable.
-UNREADABLE = """latencyUs.p99=[] latencyUs.p99=-0.1 configuration=1 adapter=[] reasons=1 timing=1 host.name=1
-    configuration.moduleScreen=0 start="today" verdict="good" configuration.baudRate=0 configuration.packetsPerSecond=0
-    configuration.timeoutMs=2147483648 configuration.minDataSizeBytes=-1 configuration.maxDataSizeBytes=-1
-    packetsSent=1.5 packetsSent=1000000000001 packetsLost=null seconds.1.lost=-1 unexpected.errorReplies.0.code=256
-    unexpected.errorReplies.0.code=-1 latencyHistogramUs=[[4,4,1]] latencyHistogramUs=[[1,2,0]]
-    latencyHistogramUs=[[1,2,1],[1.9,3,1]] latencyHistogramUs=[[-1,2,1]] latencyHistogramUs=[[1,2,1000000000001]]
-    format=1 format=3""".split()
-UNREADABLE_SURVEYS = """sizes=[] sizes=1 sizes.0.loads.0.percent=101 sizes.0.loads.0.p99Us=-1
-    sizes.0.trials.1.cutShort=1 sizes.1.withoutLoss=1 configuration.baudRate=0 complete=1
-    configuration.timeoutMs=-1 format=2""".split()
+UNREADABLE, UNREADABLE_SURVEYS = (block.split() for block in (PROJECT / "tests/report/unreadable.txt").read_text(
+    encoding="utf-8").split("\n\n")[1::2])
 
 
 def edges():

@@ -60,6 +60,10 @@ class ProgramTest(helpers.FolderTest):
                              [told.format(me) for told in expected])
         check("/dev/ttyUSB0", *USB_FAULTS)
         check("/dev/ttyACM3")  # hidden from that program by a rule
+        for program in ("brltty", "gpsd"):
+            name.write_text(program)
+            me = f"{program} (process {os.getpid()})"
+            check("/dev/ttyACM3", USB_FAULTS[0])
         check("/nowhere", "No such file or directory")
         with open(line, "rb", buffering=0) as port:
             check(line)  # its other end is open, and that is nobody else's use
@@ -85,9 +89,16 @@ class ProgramTest(helpers.FolderTest):
             self.assertEqual((done.returncode, done.stderr), (status, f"packetbrask-run: {complaint}\n"))
             self.assertEqual(set(os.listdir()), {"full", "link"})
         self.assertEqual(pathlib.Path("full").read_text(encoding="ascii"), "mine")
-        with open("/dev/full", "w", encoding="ascii") as full:
-            done = subprocess.run([RUNNER, "--help"], stdout=full, stderr=subprocess.PIPE, check=False)
-        self.assertEqual((done.returncode, done.stderr), (5, b"packetbrask-run: cannot write to standard output\n"))
+        reader, unread = os.pipe()
+        os.close(reader)
+        for place in (unread, os.open("/dev/full", os.O_WRONLY)):
+            done = subprocess.run([RUNNER, "--help"], stdout=place, stderr=subprocess.PIPE, check=False)
+            self.assertEqual((done.returncode, done.stderr), (5, b"packetbrask-run: cannot write to standard output\n"))
+            os.close(place)
+        with subprocess.Popen([RUNNER, "--port", line], stderr=subprocess.PIPE, text=True) as process:
+            self.until(process, "Attempting to connect")
+            process.terminate()  # before there is a run
+            self.assertIn("Test stopped", process.communicate(timeout=60)[1])
 
     def test_ends_in_order(self):
         def terminate(process):

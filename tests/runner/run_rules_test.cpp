@@ -8,13 +8,17 @@
 #include "runner/runReport.h"
 #include "runner/statusText.h"
 #include "simulator/RawLine.h"
+#include "tests/support/SystemHand.h"
 
+#include <QJsonDocument>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <cerrno>
 
+#include <linux/serial.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 /** What is decided without a line: options, arithmetic, verdicts. */
@@ -31,8 +35,7 @@ private slots:
                  std::tuple(TestConfig{10, 116, 116}, 13200, pingsOnly, ""), // just fits
                  {TestConfig{10, 108, 124}, 13199, exact,
                   "10 packets/s of 120 bytes on average need 13200 bits/s at 11 bits a byte; 13199 "
-                  "baud "
-                  "carries 10.0 frames/s"},
+                  "baud carries 10.0 frames/s"},
                  {TestConfig{501, 7, 10}, 115200, pingsOnly,
                   "501 packets/s, sent as 1000 (one every 1 ms), of 12.8 bytes on average need "
                   "140250 bits/s at 11 bits a byte; 115200 baud carries 821.4 frames/s"},
@@ -51,6 +54,17 @@ private slots:
         const RawLine line;                         // a pseudo-terminal counts nothing
         for (const QString& path : {line.path(), QString("/nowhere")})
             QVERIFY(LineErrors(path).sinceStart().isNull());
+        SystemHand hand;
+        hand.ioctl = [looks = 0](int, unsigned long request, void* counters) mutable {
+            const int n = looks++;
+            serial_icounter_struct& told = *static_cast<serial_icounter_struct*>(counters);
+            told.frame = n, told.overrun = 2 * n, told.parity = 3 * n;
+            told.brk = 4 * n, told.buf_overrun = 5 * n;
+            return request == TIOCGICOUNT ? 0 : failure(ENOTTY);
+        };
+        const QJsonObject counted = LineErrors("/dev/null").sinceStart().toObject();
+        QCOMPARE(QJsonDocument(counted).toJson(QJsonDocument::Compact),
+                 R"({"break":4,"bufferOverrun":5,"framing":1,"overrun":2,"parity":3})");
     }
 
     void judges()
