@@ -81,13 +81,14 @@ private slots:
     void coloursLines()
     {
         QPalette theme;
-        theme.setColor(QPalette::Base, Qt::magenta);
-        theme.setColor(QPalette::Text, Qt::magenta);
+        for (const auto role : {QPalette::Base, QPalette::Text, QPalette::PlaceholderText})
+            theme.setColor(role, Qt::magenta);
         QApplication::setPalette(theme);
         const WindowBench bench;
         const QTextEdit* view = bench.logView();
         QCOMPARE(view->palette().color(QPalette::Base), QColor(Qt::white));
         QCOMPARE(view->palette().color(QPalette::Text), QColor(Qt::black));
+        QCOMPARE(view->palette().color(QPalette::PlaceholderText), QColor(Qt::darkGray));
         QCOMPARE(view->placeholderText(), "Log messages will appear here...");
         QVERIFY(view->isReadOnly() && view->maximumHeight() == 250);
         for (const QString& line :

@@ -29,7 +29,8 @@ QString placesIn(const QGroupBox* group)
         QLayoutItem* item = group->layout()->itemAt(i);
         const auto* label = qobject_cast<QLabel*>(item->widget());
         const auto* button = qobject_cast<QPushButton*>(item->widget());
-        places += QStringLiteral("|%1.%2").arg(row).arg(column + 10 * (columns - 1)) + ' ';
+        places += QStringLiteral("|%1.%2").arg(row).arg(column + 10 * (columns - 1));
+        places += QString(grid != nullptr ? grid->columnStretch(column) : 0, '+') + ' ';
         places += item->spacerItem() != nullptr ? QString::number(item->sizeHint().width())
                   : item->widget() == named     ? "*"
                   : label != nullptr            ? label->text()
@@ -123,6 +124,7 @@ private slots:
 
     void offersWhatEachStateAllows()
     {
+        QApplication::setPalette(Qt::darkBlue); // a dark theme
         const WindowBench bench;
         QList<QWidget*> controls = fieldsOf(bench);
         for (const char* text : {"Refresh", "Connect", "Start Test", "Stop Test", "Clear Stats"})

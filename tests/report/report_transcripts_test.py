@@ -112,7 +112,9 @@ class TranscriptsTest(helpers.FolderTest):
     def test_options_and_statuses(self):
         write({"good": report(seconds=2)})
         named = {name for row in helpers.rows_of(DOCUMENT, "Option") for name in re.findall(r"--\w+", row[0])}
-        self.assertEqual(set(re.findall(r"^  (?:-\w, )?(--\w+)", run("--help")[1], re.M)), named)
+        told = run("--help")[1]
+        self.assertEqual(set(re.findall(r"^  (?:-\w, )?(--\w+)", told, re.M)), named)
+        self.assertRegex(told, r"\[options\] report\.\.\.\n")
         os.mkfifo("pipe")
         self.assertEqual(run("good.json", "--html=pipe"), (
             3, "packetbrask-report: cannot write pipe: it is there and no regular file\n"))

@@ -1,9 +1,12 @@
 """Reports as packetbrask-run and packetbrask-survey write them, of made-up runs and surveys."""
 
 import copy
+import json
 import math
+import pathlib
 import random
 
+HERE = pathlib.Path(__file__)
 HOSTILE = "</script /><img src=x onerror=alert(1)>\u2028\"'&\u202e\x1b[31m{{data}}"
 
 
@@ -44,67 +47,27 @@ def report(seed=1, seconds=60, rate=50, middle_us=5200.0, loss=0.0, tags=None, *
     us |= {"mean": mean, "standardDeviation":
            math.sqrt(sum((took - mean) ** 2 for took in every) / len(every)) if every else None}
     traffic = {"bytesPerSecond": rate * 70, "lineSharePercent": rate * 70 * 1100 / 115200}
-    made = {
-        "program": "packetbrask-run", "version": "1.0", "format": 2,
-        "configuration": {
-            "port": "/dev/ttyUSB0", "baudRate": 115200, "packetsPerSecond": rate, "minDataSizeBytes": 1,
-            "maxDataSizeBytes": 124, "timeoutMs": 500, "durationSeconds": seconds, "moduleScreen": True,
-            "maxLossPercent": 0.1, "maxLatencyMs": 200, "maxP99Ms": None, "eventFile": None, "pingFile": None},
-        "tags": tags or {}, "host": {"name": "bench-3", "kernel": "Linux 6.1.0", "machine": "x86_64"},
-        "adapter": {"driver": "ftdi_sio", "vendorId": "0403", "productId": "6001", "serialNumber": "A50285BI",
-                    "product": "USB-Serial", "latencyTimerMs": 1},
-        "timing": "exact", "start": f"2026-11-22T10:{seed % 60:02}:00.000+01:00",
-        "end": f"2026-11-22T11:{seed % 60:02}:00.000+01:00", "sendingSeconds": seconds,
-        "requestedPacketsPerSecond": rate, "achievedPacketsPerSecond": sent / seconds, "packetsSent": sent,
-        "packetsReceived": len(every), "packetsLost": lost, "sendFailures": 0,
+    made = changed(json.loads(HERE.with_name("report.json").read_text(encoding="utf-8")), {
+        "configuration.packetsPerSecond": rate, "configuration.durationSeconds": seconds, "tags": tags or {},
+        "start": f"2026-11-22T10:{seed % 60:02}:00.000+01:00", "end": f"2026-11-22T11:{seed % 60:02}:00.000+01:00",
+        "sendingSeconds": seconds, "requestedPacketsPerSecond": rate, "achievedPacketsPerSecond": sent / seconds,
+        "packetsSent": sent, "packetsReceived": len(every), "packetsLost": lost,
         "successRatePercent": 100 - 100 * lost / sent,
         "lossCauses": {"noEchoInTime": lost, "noEchoAtEnd": 0, "changedEcho": 0},
-        "lossBursts": {"count": min(lost, 7), "longest": min(lost, 3)}, "outOfOrderEchoes": 0,
-        "unexpected": {"lateEchoes": 0, "repeatedEchoes": 0, "unknownEchoes": 0, "shortEchoes": 0, "reports": 0,
-                       "otherPackets": 0, "errorReplies": []},
-        "latencyMs": {"average": mean and mean // 1000, "minimum": us["minimum"] and us["minimum"] // 1000,
-                      "maximum": us["maximum"] and us["maximum"] // 1000},
-        "latencyUs": us, "sendLagUs": {"p99": 180, "maximum": 900}, "seconds": rows,
-        "latencyHistogramUs": [[2 ** (key / 32), 2 ** ((key + 1) / 32), bins[key]] for key in sorted(bins)],
-        "lineErrors": {"framing": 0, "parity": 0, "overrun": 0, "break": 0, "bufferOverrun": 0},
-        "estimatedTrafficToModule": traffic, "estimatedTrafficFromModule": traffic,
-        "verdict": "passed", "reasons": [], "exitStatus": 0}
+        "lossBursts": {"count": min(lost, 7), "longest": min(lost, 3)},
+        "latencyMs": {name: us[key] and us[key] // 1000 for name, key in
+                      (("average", "mean"), ("minimum", "minimum"), ("maximum", "maximum"))},
+        "latencyUs": us, "seconds": rows, "estimatedTrafficToModule": traffic, "estimatedTrafficFromModule": traffic,
+        "latencyHistogramUs": [[2 ** (key / 32), 2 ** ((key + 1) / 32), bins[key]] for key in sorted(bins)]})
     if 100 * lost > 0.1 * sent:
         made |= {"verdict": "failed", "exitStatus": 1, "reasons":
                  [f"{lost} of {sent} packets were lost ({100 * lost / sent:.4g} %), allowed are 0.1 %"]}
     return made | changes
 
 
-def survey(**changes):
+def survey():
     """A survey of three payloads: one hindered, one at no rate of which all came back, one not ended."""
-    def trial(purpose, rate, sent, **more):
-        return {"purpose": purpose, "packetsPerSecond": rate, "sendingSeconds": 5, "cutShort": False,
-                "packetsSent": sent, "packetsReceived": sent, "packetsLost": 0, "sendFailures": 0,
-                "packetsUnsent": 0, "p50Us": 812.5, "p99Us": 1999} | more
-
-    def size(size_bytes, capacity, **more):
-        return {"sizeBytes": size_bytes, "complete": True, "hindered": False, "capacityPacketsPerSecond": capacity,
-                "highestPacketsPerSecond": min(1000, int(capacity)), "withoutLoss": None, "withPartialLoss": None,
-                "loads": [], "trials": []} | more
-    unsent = trial("search", 1000, 4989, packetsReceived=4979, packetsLost=7, sendFailures=3, packetsUnsent=11,
-                   cutShort=True)
-    none = {"packetsPerSecond": 0, "capacityPercent": 0}
-    loads = [{"percent": percent, "packetsPerSecond": 9 * percent, "packetsSent": 45 * percent,
-              "packetsLost": percent // 50, "p50Us": 10 * percent, "p99Us": None if percent == 90 else 1e4 * percent}
-             for percent in (10, 50, 90, 100)]
-    sizes = [size(8, 1310.25, hindered=True, loads=loads, trials=[unsent, trial("confirmation", 900, 4500)],
-                  withoutLoss={"packetsPerSecond": 900, "capacityPercent": 68.69},
-                  withPartialLoss={"packetsPerSecond": 950, "capacityPercent": 72.51}),
-             size(64, 154, hindered=True, withoutLoss=none,
-                  withPartialLoss={"packetsPerSecond": 3, "capacityPercent": 1.95},
-                  trials=[trial("search", 1, 0, packetsReceived=0, p50Us=None, p99Us=None)]),
-             size(124, 81.8, complete=False)]
-    run = report(tags={"cable": "7 m", "module": HOSTILE})
-    return {name: run[name] for name in ("tags", "host", "adapter", "start", "end")} | {
-        "program": "packetbrask-survey", "version": "1.0", "kind": "survey", "format": 1, "complete": False,
-        "configuration": {"port": "/dev/<ttyUSB0>", "baudRate": 115200, "sizesBytes": [8, 64, 124],
-                          "trialSeconds": 2.5, "partialLossPercent": 0.25, "timeoutMs": 500},
-        "sizes": sizes, "reasons": ["ended by a signal"], "exitStatus": 1} | changes
+    return json.loads(HERE.with_name("survey.json").read_text(encoding="utf-8"))
 
 
 def samples():

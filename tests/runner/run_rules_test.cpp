@@ -6,6 +6,7 @@
 #include "runner/openFault.h"
 #include "runner/portUsers.h"
 #include "runner/runReport.h"
+#include "runner/standardStreams.h"
 #include "runner/statusText.h"
 #include "simulator/RawLine.h"
 #include "tests/support/SystemHand.h"
@@ -189,6 +190,17 @@ private slots:
             QCOMPARE(openFaultText(error, "dialout"), qt_error_string(error) + join);
         QCOMPARE(openFaultText(EACCES, ""), qt_error_string(EACCES));
         QCOMPARE(openFaultText(ENOENT, "dialout"), qt_error_string(ENOENT));
+    }
+
+    void leavesStandardErrorToItself()
+    {
+        const int last = ::dup(STDERR_FILENO); // a program may be started without one
+        ::close(STDERR_FILENO);
+        prepareStandardStreams();
+        const QString fault = openFault("/dev/null");
+        const int next = ::dup(last);
+        ::dup2(last, STDERR_FILENO);
+        QVERIFY(next == last + 1 && fault.startsWith("no usable serial line: "));
     }
 
     void namesWhoHasThePort()

@@ -1,5 +1,6 @@
 #include "simulator/DelayedAnswers.h"
 #include "simulator/ModuleThread.h"
+#include "simulator/PingLedger.h"
 #include "simulator/RateGate.h"
 #include "simulator/RawLine.h"
 #include "simulator/RequestParser.h"
@@ -8,7 +9,7 @@
 
 #include <QtTest>
 
-#include <thread>
+#include <ctime>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -114,11 +115,12 @@ private slots:
                 Tool tool(module.path());
                 QByteArrayList answers;
                 for (int i = 0; i < pings; ++i)
-                    answers += tool.answerTo(frame(0, pingData(i)));
+                    answers += tool.answerTo(frame(0x40) + frame(0, pingData(i)));
                 return std::tuple(answers, module.counts(), module.takePings());
             };
             const auto [answers, counts, records] = run();
-            ModuleCounts seen{.pingsReceived = pings, .otherRequests = pings};
+            ModuleCounts seen{
+                .pingsReceived = pings, .otherRequests = pings, .packetsIgnored = pings};
             for (int i = 0; i < pings; ++i) {
                 const QByteArray echo = frame(0x40, pingData(i));
                 const QByteArray& got = answers[i];
@@ -181,11 +183,20 @@ private slots:
         QCOMPARE(ping.fate(),
                  "intact+errorReply+truncated+altered+corrupted+dropped+tooFast+overrun");
         QCOMPARE(ping.extras(), "garbage+report+split+duplicated");
+
+        QList<quint64> handedOver;
+        PingLedger ledger([&](const LedgerEntry& entry) { handedOver += entry.arrival; });
+        for (const quint64 arrival : {1, 2, 3})
+            ledger.open(arrival, "");
+        ledger.add(2, {}, true); // at once
+        ledger.close();
+        QCOMPARE(handedOver, (QList<quint64>{2, 1, 3}));
     }
 
     /** Twice, as a line that idles must not save up time. */
     void takesItsTime()
     {
+        const std::clock_t before = std::clock(); // of the processor
         for (const auto& [faults, leastMs] :
              {std::pair(ModuleFaults{.baudRate = 2400}, 2 * 28 * 11 * 1000 / 2400),
               {ModuleFaults{.split = 1}, moduleAnswers::splitPauseMs},
@@ -199,6 +210,7 @@ private slots:
                 QVERIFY(earliest.hasExpired());
             }
         }
+        QVERIFY(std::clock() - before < CLOCKS_PER_SEC / 10); // it slept
     }
 
     void takesOnlySoMany()

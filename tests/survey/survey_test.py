@@ -13,8 +13,11 @@ import tempfile
 
 import jsonschema
 
+import helpers
+
 MODULE, SURVEY, REPORT, SCHEMA_FILE = sys.argv[1:]
 SCHEMA = json.loads(pathlib.Path(SCHEMA_FILE).read_text(encoding="utf-8"))
+DOCUMENT = pathlib.Path(SCHEMA_FILE).with_name("survey.md").read_text(encoding="utf-8")
 
 
 def check(module_options, options, status, complete=True, happens=lambda module, program: None):
@@ -97,6 +100,13 @@ def ends_early():
     assert report["reasons"] == ["the line takes no more packets"] and report["sizes"][0]["trials"], report
 
 
+def tells_its_options():
+    told = re.findall(r"^  (?:-\w, )?(--[\w-]+)", subprocess.check_output([SURVEY, "--help"], text=True), re.M)
+    named = [name for row in helpers.rows_of(DOCUMENT, "Option") for name in re.findall(r"`(--[\w-]+)", row[0])]
+    assert sorted(told) == sorted(named), told
+
+
 with concurrent.futures.ThreadPoolExecutor() as pool:
-    for result in [pool.submit(case) for case in (finds_the_rate, finds_none, waits_for_the_module, ends_early)]:
+    for result in [pool.submit(case) for case in (finds_the_rate, finds_none, waits_for_the_module, ends_early,
+                                                   tells_its_options)]:
         result.result()
