@@ -116,7 +116,7 @@ class ProgramTest(helpers.FolderTest):
         for happen, faults, status, verdict in (
                 (terminate, (), 0, "passed"), (fill_the_disk, (), 5, "outputFailed"),
                 (lambda process: None, ("--stall-after=.5",), 4, "lineLost"),
-                (lambda process: shutil.rmtree(os.getcwd()), ("--unplug-after=1",), 5, "")):
+                (lambda process: shutil.rmtree(os.getcwd()), ("--unplug-after=2",), 5, "")):
             with self.subTest(verdict=verdict), subprocess.Popen(
                     [RUNNER, "--port", self.module("--report=1", *faults), "--rate=1000", "--min-size=124", "--timeout=100",
                      "--max-loss=100", "--events=events", "--pings=pings", "--json=report"], stderr=subprocess.PIPE,

@@ -39,7 +39,7 @@ CASES = {
     "overtakes": (["--delay=5", "--jitter=60"], FAST | {"max-loss": 100, "min-size": 32, "rate": 200, "no-screen": None}, 0),
     "answers late": (["--delay=300"], FAST | {"timeout": 50, "max-loss": 100}, 0),
     "has no echo": (["--drop=1"], {"timeout": 50, "tag": "cable=a=\u00e4", "quiet": None, "baud": 1200}, 1),
-    "loses its line": (["--unplug-after=.8"], FAST | {"duration": 0, "max-loss": 100, "timeout": 60}, 4)}
+    "loses its line": (["--unplug-after=2"], FAST | {"duration": 0, "max-loss": 100, "timeout": 60}, 4)}
 
 
 def rows_of(title):
