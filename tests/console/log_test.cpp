@@ -63,6 +63,7 @@ private slots:
             QCOMPARE(bench.named<QLabel>(caption)->styleSheet(),
                      QStringLiteral("QLabel { font-weight: bold;%1 }").arg(colour));
         bench.window->findChild<QTimer*>({}, Qt::FindDirectChildrenOnly)->start(1);
+        bench.call("updateTestDuration"); // without a run
         QString shown = bench.figure("Test Duration:");
         QCOMPARE(shown, "0 s");
         TestStats stats;

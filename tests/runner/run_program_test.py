@@ -15,7 +15,7 @@ import helpers
 
 MODULE, RUNNER, PORTS, *MOCK = sys.argv[1:]
 del sys.argv[1:]
-USB = {"driver": "test_sio", "vendorId": "1d6b", "productId": "0104", "serialNumber": None, "product": "USB Serial",
+USB = {"driver": "test_sio", "vendorId": "1d6b", "productId": "0104", "serialNumber": "A7 01", "product": "USB Serial",
        "latencyTimerMs": 16}
 USB_FAULTS = ["{0} is running, which may open the port and send to it",
               "the adapter holds received bytes back for up to 16 ms; to have it 1 ms: echo 1 | sudo tee "

@@ -198,7 +198,7 @@ private slots:
     {
         const std::clock_t before = std::clock(); // of the processor
         for (const auto& [faults, leastMs] :
-             {std::pair(ModuleFaults{.baudRate = 2400}, 2 * 28 * 11 * 1000 / 2400),
+             {std::pair(ModuleFaults{.baudRate = 1200}, 2 * 28 * 11 * 1000 / 1200),
               {ModuleFaults{.split = 1}, moduleAnswers::splitPauseMs},
               {ModuleFaults{.delayMs = 20}, 20}}) {
             ModuleThread module(faults);

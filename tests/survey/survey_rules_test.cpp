@@ -60,9 +60,9 @@ private slots:
     void surveysAsExpected()
     {
         const std::map<int, Link> links{
-            {8, dropsAbove(700)}, {16, dropsAbove(1000)}, {32, dropsAbove(0)}, {124, notTwice}};
+            {8, dropsAbove(700)}, {100, dropsAbove(1000)}, {32, dropsAbove(0)}, {124, notTwice}};
         SurveyOptions options =
-            parseSurveyOptions({"x", "--port=/dev/x", "--sizes=8,124,16,32,64", "--trial=2.5",
+            parseSurveyOptions({"x", "--port=/dev/x", "--sizes=8,124,32,100,64", "--trial=2.5",
                                 "--partial-loss=2", "--timeout=600", "--tag=cable=7"});
         Survey survey(options.sizesBytes, options.baudRate, options.partialLossPercent);
         QString told;
