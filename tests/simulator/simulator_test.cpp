@@ -186,7 +186,7 @@ private slots:
 
         QList<quint64> handedOver;
         PingLedger ledger([&](const LedgerEntry& entry) { handedOver += entry.arrival; });
-        for (const quint64 arrival : {1, 2, 3})
+        for (const quint64 arrival : {1U, 2U, 3U})
             ledger.open(arrival, "");
         ledger.add(2, {}, true); // at once
         ledger.close();
