@@ -150,6 +150,7 @@ private slots:
                  {startByKey, "----------oc+Stop Test+Logging to: "},
                  {press, "----------oc+Stop Test-Logging to: "},
                  {completed, "--pnxtd-Cs-c+Start Test-Logging to: "},
+                 {[&] { gone(), connected(); }, "--pnxtd-Cs-c+Disconnect-" + to},
                  {startUnheld, "----------oc+Clear Stats+Logging to: "},
                  {completed, "--pnxtd-Cs-c+Clear Stats-Logging to: "},
                  {startByKey, "----------oc+Stop Test+Logging to: "},

@@ -178,8 +178,8 @@ private slots:
             {{0}, "4wait ", 0}, // the line is stuck
             {{0}, "4look ", 0},
             {{1, 77}, "4look write ", 1},
+            {{-EIO}, "4wait ", 0},
             {{0}, "4wait ", 0},
-            {{-EIO}, "4look ", 0},
             {{}, "", 1}, // opened again
             {{1, -EIO}, "4wait write ", 0},
             {{1, 5}, "3look read ", 5},

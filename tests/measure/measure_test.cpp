@@ -129,6 +129,7 @@ private slots:
     void dividesRunsOfAnyLengthInLittleMemory()
     {
         for (const auto& [endSec, count, lengthSec, lastSec] : {std::tuple(3620.0, 3620U, 1, 1.0),
+                                                                {3619.5, 3620U, 1, 0.5},
                                                                 {3620.001, 1811U, 2, 0.001},
                                                                 {14481.5, 1811U, 8, 1.5}}) {
             const auto before = mallinfo2();

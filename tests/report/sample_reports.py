@@ -75,8 +75,7 @@ def samples():
     lossy = report(2, loss=0.02, middle_us=6100, tags={"cable": "B"}, sendLagUs={"p99": 31000, "maximum": 80000})
     return {"passed": report(1, tags={"cable": "A"}), "silent": report(3, loss=1, lineErrors=None),
             "lossy": changed(lossy, {"lineErrors.framing": 41, "unexpected.errorReplies": [
-                {"code": 3, "text": HOSTILE, "count": 4}]}),
-            "hour": report(5, seconds=3600, rate=20, loss=0.0005),
+                {"code": 3, "text": HOSTILE, "count": 4}]}), "hour": report(5, seconds=3600, rate=20, loss=0.0005),
             "hostile": report(6, tags={HOSTILE: HOSTILE, "cable": HOSTILE}, reasons=[HOSTILE], adapter=None, seconds=2)}
 
 
@@ -122,8 +121,7 @@ def explained():
     share = "estimatedTrafficToModule.lineSharePercent"
     cases = {"under": {"sendLagUs.p99": 20000, share: 89.9, timer: 1, rate: 45},
              "over": {"sendLagUs.p99": 20100, share: 90, timer: 1.5, rate: 44.9, "sendingSeconds": 1,
-                      "lossBursts.longest": 5},
-             "early": {"sendLagUs.p99": None, rate: 1, "sendingSeconds": 0.9},
+                      "lossBursts.longest": 5}, "early": {"sendLagUs.p99": None, rate: 1, "sendingSeconds": 0.9},
              "fast": {"sendLagUs.p99": 5100, "configuration.packetsPerSecond": 200, rate: 0},
              "none-sent": {"packetsSent": 0, "packetsReceived": 0, rate: None},
              "silent": {"packetsReceived": 0, "packetsSent": 7, "packetsLost": 7, "lossBursts.longest": 99},
