@@ -5,8 +5,10 @@
 
 /** Most data bytes that one packet carries. */
 inline constexpr uint8_t vnMaxDataLength = 124;
-/** What a frame adds to its data: command, length and two CRC bytes. */
-inline constexpr uint32_t vnFrameOverhead = 4;
+/** Command and length, in front of the data. */
+inline constexpr uint32_t vnHeaderLength = 2;
+/** What a frame adds to its data: the header and two CRC bytes. */
+inline constexpr uint32_t vnFrameOverhead = vnHeaderLength + 2;
 /** Size in bytes of the largest frame. */
 inline constexpr uint32_t vnMaxFrameLength = vnMaxDataLength + vnFrameOverhead;
 

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "link/FrameSearch.h"
 #include "link/vnPacket.h"
 
 #include <QObject>
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 class vnSerialComs;
@@ -14,8 +16,9 @@ struct RingBuffer;
  * The packet layer: frames packets onto a serial line and finds them in what comes back.
  *
  * A frame is command, data length, 0 to 124 data bytes and a CRC-16/X-25 of all that, low byte
- * first; docs/protocol.md has the grammar. Nothing marks a frame's start, so the receiver tries
- * every position; a run of bytes that happens to be a correct frame is taken for one.
+ * first; docs/protocol.md has the grammar. Nothing marks a frame's start. Made by itself the
+ * receiver tries every position and takes what is a correct frame first; readInOrder() has it wait
+ * for frames that are still arriving.
  *
  * Threads: receivePacket() belongs to one thread; sendPacket() may run on another. Neither
  * allocates memory or waits for incoming bytes.
@@ -60,6 +63,27 @@ public:
      */
     void spareLine() { sparesLine = true; }
 
+    /**
+     * From now on receivePacket() reads as findFrameInOrder() does, with these frames awaited. The
+     * line is silent once it has had nothing for longer than silenceNs. Bytes that can start no
+     * frame are forgotten at once; a false result leaves at most 255 buffered. `frames` is called
+     * on the receiving thread, inside receivePacket(), up to once a buffered byte.
+     */
+    void readInOrder(AwaitedFrames frames) { awaited = std::move(frames); }
+    /**
+     * Whether the last receivePacket() returned false for a frame that may still be arriving. Call
+     * it again once more bytes have come, or silence.
+     */
+    bool isWaiting() const { return isHeld; }
+    /** Up to its next false result receivePacket() reads as in silence. */
+    void waitNoLonger() { waitsNoLonger = true; }
+
+    /**
+     * No two bytes of a frame lie further apart than this: twice what the slowest line (a byte
+     * takes 9.2 ms at 1200 baud) and an adapter that gathers bytes (for 16 ms) come to.
+     */
+    static constexpr qint64 silenceNs = 50'000'000;
+
     /** Writes `length` bytes as they are, without framing; result as of vnSerialComs::writeData. */
     bool writeRaw(const uint8_t* bytes, uint32_t length);
 
@@ -76,8 +100,8 @@ public:
     static const char* interfaceName(int id);
 
 private:
-    void drainLine();
-    bool frameAt(uint32_t offset, uint32_t buffered, vnPacket& packet) const;
+    /** Whether the line was asked, had nothing, and had been silent already. */
+    bool drainLine();
 
     vnSerialComs* serial;
     RingBuffer* received; ///< owned: created in the constructor, destroyed in the destructor
@@ -85,4 +109,7 @@ private:
     qint64 packetReadNs = 0;
     bool sparesLine = false;
     bool lineIsDry = false; ///< since the last false result
+    AwaitedFrames awaited;  ///< empty: reads at every position
+    bool isHeld = false;
+    bool waitsNoLonger = false;
 };

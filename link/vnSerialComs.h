@@ -80,6 +80,8 @@ public:
 
     /** `steadyClock` takes the moments below from now on; not owned. Not while the port is open. */
     void setClock(const SteadyClock* steadyClock) { clock = steadyClock; }
+    /** What that clock tells now. Any thread. */
+    qint64 nowNs() const { return clock->nowNs(); }
     /** When the last write began, after its wait for room; 0 before the first. Writer's thread. */
     qint64 lastWriteNs() const { return writeNs; }
     /** When the last read that brought bytes had returned; 0 before it. Reader's thread. */

@@ -9,6 +9,7 @@
 #include <QRegularExpression>
 #include <QTest>
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace {
@@ -19,7 +20,7 @@ struct Link : SteadyClock
     RawLine line;
     vnSerialComs port{nullptr, line.path(), 115200};
     vnPacketComs coms{nullptr, &port};
-    mutable qint64 reads = 0; ///< the line's clock tells how many of them brought bytes
+    mutable qint64 reads = 0; ///< the line's clock: how often it was looked at, or what a test adds
 
     Link()
     {
@@ -50,6 +51,19 @@ struct Link : SteadyClock
 QByteArray noise(qsizetype size)
 {
     return QByteArray(size, '\xFF');
+}
+
+/** In order, with the echo of `payload`, 8 bytes or more, awaited. */
+void readInOrder(vnPacketComs& coms, const QByteArray& payload)
+{
+    const QByteArray echo = frame(0x40, payload).chopped(2);
+    coms.readInOrder([echo](std::span<const uint8_t> bytes) {
+        const QByteArrayView arrived(bytes.data(),
+                                     std::min<qsizetype>(std::ssize(bytes), echo.size()));
+        if (!QByteArrayView(echo).startsWith(arrived))
+            return Awaited::No;
+        return arrived.size() < 10 ? Awaited::Perhaps : Awaited::Surely;
+    });
 }
 
 /** The rows of the protocol's document that `pattern` finds: code, in hexadecimal, and text. */
@@ -132,6 +146,86 @@ private slots:
             QCOMPARE(link.receive(noise(1147) + whole.first(cut)), QList<QByteArray>());
             QCOMPARE(link.receive(whole.sliced(cut)), QList{whole});
         }
+    }
+
+    void readsInOrder()
+    {
+        const QByteArray a = frame(0x81, "report");
+        const QByteArray b = frame(0xC0, "\x07");
+        const QByteArray start = "\x81\x40"; // of a frame of 64 data bytes
+        const QByteArray outer = frame(0x81, "in " + a + noise(20));
+        const QByteArray eight = frame(0x40, "12345678");
+        // A frame that ends within the awaited one, whose filler is its check.
+        const QByteArray reaching = frame(0x82, "in front" + frame(0x40, "12345678??").first(10));
+        const QByteArray payload = "12345678" + reaching.last(2);
+        const QByteArray echo = frame(0x40, payload);
+        QByteArray touching; // ends with the awaited one's first two bytes
+        for (int i = 0; !touching.endsWith("\x40\x0A"); ++i)
+            touching = frame(0x83, QByteArray::number(i));
+        const QByteArray rest = echo.sliced(2);
+        const QByteArray around = "12345678" + a + "more";
+        const QByteArray paused = frame(0x40, around);
+        constexpr int silent = vnPacketComs::silenceNs;
+        const auto nothing = QList<QByteArray>();
+        struct Step
+        {
+            QByteArray arriving;
+            QList<QByteArray> found;
+            int passNs = 0; ///< before
+            bool waits = false;
+        };
+        for (const auto& [name, awaited, steps] :
+             QList<std::tuple<const char*, QByteArray, QList<Step>>>{
+                 {"a frame within one that arrives",
+                  payload,
+                  {{outer.chopped(1), {}, 0, true}, {outer.last(1) + b, {outer, b}}}},
+                 {"what proves wrong",
+                  payload,
+                  {{start + a, {}, 0, true}, {noise(56), {a}, 0, true}}},
+                 {"silence",
+                  payload,
+                  {{start + a, {}, 0, true}, {"", {}, silent - 1, true}, {"", {a}, 1}, {b, {b}}}},
+                 {"bytes that come late are no silence",
+                  payload,
+                  {{start + a, {}, 0, true}, {"\x01", {}, silent, true}, {"", {a}, silent}}},
+                 {"a frame completed after silence",
+                  payload,
+                  {{outer.first(2), {}, 0, true}, {"", {}, silent}, {outer.sliced(2), {outer}}}},
+                 {"the awaited one at once, what is in front first",
+                  payload,
+                  {{start + a + echo + b, {a, echo, b}}}},
+                 {"one that reaches into the awaited",
+                  payload,
+                  {{reaching, {}, 0, true}, {"", {}, silent, true}, {echo.sliced(12), {echo}}}},
+                 {"one that touches it", payload, {{touching, {}, 0, true}, {rest, {echo}}}},
+                 {"one that touches what does not come",
+                  payload,
+                  {{touching, {}, 0, true}, {"", {touching}, silent}, {b, {b}}}},
+                 {"the awaited one with a pause",
+                  around,
+                  {{paused.chopped(1), {}, 0, true},
+                   {"", {}, silent, true},
+                   {paused.last(1), {paused}}}},
+                 {"the awaited one damaged",
+                  payload,
+                  {{echo.chopped(2) + noise(2) + a, {}, 0, true},
+                   {"", {a}, silent},
+                   {eight, {eight}}}}}) {
+            Link link;
+            readInOrder(link.coms, awaited);
+            for (qsizetype i = 0; i < steps.size(); ++i) {
+                link.reads += steps[i].passNs;
+                const QByteArray where = QByteArray(name) + ", step " + QByteArray::number(i);
+                QVERIFY2(link.receive(steps[i].arriving) == steps[i].found, where);
+                QVERIFY2(link.coms.isWaiting() == steps[i].waits, where);
+            }
+        }
+        Link link;
+        readInOrder(link.coms, "12345678");
+        QCOMPARE(link.receive(start + a), nothing);
+        link.coms.waitNoLonger();
+        QCOMPARE(link.receive(b), QList({a, b})); // for this look only
+        QCOMPARE(link.receive(start + a), nothing);
     }
 
     /** Each read takes 32 bytes, so the moments tell how often the line was asked. */
