@@ -19,6 +19,7 @@ BraskTestWorker::BraskTestWorker(Setup setup, QObject* parent)
     serialPort->setClock(timing.get());
     if (timing->sparesLine())
         packetComs->spareLine();
+    packetComs->readInOrder([this](std::span<const uint8_t> bytes) { return awaits(bytes); });
     attachTiming();
     resetStatistics();
 }

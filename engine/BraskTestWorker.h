@@ -13,10 +13,12 @@
 #include <QString>
 
 #include <memory>
+#include <span>
 
 class EngineTiming;
 class vnPacketComs;
 class vnSerialComs;
+enum class Awaited;
 struct vnPacket;
 
 /**
@@ -103,6 +105,7 @@ private:
     void waitForFinalReplies();
     void giveUpPending();
 
+    Awaited awaits(std::span<const uint8_t> bytes) const;
     void handlePacket(const vnPacket& packet);
     void matchEcho(const vnPacket& packet);
     void takeEcho(const vnPacket& packet, const PendingPacket& ping);

@@ -181,8 +181,8 @@ void ExactTiming::waitForReplies(int limitMs, const std::function<bool()>& isOve
             return;
         const int leftMs = static_cast<int>(leftNs / millisecondNs) + 1;
         pollfd state = {.fd = line, .events = POLLIN, .revents = {}};
-        ::poll(&state, 1, leftMs);
-        if (!deed.look())
+        const int ready = ::poll(&state, 1, std::min(lookMs, leftMs));
+        if (!deed.look() && ready != 0)
             pause(std::min(lookMs, leftMs)); // a dying line is ready at once
     }
 }

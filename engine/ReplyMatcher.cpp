@@ -5,6 +5,9 @@
 
 #include <QtEndian>
 
+#include <algorithm>
+#include <cstring>
+
 namespace {
 
 constexpr uint8_t echoReply = 0x40;
@@ -27,6 +30,22 @@ void BraskTestWorker::pollForPackets()
     vnPacket packet{};
     while (packetComs->receivePacket(packet))
         handlePacket(packet);
+}
+
+/** Whether `bytes` are, as far as they go, the unchanged echo of a ping that is open. */
+Awaited BraskTestWorker::awaits(std::span<const uint8_t> bytes) const
+{
+    constexpr size_t numbered = vnHeaderLength + sizeof(quint64);
+    if (pendingPackets.isEmpty() || bytes[0] != echoReply)
+        return Awaited::No;
+    if (bytes.size() < numbered)
+        return Awaited::Perhaps;
+    const auto ping = pendingPackets.constFind(qFromLittleEndian<quint64>(&bytes[vnHeaderLength]));
+    if (ping == pendingPackets.constEnd() || ping->payload.size() != bytes[1])
+        return Awaited::No;
+    const size_t arrived = std::min<size_t>(bytes.size() - vnHeaderLength, bytes[1]);
+    const bool isSame = std::memcmp(&bytes[vnHeaderLength], ping->payload.data(), arrived) == 0;
+    return isSame ? Awaited::Surely : Awaited::No;
 }
 
 void BraskTestWorker::handlePacket(const vnPacket& packet)

@@ -1,6 +1,7 @@
 #include "engine/BraskTestWorker.h"
 
 #include "engine/EngineTiming.h"
+#include "link/vnPacketComs.h"
 #include "link/vnSerialComs.h"
 
 namespace {
@@ -30,6 +31,7 @@ void BraskTestWorker::startTest(TestConfig newConfig)
     observer->runBegan(timing->nowNs());
     emit logMessage(QStringLiteral("INFO"), QStringLiteral("Test started"));
     // What the line still holds is of earlier times: no ping waits for it yet.
+    packetComs->waitNoLonger();
     pollForPackets();
     timing->beginRun(config, serialPort->descriptor());
 }
@@ -58,7 +60,9 @@ void BraskTestWorker::stopTest()
 void BraskTestWorker::waitForFinalReplies()
 {
     timing->waitForReplies(2 * config.timeoutMs + finalMarginMs,
-                           [this] { return pendingPackets.isEmpty(); });
+                           [this] { return pendingPackets.isEmpty() && !packetComs->isWaiting(); });
+    packetComs->waitNoLonger();
+    pollForPackets();
 }
 
 void BraskTestWorker::giveUpPending()

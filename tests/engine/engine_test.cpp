@@ -182,6 +182,39 @@ private slots:
         QVERIFY(bench.take().contains("statistics 12/2/10 16.7% 0 0..0 0"));
     }
 
+    void takesFramesInOrder()
+    {
+        Bench bench(20, 50);
+        const QByteArray start = "\x81\x40"; // of a frame that never comes
+        const QByteArray payload = bench.ping();
+        bench.take();
+        bench.answer(start + frame(0xC0, "\x07"));
+        QCOMPARE(bench.take(), QStringList());
+        bench.answer(echo(payload)); // not held up, and what is in front of it comes first
+        QCOMPARE(bench.told.calls.join(", "), "sent0(20) 0, error7 0, matched0(0) 0");
+        bench.take();
+
+        bench.answer(start + frame(0x80));
+        bench.time->pass(50);
+        QCOMPARE(bench.take(), QStringList());
+        bench.time->pass(10); // a look later the line has been silent for long
+        QCOMPARE(bench.take(), QStringList("INFO: Device report: 0x80"));
+        QCOMPARE(bench.told.calls.last(), "report0 0"); // when it was read
+
+        // Nothing is left behind at a run's end, nor read as the next run's.
+        bench.time->meanwhile = [&, n = 0]() mutable {
+            if (++n == 600)
+                bench.line.send(start + frame(0x82));
+        };
+        bench.answer(start + frame(0x81));
+        bench.worker.stopTest();
+        QCOMPARE(bench.time->wasOver, QList({false, false})); // though no ping was open
+        QVERIFY(bench.take().contains("INFO: Device report: 0x82"));
+        bench.line.send(start + frame(0x83));
+        bench.worker.startTest({});
+        QCOMPARE(bench.take(), QStringList({"INFO: Test started", "INFO: Device report: 0x83"}));
+    }
+
     void runsToTheMillisecond()
     {
         // The last moment of the final wait brings an echo, another one never comes.
