@@ -22,8 +22,10 @@ template struct Reach<&vnSerialComs::fd>;
 
 } // namespace
 
-PipeLine::PipeLine(Flow flow) : line(nullptr, QString(), 0)
+PipeLine::PipeLine(Flow flow, const SteadyClock* clock) : line(nullptr, QString(), 0)
 {
+    if (clock != nullptr)
+        line.setClock(clock);
     QString error;
     const std::unique_ptr<Pty> pty = Pty::open(error);
     std::array<int, 2> ends{};

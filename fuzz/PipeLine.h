@@ -16,8 +16,8 @@ public:
     /** A pipe has one direction: the tool reads from the line, or it writes to it. */
     enum class Flow { ToTool, FromTool };
 
-    /** Ends the process when the line cannot be had. */
-    explicit PipeLine(Flow flow);
+    /** Ends the process when the line cannot be had. `clock` is not owned; null: the system's. */
+    explicit PipeLine(Flow flow, const SteadyClock* clock = nullptr);
     ~PipeLine();
     PipeLine(const PipeLine&) = delete;
     PipeLine& operator=(const PipeLine&) = delete;

@@ -11,16 +11,87 @@ void ReceiveModel::arrive(std::span<const uint8_t> arrived)
 std::optional<ReceiveModel::Frame> ReceiveModel::receive()
 {
     for (size_t start = 0; start < bytes.size(); ++start) {
-        const std::optional<Frame> frame = frameAt(start);
-        if (frame) {
-            const size_t end = start + 2 + frame->dataLength + 2;
-            bytes.erase(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(end));
-            return frame;
-        }
+        if (frameAt(start))
+            return take(start);
     }
     if (bytes.size() > 128)
         bytes.erase(bytes.begin(), bytes.end() - 128);
     return std::nullopt;
+}
+
+std::optional<ReceiveModel::Frame> ReceiveModel::take(size_t start)
+{
+    const std::optional<Frame> frame = frameAt(start);
+    bytes.erase(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(endOf(start)));
+    return frame;
+}
+
+std::optional<ReceiveModel::Frame> ReceiveModel::waitFor(size_t start)
+{
+    waits = true;
+    bytes.erase(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(start));
+    return std::nullopt;
+}
+
+std::optional<ReceiveModel::Frame>
+ReceiveModel::receiveInOrder(const std::vector<std::vector<uint8_t>>& awaited, bool isSilent)
+{
+    waits = false;
+    std::vector<size_t> sure;
+    std::vector<size_t> perhaps;
+    std::vector<size_t> open;
+    std::vector<size_t> whole;
+    for (size_t start = 0; start < bytes.size(); ++start) {
+        const bool isOpen = endOf(start) > bytes.size();
+        const bool isWhole = frameAt(start).has_value();
+        const size_t known = isOpen || isWhole ? awaitedBytes(start, awaited) : 0;
+        if (known >= 10)
+            sure.push_back(start);
+        else if (known > 0)
+            perhaps.push_back(start);
+        if (isOpen)
+            open.push_back(start);
+        if (isWhole)
+            whole.push_back(start);
+    }
+    if (!sure.empty()) {
+        const auto reachesIntoIt = [&](size_t start) { return endOf(start) > sure[0]; };
+        std::erase_if(open, reachesIntoIt);
+        std::erase_if(whole, reachesIntoIt);
+        std::erase_if(perhaps, [&](size_t start) { return start > sure[0]; });
+    }
+    const size_t next = whole.empty() ? bytes.size() : whole[0];
+    if (!isSilent && !open.empty() && open[0] < next)
+        return waitFor(open[0]);
+    if (!whole.empty()) {
+        const bool isRisky = !perhaps.empty() && endOf(next) > perhaps[0];
+        return isRisky && !isSilent ? waitFor(next) : take(next);
+    }
+    if (!sure.empty())
+        return frameAt(sure[0]) ? take(sure[0]) : waitFor(sure[0]);
+    const size_t kept = open.empty() ? bytes.size() : open[0];
+    bytes.erase(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(kept));
+    return std::nullopt;
+}
+
+size_t ReceiveModel::endOf(size_t start) const
+{
+    if (start + 1 >= bytes.size())
+        return bytes.size() + 1;
+    return bytes[start + 1] > 124 ? 0 : start + bytes[start + 1] + 4;
+}
+
+size_t ReceiveModel::awaitedBytes(size_t start,
+                                  const std::vector<std::vector<uint8_t>>& awaited) const
+{
+    size_t most = 0;
+    for (const std::vector<uint8_t>& frame : awaited) {
+        const size_t told = std::min(bytes.size() - start, frame.size() - 2); // without its CRC
+        if (std::equal(frame.begin(), frame.begin() + static_cast<ptrdiff_t>(told),
+                       bytes.begin() + static_cast<ptrdiff_t>(start)))
+            most = std::max(most, told);
+    }
+    return most;
 }
 
 std::optional<ReceiveModel::Frame> ReceiveModel::frameAt(size_t start) const

@@ -26,6 +26,15 @@ public:
     void arrive(std::span<const uint8_t> bytes);
     /** The first frame; everything up to its end is gone then. Without one, only a tail is kept. */
     std::optional<Frame> receive();
+    /**
+     * The first frame in the order of the stream; everything up to its end is gone then, and
+     * without one what can start no frame. `awaited` has whole frames. One of 8 data bytes or more
+     * is surely awaited once 10 bytes of it are there.
+     */
+    std::optional<Frame> receiveInOrder(const std::vector<std::vector<uint8_t>>& awaited,
+                                        bool isSilent);
+    /** Whether the last receiveInOrder() found none for bytes that may become one. */
+    bool isWaiting() const { return waits; }
     const std::vector<uint8_t>& buffered() const { return bytes; }
 
     /** CRC-16/X-25, bit by bit. */
@@ -35,6 +44,14 @@ public:
 
 private:
     std::optional<Frame> frameAt(size_t start) const;
+    /** Where the frame that starts there ends, which may be behind all bytes; 0 for an impossible.
+     */
+    size_t endOf(size_t start) const;
+    /** Bytes at `start` that are an awaited frame's; 0 as soon as one differs. */
+    size_t awaitedBytes(size_t start, const std::vector<std::vector<uint8_t>>& awaited) const;
+    std::optional<Frame> take(size_t start);
+    std::optional<Frame> waitFor(size_t start);
 
     std::vector<uint8_t> bytes; ///< oldest first
+    bool waits = false;
 };

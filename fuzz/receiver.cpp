@@ -19,15 +19,32 @@ template <RingBuffer* vnPacketComs::*ring> struct Reach
 };
 template struct Reach<&vnPacketComs::received>;
 
+/** Stands still unless told otherwise. */
+struct HandClock : SteadyClock
+{
+    qint64 now = 0;
+    qint64 nowNs() const override { return now; }
+};
+
+enum class Reading { EveryPosition, InOrder };
+
 /** A receiver at one end of the line and the model beside it, held against each other. */
 class Reception
 {
 public:
     /** `counted` is how many bytes the receiver's ring shall seem to have seen before. */
-    Reception(PipeLine& from, uint64_t counted) : line(from), receiver(nullptr, &from.serial())
+    Reception(PipeLine& from, HandClock& hand, uint64_t counted, Reading howToRead)
+        : line(from), clock(hand), reading(howToRead), receiver(nullptr, &from.serial())
     {
         ringOf(receiver).head = ringOf(receiver).tail = counted;
+        if (reading == Reading::InOrder)
+            receiver.readInOrder(
+                [this](std::span<const uint8_t> bytes) { return isAwaited(bytes); });
     }
+
+    /** From now on this frame is awaited. */
+    void await(const std::vector<uint8_t>& frame) { awaited.push_back(frame); }
+    void pass(qint64 ns) { clock.now += ns; }
 
     void arrive(std::span<const uint8_t> bytes)
     {
@@ -48,10 +65,16 @@ public:
 private:
     void compareFrame(const vnPacket& packet, const ReceiveModel::Frame& frame) const;
     void compareBuffered() const;
+    Awaited isAwaited(std::span<const uint8_t> bytes) const;
+    std::optional<ReceiveModel::Frame> receiveByModel();
 
     PipeLine& line;
+    HandClock& clock;
+    Reading reading;
     vnPacketComs receiver;
     ReceiveModel model;
+    std::vector<std::vector<uint8_t>> awaited;
+    qint64 lastReadNs = 0;
     size_t waiting = 0;
     size_t effort = 0;
 };
@@ -59,18 +82,41 @@ private:
 bool Reception::receive()
 {
     const size_t buffered = model.buffered().size();
-    waiting = 0;
     vnPacket packet{};
     std::memset(&packet, 0x55, sizeof packet);
     const bool found = receiver.receivePacket(packet);
-    const std::optional<ReceiveModel::Frame> frame = model.receive();
+    const std::optional<ReceiveModel::Frame> frame = receiveByModel();
+    waiting = 0;
     effort += found ? buffered / 8 : buffered;
+    if (receiver.isWaiting() != model.isWaiting())
+        disagree(QStringLiteral("waiting: %1, expected: %2")
+                     .arg(receiver.isWaiting())
+                     .arg(model.isWaiting()));
     if (found != frame.has_value())
         disagree(QStringLiteral("frame received: %1, expected: %2").arg(found).arg(!found));
     if (found)
         compareFrame(packet, *frame);
     compareBuffered();
     return found;
+}
+
+std::optional<ReceiveModel::Frame> Reception::receiveByModel()
+{
+    const bool isSilent = waiting == 0 && clock.now - lastReadNs > vnPacketComs::silenceNs;
+    if (waiting > 0)
+        lastReadNs = clock.now;
+    return reading == Reading::InOrder ? model.receiveInOrder(awaited, isSilent) : model.receive();
+}
+
+Awaited Reception::isAwaited(std::span<const uint8_t> bytes) const
+{
+    const auto begins = [&](const std::vector<uint8_t>& frame) {
+        return std::memcmp(bytes.data(), frame.data(), std::min(bytes.size(), frame.size() - 2)) ==
+               0;
+    };
+    if (std::ranges::none_of(awaited, begins))
+        return Awaited::No;
+    return bytes.size() < 10 ? Awaited::Perhaps : Awaited::Surely;
 }
 
 void Reception::compareFrame(const vnPacket& packet, const ReceiveModel::Frame& frame) const
@@ -140,8 +186,8 @@ void compareSent(const std::vector<uint8_t>& frame, uint8_t dataLength)
                      .arg(packet.crc));
 }
 
-/** What the operation lets arrive. */
-std::vector<uint8_t> makePiece(Operation operation, Input& input)
+/** What the operation lets arrive. A ping's echo is awaited from then on. */
+std::vector<uint8_t> makePiece(Operation operation, Input& input, Reception& reception)
 {
     const uint8_t first = input.byte();
     if (operation == Raw)
@@ -159,6 +205,8 @@ std::vector<uint8_t> makePiece(Operation operation, Input& input)
         makeFrame(first, static_cast<uint8_t>(dataLength), (second & 0x80) != 0, input);
     if (operation == Frame)
         compareSent(frame, second & 0x7F);
+    if (first == 0x40 && dataLength >= 8 && operation != TooLong)
+        reception.await(frame);
     if (operation == WrongCrc) {
         const int bit = input.byte() % 16;
         frame[frame.size() - 1 - static_cast<size_t>(bit / 8)] ^=
@@ -171,7 +219,8 @@ std::vector<uint8_t> makePiece(Operation operation, Input& input)
 
 /**
  * Runs the operations that the input lists. An operation is a byte: its kind, and for an eighth of
- * all values how often it is repeated, which is what fills the ring.
+ * all values how often it is repeated, which is what fills the ring. One that receives also says
+ * how long the line was silent before.
  */
 void run(Input& input, Reception& reception)
 {
@@ -185,12 +234,13 @@ void run(Input& input, Reception& reception)
         const uint8_t code = input.byte();
         const auto operation = static_cast<Operation>(code % 8);
         if (operation < ReceiveOnce) {
-            const std::vector<uint8_t> piece = makePiece(operation, input);
+            const std::vector<uint8_t> piece = makePiece(operation, input, reception);
             std::vector<uint8_t> bytes;
             for (int times = code < 0xE0 ? 1 : code / 8 % 4 * 8 + 8; times > 0; --times)
                 bytes.insert(bytes.end(), piece.begin(), piece.end());
             reception.arrive(bytes);
         } else if (input.position() <= shortPiecesUpTo || reception.unread() >= shortPiece) {
+            reception.pass(vnPacketComs::silenceNs - 1 + code / 8 % 4);
             while (reception.receive() && operation == ReceiveAll &&
                    reception.scanned() < mostScanned) {
             }
@@ -202,15 +252,18 @@ void run(Input& input, Reception& reception)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
 {
-    static PipeLine line(PipeLine::Flow::ToTool);
-    Input input({bytes, size});
-    // The ring's counters start at 0 or shortly in front of where something has to wrap: the ring's
-    // own end, or 32 bits, past which a counter must not jump.
-    const uint8_t start = input.byte();
-    const uint64_t wrap = (start & 0x80) != 0 ? uint64_t{1} << 32 : ReceiveModel::capacity;
-    const uint64_t counters = start == 0 ? 0 : wrap - uint64_t{start & 0x7FU} * 8;
-    Reception reception(line, counters);
-    run(input, reception);
-    reception.receive(); // empties the pipe for the next input
+    static HandClock clock;
+    static PipeLine line(PipeLine::Flow::ToTool, &clock);
+    for (const Reading reading : {Reading::EveryPosition, Reading::InOrder}) {
+        Input input({bytes, size});
+        // The ring's counters start at 0 or shortly in front of where something has to wrap: the
+        // ring's own end, or 32 bits, past which a counter must not jump.
+        const uint8_t start = input.byte();
+        const uint64_t wrap = (start & 0x80) != 0 ? uint64_t{1} << 32 : ReceiveModel::capacity;
+        const uint64_t counters = start == 0 ? 0 : wrap - uint64_t{start & 0x7FU} * 8;
+        Reception reception(line, clock, counters, reading);
+        run(input, reception);
+        reception.receive(); // empties the pipe for the next input
+    }
     return 0;
 }
