@@ -112,12 +112,12 @@ void MainWindow::onConnectClicked()
 
 void MainWindow::onConnectionChanged(bool connected)
 {
-    isConnected = connected;
     updateConnectionState(connected);
 }
 
 void MainWindow::updateConnectionState(bool connected)
 {
+    isConnected = connected;
     connectButton->setText(connected ? QStringLiteral("Disconnect") : QStringLiteral("Connect"));
     connectButton->setStyleSheet(
         connected ? QStringLiteral("QPushButton { background-color: #90EE90; }") : QString());
