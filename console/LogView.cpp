@@ -9,7 +9,6 @@
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextEdit>
-#include <QTextStream>
 #include <QThread>
 
 namespace {
@@ -27,6 +26,34 @@ QString lineColour(const QString& type)
     if (type == u"TIMEOUT" || type == u"WARNING")
         return QStringLiteral("orange");
     return QStringLiteral("black");
+}
+
+/** Writes all of `bytes` and closes the file; why that failed, empty if it did not. */
+QString writeFault(QFile& file, QByteArray bytes)
+{
+    while (!bytes.isEmpty()) {
+        // A full disk takes a part first. Only the next write tells the reason.
+        const qint64 taken = file.write(bytes);
+        if (taken <= 0)
+            return file.errorString();
+        bytes.remove(0, taken);
+    }
+    file.close(); // a file system may tell only then
+    return file.error() == QFileDevice::NoError ? QString() : file.errorString();
+}
+
+/** Saves `text` as `fileName`; why that failed, empty if it did not. */
+QString saveFault(const QString& fileName, const QString& text)
+{
+    constexpr auto mode = QIODevice::WriteOnly | QIODevice::Text | QIODevice::Unbuffered;
+    QFile file(fileName);
+    const bool isNew = file.open(mode | QIODevice::NewOnly);
+    if (!isNew && !file.open(mode))
+        return file.errorString();
+    QString fault = writeFault(file, text.toUtf8());
+    if (!fault.isEmpty() && isNew)
+        file.remove();
+    return fault;
 }
 
 } // namespace
@@ -103,13 +130,11 @@ void MainWindow::saveLog()
                                      QStringLiteral("Text Files (*.txt);;All Files (*)"));
     if (fileName.isEmpty())
         return;
-    QFile file(fileName);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) {
+    const QString fault = saveFault(fileName, logView->toPlainText());
+    if (!fault.isEmpty()) {
         QMessageBox::warning(this, QStringLiteral("Save Failed"),
-                             QStringLiteral("Could not save log file: ") + file.errorString());
+                             QStringLiteral("Could not save log file: ") + fault);
         return;
     }
-    QTextStream(&file) << logView->toPlainText();
-    file.close();
     statusBar()->showMessage(QStringLiteral("Log saved to: ") + fileName, savedMessageMs);
 }

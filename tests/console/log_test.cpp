@@ -137,9 +137,10 @@ private slots:
         QAction* save = bench.window->menuBar()->actions().constFirst()->menu()->actions().at(0);
         const auto saveAs = [&bench, save](const QString& name) {
             const auto enter = [&](QWidget* widget) {
-                const auto* dialog = qobject_cast<QFileDialog*>(widget);
+                auto* dialog = qobject_cast<QFileDialog*>(widget);
                 if (dialog == nullptr || name.isEmpty()) // closed without a name
                     return;
+                dialog->setOption(QFileDialog::DontConfirmOverwrite);
                 QCOMPARE(dialog->nameFilters().join('|'), "Text Files (*.txt)|All Files (*)");
                 auto* field = dialog->findChild<QLineEdit*>("fileNameEdit");
                 field->setText(QDir::current().absoluteFilePath(name));
@@ -152,8 +153,18 @@ private slots:
         QCOMPARE(WindowBench::rowsOf("kept.txt"), bench.log());
         QCOMPARE(bench.status(), "Log saved to: " + QDir().absoluteFilePath("kept.txt") + "|3000");
         bench.window->statusBar()->showMessage("as before");
-        QCOMPARE(saveAs("none/kept.txt"), "Save Log File\nWarning|Save Failed|"
-                                          "Could not save log file: No such file or directory");
+        const QString box = "Save Log File\nWarning|Save Failed|Could not save log file: ";
+        QCOMPARE(saveAs("none/kept.txt"), box + "No such file or directory");
+        bench.logView()->setPlainText(QString("x").repeated(40'000)); // more than a buffer holds
+        QVERIFY(QFile::link("/dev/full", "full.txt")); // which a fault would remove, not the device
+        QCOMPARE(saveAs("full.txt"), box + "No space left on device");
+        QVERIFY(QFile::remove("full.txt"));
+        for (const char* name : {"new.txt", "kept.txt"}) {
+            leaveRoomOnTheDisk(8192);
+            const QString boxes = saveAs(name);
+            leaveRoomOnTheDisk(RLIM_INFINITY);
+            QCOMPARE(boxes, box + "File too large");
+        }
         QStatusTipEvent hint{QString()}; // of the menu, for an entry without one
         QApplication::sendEvent(bench.window.get(), &hint);
         QCOMPARE(saveAs(""), "Save Log File");
