@@ -8,7 +8,7 @@
 #include "runner/portAdapter.h"
 #include "runner/reportTarget.h"
 #include "runner/runReport.h"
-#include "runner/statusText.h"
+#include "runner/statusPieces.h"
 
 #include <QJsonDocument>
 
@@ -137,8 +137,8 @@ void RunSession::record(const QDateTime& time, const QString& type, const QStrin
 void RunSession::updateStatus()
 {
     flushPings();
-    output.showStatus(statusText(engine.stats(), clock.elapsed(), options.config.durationSec,
-                                 engine.lastSecond()));
+    output.showStatus(statusPieces(engine.stats(), clock.elapsed(), options.config.durationSec,
+                                   engine.lastSecond()));
 }
 
 void RunSession::flushPings()

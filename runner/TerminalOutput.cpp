@@ -1,5 +1,7 @@
 #include "runner/TerminalOutput.h"
 
+#include "process/terminal.h"
+
 #include <QDateTime>
 
 #include <cerrno>
@@ -40,8 +42,8 @@ void writeAll(QByteArray bytes)
 } // namespace
 
 TerminalOutput::TerminalOutput(const QString& program, bool beQuiet)
-    : name(program), quiet(beQuiet), onTerminal(::isatty(STDERR_FILENO) != 0),
-      coloured(onTerminal && !qEnvironmentVariableIsSet("NO_COLOR"))
+    : name(program), quiet(beQuiet), drawing(takesEscapes(STDERR_FILENO)),
+      coloured(drawing && !qEnvironmentVariableIsSet("NO_COLOR"))
 {
 }
 
@@ -67,11 +69,11 @@ void TerminalOutput::complain(const QString& message)
     print(name + QStringLiteral(": ") + message);
 }
 
-void TerminalOutput::showStatus(const QString& text)
+void TerminalOutput::showStatus(const QStringList& pieces)
 {
-    if (quiet || !onTerminal || (text.isEmpty() && status.isEmpty()))
+    if (quiet || !drawing || (pieces.isEmpty() && status.isEmpty()))
         return;
-    status = text;
+    status = pieces;
     writeAll((QLatin1String(eraseLine) + drawnStatus()).toLocal8Bit());
 }
 
@@ -87,5 +89,12 @@ QString TerminalOutput::drawnStatus() const
     winsize size = {};
     const bool known = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
     // The last column stays free: a terminal may wrap as soon as that is filled.
-    return status.left((known ? size.ws_col : usualColumns) - 1);
+    const int room = (known ? size.ws_col : usualColumns) - 1;
+    QString line;
+    for (const QString& piece : status) {
+        if (line.size() + piece.size() > room)
+            break;
+        line += piece;
+    }
+    return line;
 }

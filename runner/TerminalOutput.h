@@ -1,12 +1,13 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 class QDateTime;
 
 /**
- * Standard error, for the people who watch: log lines, complaints, and on a terminal one status
- * line that stays below them. Colours only on a terminal, and not when NO_COLOR is set.
+ * Standard error, for the people who watch: log lines, complaints, and on a terminal that takes
+ * escapes one status line that stays below them. Colours only there, and not when NO_COLOR is set.
  */
 class TerminalOutput
 {
@@ -22,8 +23,11 @@ public:
     void log(const QDateTime& time, const QString& type, const QString& message);
     /** A line of the program itself, printed even when quiet. */
     void complain(const QString& message);
-    /** Puts `text` in place of the status line; empty: none. Cut where the terminal is narrower. */
-    void showStatus(const QString& text);
+    /**
+     * Puts the pieces, each with what separates it from the one before, in place of the status
+     * line; empty: none. From the first that the terminal has no room for on they are left out.
+     */
+    void showStatus(const QStringList& pieces);
 
 private:
     void print(const QString& line);
@@ -31,7 +35,7 @@ private:
 
     QString name;
     bool quiet;
-    bool onTerminal;
+    bool drawing; ///< the terminal takes escapes
     bool coloured;
-    QString status;
+    QStringList status; ///< its pieces
 };

@@ -1,4 +1,5 @@
 #include "process/SignalWatch.h"
+#include "process/terminal.h"
 #include "simulator/LedgerFile.h"
 #include "simulator/LineLink.h"
 #include "simulator/SimulatedModule.h"
@@ -58,7 +59,7 @@ int run(const ModuleOptions& options)
         return fail(QStringLiteral("cannot write to standard output"), RunFailed);
 
     std::unique_ptr<TerminalView> view;
-    if (::isatty(STDOUT_FILENO) != 0)
+    if (takesEscapes(STDOUT_FILENO))
         view = std::make_unique<TerminalView>(module);
     QCoreApplication::exec();
     view.reset();

@@ -297,12 +297,10 @@ void SurveySession::updateStatus()
     const Survey::Next next = *survey.next();
     const double left = survey.trialsLeft() * options.trialSeconds -
                         std::max(0, runMs - runTimer.remainingTime()) / 1000.0;
-    output.showStatus(QStringLiteral("%1 bytes (%2 of %3) | %4/s | about %5 left")
-                          .arg(next.sizeBytes)
-                          .arg(next.place)
-                          .arg(options.sizesBytes.size())
-                          .arg(next.packetsPerSecond)
-                          .arg(secondsText(std::max(left, 1.0))));
+    output.showStatus({QStringLiteral("%1 bytes").arg(next.sizeBytes),
+                       QStringLiteral(" (%1 of %2)").arg(next.place).arg(options.sizesBytes.size()),
+                       QStringLiteral(" | %1/s").arg(next.packetsPerSecond),
+                       QStringLiteral(" | about %1 left").arg(secondsText(std::max(left, 1.0)))});
 }
 
 void SurveySession::end(ExitStatus status, const QString& reason)

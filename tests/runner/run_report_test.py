@@ -289,25 +289,28 @@ class RunTest(unittest.TestCase):
                           if int(row["Number"]) < 10 or row["Number"].endswith("00")])
 
     def test_terminals(self):
-        def told(width, *faults):
+        def told(width, *faults, duration=1, **variables):
             master, slave = pty.openpty()
             termios.tcsetwinsize(slave, (24, width))
             with subprocess.Popen([MODULE, *faults], stdout=subprocess.PIPE, text=True) as module:
-                subprocess.run([RUNNER, "--port", module.stdout.readline().strip(), "--duration=2"], stderr=slave,
-                               check=False, timeout=60, env=os.environ | {"NO_COLOR": "1"} if width == 20 else None)
+                subprocess.run([RUNNER, "--port", module.stdout.readline().strip(), f"--duration={duration}"],
+                               stderr=slave, check=False, timeout=60, env=os.environ | variables)
                 module.terminate()
             os.close(slave)
             with open(master, "rb", buffering=0) as file:
                 return file.read(8000).decode()  # which is more than the terminal holds
-        wide = told(200, "--drop=.2")
+        wide = told(200, "--drop=.2", duration=2)
         for line in ("[INFO] Test started", "\033[32m[SUCCESS] Packet", "\033[33m[TIMEOUT] Packet"):
             colour, kind, text = re.fullmatch(r"(.*)\[(\w+)\](.*)", line).groups()
             end = re.escape("\033[0m" if colour else "") + "\r\n"
             self.assertRegex(wide, re.escape(colour) + rf"\[[\d:.]+\] {kind}:{text}[^\r\033]*{end}")
-        self.assertRegex(wide, r"\r\033\[K2 s of 2 s \| sent \d+, received \d+, lost \d+ \| [\d.]+/s \| p50 [\d.]+, "
+        self.assertRegex(wide, r"\r\033\[K2 s of 2 s \| sent \d+, received \d+, lost \d+ \| [\d.]+/s \| p50 [\d.]+ ms, "
                                r"p99 [\d.]+ ms\r")
-        self.assertNotIn("\033[3", narrow := told(20))
-        self.assertEqual({len(text) for text in re.findall("\033\\[K([12] s[^\r]*)\r", narrow)}, {19})
+        for width, shown in ((10, set()), (11, {"1 s of 1 s"}), (36, {"1 s of 1 s | sent n, received n"})):
+            self.assertNotIn("\033[3", narrow := told(width, NO_COLOR="1"))
+            lines = re.findall("\033\\[K(\\d s[^\r]*)\r", narrow)
+            self.assertEqual({re.sub(r"(sent|received) \d+", r"\1 n", line) for line in lines}, shown)
+        self.assertRegex(told(80, TERM="dumb"), r"\A[^\033]*Test stopped[^\033]*\Z")
 
     def test_documents(self):
         text = re.sub(r"\n {8,}", " ", subprocess.check_output([RUNNER, "--help"], text=True))

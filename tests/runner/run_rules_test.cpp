@@ -7,7 +7,7 @@
 #include "runner/portUsers.h"
 #include "runner/runReport.h"
 #include "runner/standardStreams.h"
-#include "runner/statusText.h"
+#include "runner/statusPieces.h"
 #include "simulator/RawLine.h"
 #include "tests/support/SystemHand.h"
 
@@ -145,12 +145,12 @@ private slots:
         const TestStats stats{120, 100, 20};
         const TimeSpan fast{0, 1, 0, 0, 0, 1234, 56789, {}}, slow{0, 1, 0, 0, 0, 9999, 10000, {}};
         const QString counts = " | sent 120, received 100, lost 20 | ";
-        QCOMPARE(statusText(stats, 0, 0, {}), "0 s" + counts + "0.0/s");
-        QCOMPARE(statusText(stats, 1600, 0, {}), "2 s" + counts + "75.0/s");
-        QCOMPARE(statusText(stats, 8000, 1, slow),
-                 "8 s of 1 s" + counts + "15.0/s | p50 10.00, p99 10 ms");
-        QCOMPARE(statusText(stats, 1, 0, fast),
-                 "0 s" + counts + "120000.0/s | p50 1.23, p99 57 ms");
+        QCOMPARE(statusPieces(stats, 0, 0, {}).join(""), "0 s" + counts + "0.0/s");
+        QCOMPARE(statusPieces(stats, 1600, 0, {}).join(""), "2 s" + counts + "75.0/s");
+        QCOMPARE(statusPieces(stats, 8000, 1, slow).join(""),
+                 "8 s of 1 s" + counts + "15.0/s | p50 10.00 ms, p99 10 ms");
+        QCOMPARE(statusPieces(stats, 1, 0, fast).join(""),
+                 "0 s" + counts + "120000.0/s | p50 1.23 ms, p99 57 ms");
     }
 
     void writesRowsAtOnce()
