@@ -93,6 +93,13 @@ qint64 FieldReader::count(const char* name)
     return static_cast<qint64>(number);
 }
 
+std::optional<qint64> FieldReader::countOrNull(const char* name)
+{
+    if (value(name).isNull())
+        return std::nullopt;
+    return count(name);
+}
+
 int FieldReader::integer(const char* name, int lowest, int highest)
 {
     const qint64 number = count(name);

@@ -32,6 +32,8 @@ public:
     int integer(const char* name, int lowest = 0, int highest = std::numeric_limits<int>::max());
     /** A whole number of at most 10^12. */
     qint64 count(const char* name);
+    /** The same; none for null. */
+    std::optional<qint64> countOrNull(const char* name);
     /** 0 or more. */
     double number(const char* name);
     /** The same; none for null. */

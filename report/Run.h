@@ -49,9 +49,10 @@ struct Latencies
     Figure minimum{}, mean{}, p50{}, p90{}, p99{}, p999{}, maximum{}, standardDeviation{};
 };
 
+/** Each none where 0 may only mean that the driver does not count. */
 struct LineErrors
 {
-    qint64 framing{}, parity{}, overrun{}, breaks{}, bufferOverrun{};
+    std::optional<qint64> framing{}, parity{}, overrun{}, breaks{}, bufferOverrun{};
 };
 
 struct ErrorReply
@@ -82,8 +83,8 @@ struct Run : TestPlace
     std::vector<LatencyBin> histogram; ///< shortest times first
     Figure sendLagP99Us, sendLagMaximumUs;
     std::vector<Interval> seconds;
-    std::optional<LineErrors> lineErrors; ///< none: the port does not count them
-    Figure lineSharePercent;              ///< of the direction to the module
+    LineErrors lineErrors;
+    Figure lineSharePercent; ///< of the direction to the module
     RunVerdict verdict = RunVerdict::Failed;
     QStringList reasons;
 

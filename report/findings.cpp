@@ -14,26 +14,39 @@ struct Rule
     double (*amount)(const Run&); ///< 0: there is nothing to say
 };
 
+bool isSilent(const Run& run)
+{
+    return run.sent > 0 && run.received == 0;
+}
+
 template <qint64 Run::*count> double counted(const Run& run)
 {
     return static_cast<double>(run.*count);
 }
 
-template <qint64 LineErrors::*count> double lineErrors(const Run& run)
+template <std::optional<qint64> LineErrors::*count> double lineErrors(const Run& run)
 {
-    return run.lineErrors ? static_cast<double>(*run.lineErrors.*count) : 0;
+    return static_cast<double>((run.lineErrors.*count).value_or(0));
 }
 
 bool hasLineErrors(const Run& run)
 {
-    return run.lineErrors && (run.lineErrors->framing > 0 || run.lineErrors->parity > 0 ||
-                              run.lineErrors->overrun > 0 || run.lineErrors->breaks > 0 ||
-                              run.lineErrors->bufferOverrun > 0);
+    const LineErrors& errors = run.lineErrors;
+    return errors.framing > 0 || errors.parity > 0 || errors.overrun > 0 || errors.breaks > 0 ||
+           errors.bufferOverrun > 0;
 }
 
-bool isSilent(const Run& run)
+/** Whether damage to received bytes would have been counted. */
+bool knowsLineErrors(const Run& run)
 {
-    return run.sent > 0 && run.received == 0;
+    return run.lineErrors.framing && run.lineErrors.overrun && run.lineErrors.breaks;
+}
+
+/** Pings lost on a port without a line error, if it `knows` of them or not. */
+template <bool knows> double lostWithoutLineErrors(const Run& run)
+{
+    const bool isMeant = knowsLineErrors(run) == knows && !hasLineErrors(run) && !isSilent(run);
+    return isMeant ? static_cast<double>(run.lost) : 0;
 }
 
 /** Milliseconds by which 1 in 100 pings left late, when that is much. */
@@ -99,13 +112,11 @@ constexpr Rule rules[]{
     {"Module", "Losses without line errors",
      "%1 pings were lost while this port counted no error: look at the module first, then at "
      "the wire towards it, whose errors only the module could see.",
-     [](const Run& run) {
-         return run.lineErrors && !hasLineErrors(run) && !isSilent(run) ? double(run.lost) : 0;
-     }},
+     lostWithoutLineErrors<true>},
     {"Line", "Losses, line errors unknown",
      "%1 pings were lost and this port counts no line errors, so line and module cannot be "
      "told apart: repeat the run on an adapter that counts them, or with another cable.",
-     [](const Run& run) { return !run.lineErrors && !isSilent(run) ? double(run.lost) : 0; }},
+     lostWithoutLineErrors<false>},
     {"Module", "Changed echoes",
      "%1 echoes had a correct checksum and other bytes than the ping: the module changed them, "
      "for what a line damages fails the checksum.",

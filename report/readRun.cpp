@@ -39,9 +39,9 @@ void readCounts(FieldReader& from, Run& run)
     run.outOfOrderEchoes = from.count("outOfOrderEchoes");
     run.lineSharePercent = from.object("estimatedTrafficToModule").figure("lineSharePercent");
     if (std::optional<FieldReader> errors = from.objectOrNull("lineErrors"))
-        run.lineErrors =
-            LineErrors{errors->count("framing"), errors->count("parity"), errors->count("overrun"),
-                       errors->count("break"), errors->count("bufferOverrun")};
+        run.lineErrors = {errors->countOrNull("framing"), errors->countOrNull("parity"),
+                          errors->countOrNull("overrun"), errors->countOrNull("break"),
+                          errors->countOrNull("bufferOverrun")};
 }
 
 void readUnexpected(FieldReader from, Run& run, QString& fault)

@@ -70,10 +70,11 @@ QString limitsText(const RunSettings& settings)
     return text;
 }
 
-QString errorCell(const Run& run, qint64 LineErrors::*count)
+QString errorCell(const Run& run, std::optional<qint64> LineErrors::*count)
 {
-    return run.lineErrors ? countText(*run.lineErrors.*count)
-                          : QStringLiteral("<abbr title=\"not counted by this port\">–</abbr>");
+    return run.lineErrors.*count
+               ? countText(*(run.lineErrors.*count))
+               : QStringLiteral("<abbr title=\"not counted by this port\">–</abbr>");
 }
 
 Rows countRows()
@@ -81,7 +82,7 @@ Rows countRows()
     const auto counted = [](qint64 Run::*count) {
         return [count](const Run& run) { return countText(run.*count); };
     };
-    const auto errors = [](qint64 LineErrors::*count) {
+    const auto errors = [](std::optional<qint64> LineErrors::*count) {
         return [count](const Run& run) { return errorCell(run, count); };
     };
     return {{"Pings sent", counted(&Run::sent)},

@@ -2,10 +2,21 @@
 
 #include <QJsonObject>
 
+#include <algorithm>
+
 #include <fcntl.h>
 #include <linux/serial.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
+
+namespace {
+
+QJsonValue knownCount(quint32 count, bool isCounted)
+{
+    return count > 0 || isCounted ? QJsonValue(qint64{count}) : QJsonValue();
+}
+
+} // namespace
 
 LineErrorCounts countedBetween(const LineErrorCounts& start, const LineErrorCounts& end)
 {
@@ -16,9 +27,9 @@ LineErrorCounts countedBetween(const LineErrorCounts& start, const LineErrorCoun
             .bufferOverrun = end.bufferOverrun - start.bufferOverrun};
 }
 
-LineErrors::LineErrors(const QString& path)
-    : descriptor(
-          ::open(path.toLocal8Bit().constData(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)),
+LineErrors::LineErrors(const QString& path, CountedErrors countedKinds)
+    : counted(countedKinds), descriptor(::open(path.toLocal8Bit().constData(),
+                                               O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)),
       start(read())
 {
 }
@@ -46,10 +57,14 @@ QJsonValue LineErrors::sinceStart() const
     const std::optional<LineErrorCounts> now = read();
     if (!start || !now)
         return {};
-    const LineErrorCounts counted = countedBetween(*start, *now);
-    return QJsonObject{{"framing", qint64{counted.framing}},
-                       {"parity", qint64{counted.parity}},
-                       {"overrun", qint64{counted.overrun}},
-                       {"break", qint64{counted.lineBreak}},
-                       {"bufferOverrun", qint64{counted.bufferOverrun}}};
+    const LineErrorCounts counts = countedBetween(*start, *now);
+    const QJsonObject known{
+        {"framing", knownCount(counts.framing, counted.framing)},
+        {"parity", knownCount(counts.parity, counted.parity)},
+        {"overrun", knownCount(counts.overrun, counted.overrun)},
+        {"break", knownCount(counts.lineBreak, counted.lineBreak)},
+        {"bufferOverrun", knownCount(counts.bufferOverrun, counted.bufferOverrun)}};
+    const bool isUnknown = std::all_of(known.begin(), known.end(),
+                                       [](const QJsonValue& count) { return count.isNull(); });
+    return isUnknown ? QJsonValue() : known;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "runner/countedErrors.h"
+
 #include <QJsonValue>
 #include <QString>
 
@@ -27,22 +29,27 @@ LineErrorCounts countedBetween(const LineErrorCounts& start, const LineErrorCoun
 class LineErrors
 {
 public:
-    /** Begins to count on the device `path`, which should be open already: opening raises DTR. */
-    explicit LineErrors(const QString& path);
+    /**
+     * Begins to count on the device `path`, which should be open already: opening raises DTR.
+     * `countedKinds`: what its driver counts.
+     */
+    LineErrors(const QString& path, CountedErrors countedKinds);
     ~LineErrors();
     LineErrors(const LineErrors&) = delete;
     LineErrors& operator=(const LineErrors&) = delete;
 
     /**
      * Faults since construction: an object with `framing`, `parity`, `overrun`, `break` and
-     * `bufferOverrun`. Null where the driver does not count, as for a pseudo-terminal, and when the
-     * device could not be opened or has gone.
+     * `bufferOverrun`. A count of 0 of a kind that the driver does not always count is null. Null
+     * as a whole when all are, when the driver has no counters, as for a pseudo-terminal, and when
+     * the device could not be opened or has gone.
      */
     QJsonValue sinceStart() const;
 
 private:
     std::optional<LineErrorCounts> read() const;
 
+    CountedErrors counted;
     int descriptor;
     std::optional<LineErrorCounts> start;
 };

@@ -92,8 +92,9 @@ void RunSession::beginRun()
     if (!warning.isEmpty())
         output.complain(QStringLiteral("the line cannot carry this: ") + warning);
     outcome.host = hostFacts();
-    outcome.adapter = toJson(portAdapter(options.port));
-    lineErrors.emplace(options.port);
+    const std::optional<PortAdapter> adapter = portAdapter(options.port);
+    outcome.adapter = toJson(adapter);
+    lineErrors.emplace(options.port, countedErrors(adapter ? adapter->driver : QString()));
     running = true;
     engine.startRun(options.config);
     if (endRequested)

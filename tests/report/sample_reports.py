@@ -127,7 +127,7 @@ def explained():
              "silent": {"packetsReceived": 0, "packetsSent": 7, "packetsLost": 7, "lossBursts.longest": 99},
              "unplugged": lost | {"verdict": "lineLost", "timing": "window"}, "unknown": lost | {"lineErrors": None},
              "refused": {"unexpected.errorReplies": 2 * [{"code": 255, "text": "", "count": 3}]}}
-    cases |= {name: lost | {f"lineErrors.{name}": 1}
+    cases |= {f"{prefix}{name}": lost | {f"lineErrors.{name}": count} for prefix, count in (("", 1), ("no-", None))
               for name in ("framing", "parity", "break", "overrun", "bufferOverrun")}
     return {name: changed(report(2, seconds=2), changes) for name, changes in cases.items()}
 

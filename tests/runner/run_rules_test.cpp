@@ -11,6 +11,7 @@
 #include "simulator/RawLine.h"
 #include "tests/support/SystemHand.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -54,7 +55,7 @@ private slots:
                  (LineErrorCounts{2, 0, 1, 0, 3})); // the last one ran over
         const RawLine line;                         // a pseudo-terminal counts nothing
         for (const QString& path : {line.path(), QString("/nowhere")})
-            QVERIFY(LineErrors(path).sinceStart().isNull());
+            QVERIFY(LineErrors(path, countedErrors("serial")).sinceStart().isNull());
         SystemHand hand;
         hand.ioctl = [looks = 0](int, unsigned long request, void* counters) mutable {
             const int n = looks++;
@@ -63,9 +64,19 @@ private slots:
             told.brk = 4 * n, told.buf_overrun = 5 * n;
             return request == TIOCGICOUNT ? 0 : failure(ENOTTY);
         };
-        const QJsonObject counted = LineErrors("/dev/null").sinceStart().toObject();
-        QCOMPARE(QJsonDocument(counted).toJson(QJsonDocument::Compact),
-                 R"({"break":4,"bufferOverrun":5,"framing":1,"overrun":2,"parity":3})");
+        const auto counted = [](const char* driver) {
+            const QJsonValue errors = LineErrors("/dev/null", countedErrors(driver)).sinceStart();
+            return QJsonDocument(QJsonArray{errors}).toJson(QJsonDocument::Compact);
+        };
+        QCOMPARE(counted("none"),
+                 R"([{"break":4,"bufferOverrun":5,"framing":1,"overrun":2,"parity":3}])");
+        hand.ioctl = [](auto...) { return 0; }; // there is nothing to count
+        QCOMPARE(counted("serial"),
+                 R"([{"break":0,"bufferOverrun":0,"framing":0,"overrun":0,"parity":0}])");
+        QCOMPARE(counted("ftdi_sio"),
+                 R"([{"break":0,"bufferOverrun":null,"framing":0,"overrun":0,"parity":0}])");
+        for (const char* unknown : {"", "cp210x", "cdc_acm", "serial_"})
+            QCOMPARE(counted(unknown), "[null]");
     }
 
     void judges()
