@@ -31,6 +31,9 @@ void BraskTestWorker::attachTiming()
         pollForPackets();
         return serialPort->bytesTaken() != before;
     };
+    const auto leaveOut = [this](const PingObserver::LeftOut& pings) {
+        observer->pingsLeftOut(pings, timing->nowNs());
+    };
     timing->attach(this, {.send = [this] { sendNextPacket(); },
                           .sweep = [this] { checkTimeouts(); },
                           .look = look,
@@ -41,7 +44,9 @@ void BraskTestWorker::attachTiming()
                                                   QStringLiteral("Test duration reached"));
                                   stopTest();
                               },
-                          .showDisplay = [this] { updateLCDDisplay(); }});
+                          .showDisplay = [this] { updateLCDDisplay(); },
+                          .leaveOut = leaveOut,
+                          .roomWaitNs = [this] { return serialPort->roomWaitNs(); }});
 }
 
 BraskTestWorker::~BraskTestWorker()

@@ -102,12 +102,14 @@ private:
     void updateSuccessRate();
     static bool isReported(quint64 sequenceId);
 
+    void giveUpAfterTimeout(quint64 id, qint64 atNs);
     void waitForFinalReplies();
     void giveUpPending();
 
     Awaited awaits(std::span<const uint8_t> bytes) const;
     void handlePacket(const vnPacket& packet);
     void matchEcho(const vnPacket& packet);
+    bool isLate(const PendingPacket& ping) const;
     void takeEcho(const vnPacket& packet, const PendingPacket& ping);
     void reportUnmatched(quint64 id);
 

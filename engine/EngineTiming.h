@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/PingObserver.h"
 #include "engine/TestConfig.h"
 #include "link/SteadyClock.h"
 
@@ -26,6 +27,9 @@ public:
         std::function<void()> publish;     ///< publishes the statistics
         std::function<void()> endInTime;   ///< the run has lasted for its duration
         std::function<void()> showDisplay; ///< renews the module's screen
+        /** Tells of pings that came due and will never leave; does not end the run. */
+        std::function<void(const PingObserver::LeftOut& pings)> leaveOut;
+        std::function<qint64()> roomWaitNs; ///< as of vnSerialComs
     };
 
     /** Once, by the engine; what is made from then on is a child of `engine`. */
@@ -33,10 +37,15 @@ public:
 
     /** Whether the line is read as vnPacketComs::spareLine() has it, which wants a look again. */
     virtual bool sparesLine() const = 0;
+    /**
+     * Whether an echo is late when its round trip is longer than the time-out. If not, it is late
+     * once a sweep has given its ping up.
+     */
+    virtual bool limitsRoundTrips() const = 0;
 
     /** Begins all that recurs in a run over the line `descriptor`. No deed is done inside. */
     virtual void beginRun(const TestConfig& config, int descriptor) = 0;
-    /** Ends all of it; what beginRun() made does nothing more. */
+    /** Ends all of it; what beginRun() made does nothing more. Pings may be left out inside. */
     virtual void endRun() = 0;
     /** No more pings, until resumeSending(); in a run. */
     virtual void pauseSending() = 0;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include <poll.h>
 #include <sys/timerfd.h>
@@ -41,11 +42,12 @@ void ExactTiming::beginRun(const TestConfig& config, int descriptor)
     line = descriptor;
     running = true;
     sending = true;
+    takeRoomWaitNs();
     const qint64 startNs = nowNs();
     endNs = config.durationSec > 0 ? startNs + config.durationSec * secondNs : -1;
     schedule.begin(startNs, config.packetsPerSecond, endNs);
     timeoutTimer = makeTimer(sweepMs, [this] {
-        deed.look(); // what waits on the line is not late because this thread was
+        deed.look(); // an echo in time may wait on the line
         deed.sweep();
     });
     statsTimer = makeTimer(publishMs, deed.publish);
@@ -57,7 +59,7 @@ void ExactTiming::beginRun(const TestConfig& config, int descriptor)
 void ExactTiming::endRun()
 {
     running = false;
-    sending = false;
+    stopSending();
     endTimer(timeoutTimer);
     endTimer(statsTimer);
     endNotifier(alarmNotifier);
@@ -83,12 +85,13 @@ void ExactTiming::endNotifier(QSocketNotifier*& notifier)
 
 void ExactTiming::pauseSending()
 {
-    sending = false;
+    stopSending();
 }
 
 void ExactTiming::resumeSending()
 {
     sending = true;
+    takeRoomWaitNs();
     schedule.restart(nowNs());
     setAlarm();
 }
@@ -122,23 +125,53 @@ void ExactTiming::takeAlarm()
     sendMissed();
     if (!running)
         return;
-    if (endNs >= 0 && nowNs() >= endNs)
+    if (endNs >= 0 && nowNs() >= endNs) {
+        if (sending)
+            leaveOut(schedule.countDue(endNs), takeRoomWaitNs());
         deed.endInTime();
-    else if (nowNs() >= alarmUntilNs)
+    } else if (nowNs() >= alarmUntilNs) {
         setAlarm();
+    }
 }
 
 void ExactTiming::sendMissed()
 {
     const qint64 due = sending ? schedule.countDue(nowNs()) : 0;
     const qint64 burst = std::min(due, schedule.burstLimit());
+    roundWaitNs = takeRoomWaitNs();
     for (qint64 i = 0; i < burst; ++i) {
         deed.send();
         if (!sending)
             return;
         schedule.take();
     }
-    schedule.skip(due - burst);
+    leaveOut(due - burst, std::exchange(roundWaitNs, 0));
+}
+
+/** More than a burst of what is due by now would have been left out. */
+void ExactTiming::stopSending()
+{
+    if (sending)
+        leaveOut(schedule.countDue(nowNs()) - schedule.burstLimit(),
+                 roundWaitNs + takeRoomWaitNs());
+    sending = false;
+}
+
+/** For how long pings have waited for room on the line since it was last asked for. */
+qint64 ExactTiming::takeRoomWaitNs()
+{
+    const qint64 waitNs = deed.roomWaitNs();
+    return waitNs - std::exchange(knownWaitNs, waitNs);
+}
+
+/** Blames the line for as many as came due while earlier pings waited for room, for `waitNs`. */
+void ExactTiming::leaveOut(qint64 pings, qint64 waitNs)
+{
+    if (pings <= 0)
+        return;
+    schedule.skip(pings);
+    const qint64 byLine = std::min(pings, schedule.countWithin(waitNs));
+    deed.leaveOut({.byComputer = pings - byLine, .byLine = byLine});
 }
 
 void ExactTiming::setAlarm()

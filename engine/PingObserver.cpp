@@ -6,6 +6,8 @@ void PingObserver::pingSent(const Sent& /*ping*/) {}
 
 void PingObserver::sendFailed(quint64 /*id*/, int /*sizeBytes*/, qint64 /*atNs*/) {}
 
+void PingObserver::pingsLeftOut(const LeftOut& /*pings*/, qint64 /*atNs*/) {}
+
 void PingObserver::echoMatched(const Echo& /*echo*/) {}
 
 void PingObserver::echoChanged(const Echo& /*echo*/) {}

@@ -49,19 +49,31 @@ public:
         Packet, ///< neither reply nor report, or the reply to a request that was not made
     };
 
+    /** Pings that came due by the schedule and will never leave; no id is theirs. */
+    struct LeftOut
+    {
+        qint64 byComputer; ///< it was busy for too long
+        qint64 byLine;     ///< pings before them waited for room on the line
+    };
+
+    /** As a code: the error reply had no data. */
+    static constexpr int noCode = -1;
+
     /** A run begins; what a line still held of earlier times is told of after this. */
     virtual void runBegan(qint64 atNs);
     virtual void pingSent(const Sent& ping);
     virtual void sendFailed(quint64 id, int sizeBytes, qint64 atNs);
+    /** Any number of times until sendingEnded(), each for other pings. */
+    virtual void pingsLeftOut(const LeftOut& pings, qint64 atNs);
     /** The echo is the ping's payload, byte for byte. */
     virtual void echoMatched(const Echo& echo);
     /** It differs in length or in a byte; the ping is lost. */
     virtual void echoChanged(const Echo& echo);
-    /** No echo: for longer than the time-out, or, with `atEnd`, by the end of the final wait. */
+    /** No echo within the time-out; or, with `atEnd`, none by the end of the final wait. */
     virtual void pingGivenUp(quint64 id, qint64 atNs, bool atEnd);
     /** `id` is 0 where `what` is no echo with a number. */
     virtual void otherArrived(Other what, quint64 id, qint64 atNs);
-    /** An error reply with this code, 0 when it carried none. */
+    /** An error reply with this code, 0 to 255; noCode when it carried none. */
     virtual void errorReplied(int code, qint64 atNs);
     /** No more pings are sent; the final wait for echoes begins. */
     virtual void sendingEnded(qint64 atNs);

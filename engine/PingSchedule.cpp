@@ -27,11 +27,16 @@ qint64 PingSchedule::countDue(qint64 nowNs) const
     const qint64 elapsedNs = untilNs - baseNs;
     if (elapsedNs < 0)
         return 0;
-    qint64 due = elapsedNs / secondNs * rate + elapsedNs % secondNs * rate / secondNs;
+    qint64 due = countWithin(elapsedNs);
     // A due moment is rounded down to a whole nanosecond, so one more may have come.
     if (dueAfter(due + 1) <= untilNs)
         ++due;
     return due - taken;
+}
+
+qint64 PingSchedule::countWithin(qint64 spanNs) const
+{
+    return spanNs / secondNs * rate + spanNs % secondNs * rate / secondNs;
 }
 
 qint64 PingSchedule::intervalNs() const

@@ -25,6 +25,8 @@ public:
     qint64 intervalNs() const;
     /** Pings due by `nowNs` and not taken. */
     qint64 countDue(qint64 nowNs) const;
+    /** Pings that come due in `spanNs` of time; rounded down. */
+    qint64 countWithin(qint64 spanNs) const;
     /** Most of those to be sent at once: 20 ms' worth, at least one. */
     qint64 burstLimit() const;
     /** The next ping has left. */

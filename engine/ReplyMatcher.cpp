@@ -56,11 +56,11 @@ void BraskTestWorker::handlePacket(const vnPacket& packet)
     if (command == echoReply) {
         matchEcho(packet);
     } else if (command >= firstErrorReply) {
-        const int errorCode = packet.dataLength > 0 ? packet.data[0] : 0;
+        const int errorCode = packet.dataLength > 0 ? packet.data[0] : PingObserver::noCode;
         observer->errorReplied(errorCode, packetComs->lastPacketReadNs());
         emit logMessage(QStringLiteral("ERROR"),
                         QStringLiteral("Device error response: 0x%1, error code: %2")
-                            .arg(hexByte(command), QString::number(errorCode)));
+                            .arg(hexByte(command), QString::number(std::max(errorCode, 0))));
     } else if (command >= firstReport) {
         observer->otherArrived(PingObserver::Other::Report, 0, packetComs->lastPacketReadNs());
         emit logMessage(QStringLiteral("INFO"),
@@ -87,8 +87,19 @@ void BraskTestWorker::matchEcho(const vnPacket& packet)
         reportUnmatched(id);
         return;
     }
+    if (isLate(*ping)) {
+        giveUpAfterTimeout(id, packetComs->lastPacketReadNs());
+        reportUnmatched(id);
+        return;
+    }
     takeEcho(packet, *ping);
     pendingPackets.remove(id);
+}
+
+bool BraskTestWorker::isLate(const PendingPacket& ping) const
+{
+    const qint64 roundTripNs = packetComs->lastPacketReadNs() - ping.startNs;
+    return timing->limitsRoundTrips() && roundTripNs > config.timeoutMs * qint64{1'000'000};
 }
 
 void BraskTestWorker::reportUnmatched(quint64 id)

@@ -19,19 +19,23 @@ void BraskTestWorker::checkTimeouts()
         if (now - ping->sendTime > config.timeoutMs)
             expired.append(ping.key());
     }
-    for (const quint64 id : std::as_const(expired)) {
-        ++stats.packetsLost;
-        observer->pingGivenUp(id, timing->nowNs(), false);
-        if (isReported(id))
-            emit logMessage(
-                QStringLiteral("TIMEOUT"),
-                QStringLiteral("Packet %1 timeout after %2ms").arg(id).arg(config.timeoutMs));
-        pendingPackets.remove(id);
-    }
+    for (const quint64 id : std::as_const(expired))
+        giveUpAfterTimeout(id, timing->nowNs());
     updateSuccessRate();
 
     if (timing->isSendingPaused() && pendingPackets.size() <= resumeLimit) {
         emit logMessage(QStringLiteral("INFO"), QStringLiteral("Resuming packet sending"));
         timing->resumeSending();
     }
+}
+
+void BraskTestWorker::giveUpAfterTimeout(quint64 id, qint64 atNs)
+{
+    ++stats.packetsLost;
+    observer->pingGivenUp(id, atNs, false);
+    if (isReported(id))
+        emit logMessage(
+            QStringLiteral("TIMEOUT"),
+            QStringLiteral("Packet %1 timeout after %2ms").arg(id).arg(config.timeoutMs));
+    pendingPackets.remove(id);
 }

@@ -178,8 +178,10 @@ bool vnSerialComs::writeData(const uint8_t* bytes, uint32_t length)
         error = OpenFailed;
         return false;
     }
+    const qint64 askedNs = clock->nowNs();
     const bool writable = waitUntilWritable();
     writeNs = clock->nowNs();
+    waitedNs += writeNs - askedNs;
     const bool complete = writable && ::write(fd, bytes, length) == ssize_t{length};
     error = complete ? NoError : WriteFailed;
     return complete;

@@ -84,6 +84,8 @@ public:
     qint64 nowNs() const { return clock->nowNs(); }
     /** When the last write began, after its wait for room; 0 before the first. Writer's thread. */
     qint64 lastWriteNs() const { return writeNs; }
+    /** For how long all writes so far have waited for room, in sum. Writer's thread. */
+    qint64 roomWaitNs() const { return waitedNs; }
     /** When the last read that brought bytes had returned; 0 before it. Reader's thread. */
     qint64 lastReadNs() const { return readNs; }
     /** Bytes read since construction. Reader's thread. */
@@ -123,7 +125,9 @@ private:
 
     SteadyClock systemClock;
     const SteadyClock* clock = &systemClock; ///< not owned
-    qint64 writeNs = 0; ///< guarded by writeLock, like what follows by readLock
-    qint64 readNs = 0;
+
+    qint64 writeNs = 0;  ///< guarded by writeLock
+    qint64 waitedNs = 0; ///< likewise
+    qint64 readNs = 0;   ///< guarded by readLock, like what follows
     quint64 taken = 0;
 };

@@ -30,6 +30,12 @@ struct RunFigures
         double p99 = 0;
         double maximum = 0;
     };
+    /** Pings that the schedule wanted and that never left; they are in no other count. */
+    struct LeftOut
+    {
+        quint64 byComputer = 0; ///< it was busy for too long
+        quint64 byLine = 0;     ///< it had no room
+    };
     /** The causes together are all lost pings. */
     struct LossCauses
     {
@@ -52,7 +58,7 @@ struct RunFigures
         quint64 shortEchoes = 0;
         quint64 reports = 0;
         quint64 otherPackets = 0;
-        std::map<int, quint64> errorReplies{}; ///< how many, by code
+        std::map<int, quint64> errorReplies{}; ///< how many, by code or PingObserver::noCode
     };
 
     quint64 sent = 0;
@@ -65,6 +71,7 @@ struct RunFigures
     std::vector<TimeSpan> spans{};
     LossCauses lossCauses{};
     quint64 sendFailures = 0;
+    LeftOut leftOut{}; ///< zeros too where pings leave by no schedule
     Bursts lossBursts{};
     Unexpected unexpected{};
     quint64 outOfOrderEchoes = 0; ///< with a lower id than a matched echo before them

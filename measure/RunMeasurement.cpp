@@ -63,6 +63,14 @@ void RunMeasurement::sendFailed(quint64 id, int sizeBytes, qint64 atNs)
     endPing(id, PingFate::NotSent, -1);
 }
 
+void RunMeasurement::pingsLeftOut(const LeftOut& pings, qint64 atNs)
+{
+    const std::lock_guard lock(mutex);
+    counts.leftOut.byComputer += static_cast<quint64>(pings.byComputer);
+    counts.leftOut.byLine += static_cast<quint64>(pings.byLine);
+    timeSpans.advanceTo(sinceStart(atNs));
+}
+
 void RunMeasurement::echoMatched(const Echo& echo)
 {
     {

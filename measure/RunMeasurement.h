@@ -36,6 +36,7 @@ public:
     void runBegan(qint64 atNs) override;
     void pingSent(const Sent& ping) override;
     void sendFailed(quint64 id, int sizeBytes, qint64 atNs) override;
+    void pingsLeftOut(const LeftOut& pings, qint64 atNs) override;
     void echoMatched(const Echo& echo) override;
     void echoChanged(const Echo& echo) override;
     void pingGivenUp(quint64 id, qint64 atNs, bool atEnd) override;

@@ -1,5 +1,6 @@
 #include "measure/figuresJson.h"
 
+#include "engine/PingObserver.h"
 #include "link/vnPacketComs.h"
 
 #include <QJsonArray>
@@ -75,12 +76,14 @@ QJsonArray seconds(const RunFigures& figures)
 QJsonObject unexpected(const RunFigures::Unexpected& arrived)
 {
     QJsonArray errorReplies;
-    for (const auto& [code, replies] : arrived.errorReplies)
+    for (const auto& [code, replies] : arrived.errorReplies) {
+        const bool hasCode = code != PingObserver::noCode;
         errorReplies.append(QJsonObject{
-            {"code", code},
-            {"text", vnPacketComs::errorText(static_cast<uint32_t>(code))},
+            {"code", hasCode ? QJsonValue(code) : QJsonValue()},
+            {"text", hasCode ? vnPacketComs::errorText(static_cast<uint32_t>(code)) : "no code"},
             {"count", count(replies)},
         });
+    }
     return {
         {"lateEchoes", count(arrived.lateEchoes)},
         {"repeatedEchoes", count(arrived.repeatedEchoes)},

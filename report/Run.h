@@ -7,7 +7,7 @@
 
 #include <vector>
 
-enum class RunVerdict { Passed, Failed, LineLost, OutputFailed };
+enum class RunVerdict { Passed, Failed, LineLost, OutputFailed, Disturbed };
 
 /** Round trips that took from `lowerUs` to less than `upperUs`. */
 struct LatencyBin
@@ -40,8 +40,9 @@ struct RunSettings
     int durationSeconds{}; ///< 0: until a signal
     bool moduleScreen{};
     double maxLossPercent{};
-    Figure maxLatencyMs{}; ///< none: no limit
-    Figure maxP99Ms{};     ///< none: no limit
+    Figure maxLeftOutPercent{}; ///< none: not judged
+    Figure maxLatencyMs{};      ///< none: no limit
+    Figure maxP99Ms{};          ///< none: no limit
 };
 
 struct Latencies
@@ -55,9 +56,16 @@ struct LineErrors
     std::optional<qint64> framing{}, parity{}, overrun{}, breaks{}, bufferOverrun{};
 };
 
+/** Pings that the schedule wanted and that never left. */
+struct LeftOut
+{
+    qint64 byComputer{}; ///< it was busy
+    qint64 byLine{};     ///< it was full
+};
+
 struct ErrorReply
 {
-    int code{};
+    std::optional<int> code; ///< none: the reply carried none
     QString text;
     qint64 count{};
 };
@@ -74,6 +82,7 @@ struct Run : TestPlace
     double sendingSeconds{};
     Figure achievedPacketsPerSecond;
     qint64 sent{}, received{}, lost{}, sendFailures{};
+    std::optional<LeftOut> leftOut; ///< none: not counted
     qint64 noEchoInTime{}, noEchoAtEnd{}, changedEcho{};
     qint64 lossBursts{}, longestLossBurst{}, outOfOrderEchoes{};
     qint64 lateEchoes{}, repeatedEchoes{}, unknownEchoes{}, shortEchoes{};

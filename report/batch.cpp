@@ -16,10 +16,12 @@ auto badness(const Run& run)
     const auto rank = [&run] {
         switch (run.verdict) {
         case RunVerdict::LineLost:
-            return 3;
+            return 4;
         case RunVerdict::Failed:
-            return 2;
+            return 3;
         case RunVerdict::OutputFailed:
+            return 2;
+        case RunVerdict::Disturbed:
             return 1;
         case RunVerdict::Passed:
             break;
@@ -68,6 +70,12 @@ Figure worse(const Figure& one, const Figure& other)
 }
 
 } // namespace
+
+qint64 countOf(const std::vector<Run>& runs, RunVerdict verdict)
+{
+    return std::count_if(runs.begin(), runs.end(),
+                         [verdict](const Run& run) { return run.verdict == verdict; });
+}
 
 void sortWorstFirst(std::vector<Run>& runs)
 {

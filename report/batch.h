@@ -13,6 +13,9 @@ struct Group
     Figure worstP99Us{};
 };
 
+/** How many of them ended so. */
+qint64 countOf(const std::vector<Run>& runs, RunVerdict verdict);
+
 /** Worst first: by verdict, then loss, then p99; runs alike stay in their order. */
 void sortWorstFirst(std::vector<Run>& runs);
 

@@ -58,6 +58,8 @@ QString verdictText(RunVerdict verdict)
         return QStringLiteral("Line lost");
     case RunVerdict::OutputFailed:
         return QStringLiteral("Output failed");
+    case RunVerdict::Disturbed:
+        return QStringLiteral("Disturbed");
     case RunVerdict::Failed:
         break;
     }

@@ -12,7 +12,7 @@ QString latencyText(const Figure& us);
 QString percentText(const Figure& percent);
 /** At most `decimals` of them, no zeros at the end. */
 QString numberText(double value, int decimals);
-/** "Passed", "Failed", "Line lost" or "Output failed". */
+/** "Passed", "Failed", "Line lost", "Output failed" or "Disturbed". */
 QString verdictText(RunVerdict verdict);
 /** Local time of the place where the run was made. */
 QString timeText(const QDateTime& time);

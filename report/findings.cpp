@@ -16,7 +16,7 @@ struct Rule
 
 bool isSilent(const Run& run)
 {
-    return run.sent > 0 && run.received == 0;
+    return run.sent > 0 && run.received == 0 && run.lateEchoes == 0;
 }
 
 template <qint64 Run::*count> double counted(const Run& run)
@@ -135,6 +135,10 @@ constexpr Rule rules[]{
      [](const Run& run) {
          return run.longestLossBurst >= 5 && !isSilent(run) ? double(run.longestLossBurst) : 0;
      }},
+    {"This computer", "Pings left out",
+     "%1 pings never left because this computer was busy: cable and module are not to blame, "
+     "repeat the run on a computer with less to do.",
+     [](const Run& run) { return run.leftOut ? double(run.leftOut->byComputer) : 0; }},
     {"This computer", "Pings sent late",
      "1 ping in 100 left more than %1 ms after its time: this computer could not keep up, so "
      "the true rate was uneven.",

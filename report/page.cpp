@@ -151,8 +151,8 @@ QString runTable(const std::vector<Run>& runs, const QStringList& labels)
 
 QString batchPage(const std::vector<Run>& runs, const QStringList& labels, const QString& by)
 {
-    const auto passed = std::count_if(
-        runs.begin(), runs.end(), [](const Run& run) { return run.verdict == RunVerdict::Passed; });
+    const qint64 passed = countOf(runs, RunVerdict::Passed);
+    const qint64 disturbed = countOf(runs, RunVerdict::Disturbed);
     const auto all = static_cast<qint64>(runs.size());
     const auto tile = [](const char* kind, const char* name, qint64 count) {
         return QStringLiteral("<div class=\"%1\"><dt>%2</dt><dd>%3</dd></div>")
@@ -167,8 +167,10 @@ QString batchPage(const std::vector<Run>& runs, const QStringList& labels, const
     return pageHeading(QStringLiteral("%1 test runs").arg(countText(all)),
                        QStringLiteral("Worst first")) +
            QStringLiteral("<dl class=\"tiles\">") + tile("good", "Passed", passed) +
-           tile("bad", "Not passed", all - passed) + tile("", "Runs", all) +
-           QStringLiteral("</dl>\n") + (by.isEmpty() ? QString() : groupTable(runs, by)) +
+           tile("bad", "Not passed", all - passed) +
+           (disturbed > 0 ? tile("warn", "Disturbed, of those", disturbed) : QString()) +
+           tile("", "Runs", all) + QStringLiteral("</dl>\n") +
+           (by.isEmpty() ? QString() : groupTable(runs, by)) +
            QStringLiteral("<section><h2>All runs, in the order of their start</h2><div "
                           "class=\"charts\">") +
            chart("batchP99", "p99 of each run",

@@ -17,6 +17,8 @@ void readSettings(FieldReader from, RunSettings& settings)
     settings.durationSeconds = from.integer("durationSeconds");
     settings.moduleScreen = from.flag("moduleScreen");
     settings.maxLossPercent = from.number("maxLossPercent");
+    if (from.all().contains(QStringLiteral("maxLeftOutPercent"))) // older reports have none
+        settings.maxLeftOutPercent = from.figure("maxLeftOutPercent");
     settings.maxLatencyMs = from.figure("maxLatencyMs");
     settings.maxP99Ms = from.figure("maxP99Ms");
 }
@@ -29,6 +31,9 @@ void readCounts(FieldReader& from, Run& run)
     run.received = from.count("packetsReceived");
     run.lost = from.count("packetsLost");
     run.sendFailures = from.count("sendFailures");
+    if (from.all().contains(QStringLiteral("packetsLeftOut"))) // older reports have none
+        if (std::optional<FieldReader> leftOut = from.objectOrNull("packetsLeftOut"))
+            run.leftOut = LeftOut{leftOut->count("byComputer"), leftOut->count("byLine")};
     FieldReader causes = from.object("lossCauses");
     run.noEchoInTime = causes.count("noEchoInTime");
     run.noEchoAtEnd = causes.count("noEchoAtEnd");
@@ -54,8 +59,10 @@ void readUnexpected(FieldReader from, Run& run, QString& fault)
     run.otherPackets = from.count("otherPackets");
     for (const QJsonValue& value : from.array("errorReplies")) {
         FieldReader reply(value.toObject(), QStringLiteral("errorReplies: "), fault);
-        run.errorReplies.push_back(
-            {reply.integer("code", 0, 255), reply.text("text"), reply.count("count")});
+        std::optional<int> code;
+        if (!reply.all().value(QStringLiteral("code")).isNull())
+            code = reply.integer("code", 0, 255);
+        run.errorReplies.push_back({code, reply.text("text"), reply.count("count")});
     }
 }
 
@@ -93,7 +100,8 @@ void readSeconds(FieldReader& from, Run& run, QString& fault)
 void readVerdict(FieldReader& from, Run& run)
 {
     static const QStringList words{QStringLiteral("passed"), QStringLiteral("failed"),
-                                   QStringLiteral("lineLost"), QStringLiteral("outputFailed")};
+                                   QStringLiteral("lineLost"), QStringLiteral("outputFailed"),
+                                   QStringLiteral("disturbed")};
     const qsizetype index = words.indexOf(from.text("verdict"));
     if (index < 0)
         from.refuse("verdict", "a known word");

@@ -62,6 +62,9 @@ QString settingsText(const RunSettings& settings)
 QString limitsText(const RunSettings& settings)
 {
     QString text = QStringLiteral("loss at most %1 %").arg(numberText(settings.maxLossPercent, 4));
+    if (settings.maxLeftOutPercent)
+        text += QStringLiteral("; left out by this computer at most %1 %")
+                    .arg(numberText(*settings.maxLeftOutPercent, 4));
     if (settings.maxP99Ms)
         text += QStringLiteral("; p99 at most %1 ms").arg(numberText(*settings.maxP99Ms, 3));
     if (settings.maxLatencyMs)
@@ -77,6 +80,12 @@ QString errorCell(const Run& run, std::optional<qint64> LineErrors::*count)
                : QStringLiteral("<abbr title=\"not counted by this port\">–</abbr>");
 }
 
+QString leftOutCell(const Run& run, qint64 LeftOut::*count)
+{
+    return run.leftOut ? countText(*run.leftOut.*count)
+                       : QStringLiteral("<abbr title=\"not counted\">–</abbr>");
+}
+
 Rows countRows()
 {
     const auto counted = [](qint64 Run::*count) {
@@ -84,6 +93,9 @@ Rows countRows()
     };
     const auto errors = [](std::optional<qint64> LineErrors::*count) {
         return [count](const Run& run) { return errorCell(run, count); };
+    };
+    const auto leftOut = [](qint64 LeftOut::*count) {
+        return [count](const Run& run) { return leftOutCell(run, count); };
     };
     return {{"Pings sent", counted(&Run::sent)},
             {"Received", counted(&Run::received)},
@@ -95,6 +107,8 @@ Rows countRows()
             {"Interruptions (losses in a row)", counted(&Run::lossBursts)},
             {"Longest row of losses", counted(&Run::longestLossBurst)},
             {"Failed sends", counted(&Run::sendFailures)},
+            {"Left out: this computer was busy", leftOut(&LeftOut::byComputer)},
+            {"Left out: the line was full", leftOut(&LeftOut::byLine)},
             {"Echoes: late", counted(&Run::lateEchoes)},
             {"Echoes: repeated", counted(&Run::repeatedEchoes)},
             {"Echoes: unknown", counted(&Run::unknownEchoes)},
@@ -190,6 +204,24 @@ QString figure(const QString& id, const QString& title, const QString& descripti
     return text + QStringLiteral("</details></section>\n");
 }
 
+struct VerdictLook
+{
+    QString tone; ///< class of the style sheet
+    QString mark;
+};
+
+VerdictLook verdictLook(RunVerdict verdict)
+{
+    switch (verdict) {
+    case RunVerdict::Passed:
+        return {QStringLiteral("good"), QStringLiteral("✓")};
+    case RunVerdict::Disturbed:
+        return {QStringLiteral("warn"), QStringLiteral("!")};
+    default:
+        return {QStringLiteral("bad"), QStringLiteral("✗")};
+    }
+}
+
 } // namespace
 
 QString latencyCell(const Figure& us)
@@ -204,10 +236,9 @@ QString percentCell(const Figure& percent)
 
 QString verdictBadge(RunVerdict verdict)
 {
-    const bool passed = verdict == RunVerdict::Passed;
+    const auto [tone, mark] = verdictLook(verdict);
     return QStringLiteral("<span class=\"badge %1\"><span aria-hidden=\"true\">%2</span> %3</span>")
-        .arg(passed ? QStringLiteral("good") : QStringLiteral("bad"),
-             passed ? QStringLiteral("✓") : QStringLiteral("✗"), verdictText(verdict));
+        .arg(tone, mark, verdictText(verdict));
 }
 
 QString verdictSection(const Run& run)
@@ -221,12 +252,10 @@ QString verdictSection(const Run& run)
     const auto tile = [](const QString& name, const QString& value) {
         return QStringLiteral("<div><dt>%1</dt><dd>%2</dd></div>").arg(name, value);
     };
-    const bool passed = run.verdict == RunVerdict::Passed;
+    const auto [tone, mark] = verdictLook(run.verdict);
     return QStringLiteral("<section class=\"verdict %1\"><h2><span class=\"mark\" "
                           "aria-hidden=\"true\">%2</span>%3</h2><ul>%4</ul></section>\n")
-               .arg(passed ? QStringLiteral("good") : QStringLiteral("bad"),
-                    passed ? QStringLiteral("✓") : QStringLiteral("✗"), verdictText(run.verdict),
-                    reasons) +
+               .arg(tone, mark, verdictText(run.verdict), reasons) +
            QStringLiteral("<dl class=\"tiles\">") +
            tile(QStringLiteral("Pings sent"), countText(run.sent)) +
            tile(QStringLiteral("Lost"), countText(run.lost) + QStringLiteral(" <small>") +
@@ -299,9 +328,11 @@ QString figuresSection(const std::vector<Run>& runs, const QStringList& labels)
     QString replies;
     for (const Run& run : runs)
         for (const ErrorReply& reply : run.errorReplies)
-            replies +=
-                QStringLiteral("<li>Error reply %1, %2: %3 times</li>")
-                    .arg(QString::number(reply.code), isolated(reply.text), countText(reply.count));
+            replies += QStringLiteral("<li>Error reply %1: %2 times</li>")
+                           .arg(reply.code ? QString::number(*reply.code) + QStringLiteral(", ") +
+                                                 isolated(reply.text)
+                                           : QStringLiteral("with no code"),
+                                countText(reply.count));
     if (!replies.isEmpty())
         replies = QStringLiteral("<ul>%1</ul>").arg(replies);
     return QStringLiteral("<section><h2>Counts and round trips</h2><div class=\"pair\">") +

@@ -7,8 +7,6 @@
 #include "report/findings.h"
 #include "report/page.h"
 
-#include <algorithm>
-
 namespace {
 
 QString oneRun(const Run& run, const QString& label)
@@ -105,9 +103,12 @@ QString batch(const std::vector<Run>& runs, const QStringList& labels)
                       percentText(run.lossPercent()), latencyText(run.latencyUs.p50),
                       latencyText(run.latencyUs.p99), latencyText(run.latencyUs.maximum)});
     }
-    const auto passed = std::count_if(
-        runs.begin(), runs.end(), [](const Run& run) { return run.verdict == RunVerdict::Passed; });
-    return QStringLiteral("%1 of %2 runs passed\n").arg(passed).arg(runs.size()) + table.text();
+    QString summary = QStringLiteral("%1 of %2 runs passed")
+                          .arg(countOf(runs, RunVerdict::Passed))
+                          .arg(runs.size());
+    if (const qint64 disturbed = countOf(runs, RunVerdict::Disturbed))
+        summary += QStringLiteral(", %1 disturbed").arg(disturbed);
+    return summary + u'\n' + table.text();
 }
 
 } // namespace

@@ -46,6 +46,8 @@ void EngineDriver::startEngine()
     connect(&observer, &RunObserver::began, this, &EngineDriver::runBegan, Qt::QueuedConnection);
     connect(&observer, &RunObserver::stoppedSending, this, &EngineDriver::stoppedSending,
             Qt::QueuedConnection);
+    connect(&observer, &RunObserver::repliedWithoutCode, this, &EngineDriver::repliedWithoutCode,
+            Qt::QueuedConnection);
     connect(&observer, &RunObserver::lineLost, this, &EngineDriver::lineLost, Qt::QueuedConnection);
     thread.start();
 }

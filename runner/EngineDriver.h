@@ -57,6 +57,8 @@ signals:
     void statsUpdated();
     /** No more pings are sent; the final wait begins. */
     void stoppedSending();
+    /** In front of the line on an error reply that carried no code; the line has a 0. */
+    void repliedWithoutCode();
     /** At most once a run: for longer than the time-out no ping could be sent. */
     void lineLost();
     /** stats() and figures() are final. Once a run. */

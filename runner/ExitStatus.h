@@ -8,4 +8,5 @@ enum class ExitStatus {
     PortNotOpened = 3,
     LineLost = 4,
     OutputFailed = 5, ///< the event file or the report is missing or incomplete
+    Disturbed = 6,    ///< this computer left out too many pings
 };

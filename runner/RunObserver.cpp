@@ -23,6 +23,13 @@ void RunObserver::sendFailed(quint64 id, int sizeBytes, qint64 atNs)
     emit lineLost();
 }
 
+void RunObserver::errorReplied(int code, qint64 atNs)
+{
+    RunMeasurement::errorReplied(code, atNs);
+    if (code == noCode)
+        emit repliedWithoutCode();
+}
+
 void RunObserver::sendingEnded(qint64 atNs)
 {
     RunMeasurement::sendingEnded(atNs);

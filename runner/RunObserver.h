@@ -22,6 +22,7 @@ public:
     void runBegan(qint64 atNs) override;
     void pingSent(const Sent& ping) override;
     void sendFailed(quint64 id, int sizeBytes, qint64 atNs) override;
+    void errorReplied(int code, qint64 atNs) override;
     void sendingEnded(qint64 atNs) override;
 
 signals:
@@ -29,6 +30,8 @@ signals:
     void began();
     /** Once a run, in front of the engine's line that it waits for replies. */
     void stoppedSending();
+    /** In front of the engine's line on an error reply that carried no code. */
+    void repliedWithoutCode();
     /** At most once a run: for longer than the time-out no ping could be sent. */
     void lineLost();
 

@@ -12,6 +12,8 @@
 
 #include <QJsonDocument>
 
+#include <utility>
+
 namespace {
 
 constexpr int statusMs = 1000;
@@ -36,6 +38,7 @@ void RunSession::listen()
     connect(&engine, &EngineDriver::notConnected, this, &RunSession::onNotConnected);
     connect(&engine, &EngineDriver::runBegan, this, &RunSession::onRunBegan);
     connect(&engine, &EngineDriver::stoppedSending, this, &RunSession::onStoppedSending);
+    connect(&engine, &EngineDriver::repliedWithoutCode, this, [this] { isWithoutCode = true; });
     connect(&engine, &EngineDriver::lineLost, this, &RunSession::onLineLost);
     connect(&engine, &EngineDriver::runEnded, this, &RunSession::onRunEnded);
     connect(&engine, &EngineDriver::disconnected, this, [this] { emit finished(exitStatus); });
@@ -125,7 +128,10 @@ void RunSession::onLogMessage(const QString& type, const QString& message)
 {
     const QDateTime now = QDateTime::currentDateTime();
     record(now, type, message);
-    output.log(now, type, message);
+    QString shown = message;
+    if (std::exchange(isWithoutCode, false))
+        shown.replace(QStringLiteral("error code: 0"), QStringLiteral("no code"));
+    output.log(now, type, shown);
 }
 
 void RunSession::record(const QDateTime& time, const QString& type, const QString& message)

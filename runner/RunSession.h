@@ -62,7 +62,8 @@ private:
 
     bool running = false; ///< from the request for the run to its end
     bool endRequested = false;
-    bool recording = false; ///< from the run's begin to its end
+    bool recording = false;     ///< from the run's begin to its end
+    bool isWithoutCode = false; ///< the next line is on an error reply that carried no code
     int exitStatus = 0;
 
     RunOutcome outcome;

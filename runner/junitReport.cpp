@@ -43,6 +43,9 @@ void writeCheck(QXmlStreamWriter& xml, const Check& check)
     if (check.result == Check::Result::Broken) {
         xml.writeEmptyElement(QStringLiteral("failure"));
         xml.writeAttribute(QStringLiteral("message"), writable(check.reason));
+    } else if (check.result == Check::Result::Disturbed) {
+        xml.writeEmptyElement(QStringLiteral("error"));
+        xml.writeAttribute(QStringLiteral("message"), writable(check.reason));
     } else if (check.result == Check::Result::Skipped) {
         xml.writeEmptyElement(QStringLiteral("skipped"));
     }
@@ -64,6 +67,7 @@ QByteArray junitReport(const RunOptions& options, const RunOutcome& outcome, con
     attribute("name", writable(QStringLiteral("packetbrask-run ") + options.port));
     attribute("tests", QString::number(verdict.checks.size()));
     attribute("failures", QString::number(countOf(verdict, Check::Result::Broken)));
+    attribute("errors", QString::number(countOf(verdict, Check::Result::Disturbed)));
     attribute("skipped", QString::number(countOf(verdict, Check::Result::Skipped)));
     attribute("timestamp", outcome.start().toString(Qt::ISODate));
     attribute("time", QString::number(outcome.sendingSeconds(), 'f', 3));

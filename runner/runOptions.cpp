@@ -54,6 +54,10 @@ void addOptions(QCommandLineParser& parser)
         "ms");
     add(parser, "max-p99", "Most that 99 of 100 round trips may take; likewise.", latencyRange,
         "ms");
+    add(parser, "max-left-out",
+        "Most pings that a busy computer may leave out; more, and the run is disturbed. Exact "
+        "timing only.",
+        optionTexts::numberRange(0, 100), "percent", QStringLiteral("1"));
     add(parser, "timing", "When pings are sent and echoes looked for.", timingNames(), "name",
         QStringLiteral("exact"));
     parser.addOption(
@@ -65,6 +69,7 @@ void addOptions(QCommandLineParser& parser)
 void readLimits(const QCommandLineParser& parser, OptionReader& reader, RunOptions& options)
 {
     reader.readNumber("max-loss", options.maxLossPercent, 0, 100);
+    reader.readNumber("max-left-out", options.maxLeftOutPercent, 0, 100);
     if (parser.isSet(QStringLiteral("max-latency")))
         reader.readNumber("max-latency", options.maxLatencyMs.emplace(), 0, highestLatencyMs);
     if (parser.isSet(QStringLiteral("max-p99")))

@@ -27,6 +27,7 @@ struct RunOptions
     double maxLossPercent = 0;            ///< 0 to 100
     std::optional<double> maxLatencyMs{}; ///< of any round trip; none: no limit
     std::optional<double> maxP99Ms{};     ///< of 99 round trips in 100; none: no limit
+    double maxLeftOutPercent = 1;         ///< 0 to 100; with Timing::Exact only
     Timing timing = Timing::Exact;
     bool writesScreen = true;    ///< false: the module's screen is left alone
     QMap<QString, QString> tags; ///< what the report is to be found by; no key is empty

@@ -37,6 +37,11 @@ QString isoTime(const QDateTime& time)
     return time.toOffsetFromUtc(time.offsetFromUtc()).toString(Qt::ISODateWithMs);
 }
 
+bool isExact(const RunOptions& options)
+{
+    return options.timing == RunOptions::Timing::Exact;
+}
+
 QJsonObject configuration(const RunOptions& options)
 {
     return {
@@ -51,6 +56,8 @@ QJsonObject configuration(const RunOptions& options)
         {"maxLossPercent", options.maxLossPercent},
         {"maxLatencyMs", options.maxLatencyMs ? QJsonValue(*options.maxLatencyMs) : QJsonValue()},
         {"maxP99Ms", options.maxP99Ms ? QJsonValue(*options.maxP99Ms) : QJsonValue()},
+        {"maxLeftOutPercent",
+         isExact(options) ? QJsonValue(options.maxLeftOutPercent) : QJsonValue()},
         {"eventFile", pathOrNull(options.config.csvFilePath)},
         {"pingFile", pathOrNull(options.pingPath)},
     };
@@ -62,6 +69,12 @@ QJsonObject tags(const RunOptions& options)
     for (auto tag = options.tags.begin(); tag != options.tags.end(); ++tag)
         object.insert(tag.key(), tag.value());
     return object;
+}
+
+QJsonObject leftOut(const RunFigures& figures)
+{
+    return {{"byComputer", count(figures.leftOut.byComputer)},
+            {"byLine", count(figures.leftOut.byLine)}};
 }
 
 QJsonObject latencies(const TestStats& stats)
@@ -116,7 +129,7 @@ void add(QJsonObject& report, const QJsonObject& members)
 QJsonObject runReport(const RunOptions& options, const RunOutcome& outcome, const Verdict& verdict)
 {
     const TestStats& stats = outcome.stats;
-    const bool exact = options.timing == RunOptions::Timing::Exact;
+    const bool exact = isExact(options);
     std::optional<double> successPercent;
     if (stats.packetsSent > 0)
         successPercent = stats.successRate;
@@ -137,6 +150,7 @@ QJsonObject runReport(const RunOptions& options, const RunOutcome& outcome, cons
         {"packetsSent", count(stats.packetsSent)},
         {"packetsReceived", count(stats.packetsReceived)},
         {"packetsLost", count(stats.packetsLost)},
+        {"packetsLeftOut", exact ? leftOut(outcome.figures) : QJsonValue()},
         {"successRatePercent", orNull(successPercent, 4)},
         {"latencyMs", latencies(stats)},
         {"lineErrors", outcome.lineErrors},

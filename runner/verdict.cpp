@@ -45,7 +45,9 @@ QList<Check> limits(const RunOptions& options, const RunOutcome& outcome)
     if (stats.packetsSent == 0)
         traffic = QStringLiteral("no packet was sent");
     else if (stats.packetsReceived == 0)
-        traffic = QStringLiteral("none of %1 packets came back").arg(stats.packetsSent);
+        traffic = QStringLiteral("none of %1 packets came back%2")
+                      .arg(stats.packetsSent)
+                      .arg(outcome.figures.unexpected.lateEchoes > 0 ? " in time" : "");
 
     QList<Check> checks{broken(QStringLiteral("traffic"), traffic)};
     const auto add = [&](const QString& name, const auto& reason) {
@@ -68,13 +70,32 @@ QList<Check> limits(const RunOptions& options, const RunOutcome& outcome)
     return checks;
 }
 
+/** Whether the pings left that were to leave. */
+Check schedule(const RunOutcome& outcome, double allowedPercent)
+{
+    const RunFigures& figures = outcome.figures;
+    const auto [byComputer, byLine] = figures.leftOut;
+    const quint64 due = outcome.stats.packetsSent + figures.sendFailures + byComputer + byLine;
+    Check check{QStringLiteral("schedule")};
+    const double percent =
+        due > 0 ? 100.0 * static_cast<double>(byComputer) / static_cast<double>(due) : 0;
+    if (percent <= allowedPercent)
+        return check;
+    check.result = Check::Result::Disturbed;
+    check.reason = QStringLiteral("%1 of %2 packets never left because this computer was busy "
+                                  "(%3 %), allowed are %4 %")
+                       .arg(QString::number(byComputer), QString::number(due), percentText(percent),
+                            percentText(allowedPercent));
+    return check;
+}
+
 } // namespace
 
 QStringList Verdict::reasons() const
 {
     QStringList texts;
     for (const Check& check : checks) {
-        if (check.result == Check::Result::Broken)
+        if (check.result == Check::Result::Broken || check.result == Check::Result::Disturbed)
             texts += check.reason;
     }
     return texts;
@@ -88,12 +109,17 @@ Verdict judge(const RunOptions& options, const RunOutcome& outcome)
         broken(QStringLiteral("line"),
                outcome.lineLost ? QStringLiteral("the line was lost during the run") : QString());
     verdict.checks += limits(options, outcome);
+    const bool unitFailed = !verdict.reasons().isEmpty();
+    if (options.timing == RunOptions::Timing::Exact)
+        verdict.checks += schedule(outcome, options.maxLeftOutPercent);
     if (!outcome.outputFault.isEmpty())
         verdict.status = ExitStatus::OutputFailed;
     else if (outcome.lineLost)
         verdict.status = ExitStatus::LineLost;
-    else if (!verdict.reasons().isEmpty())
+    else if (unitFailed)
         verdict.status = ExitStatus::LimitExceeded;
+    else if (!verdict.reasons().isEmpty())
+        verdict.status = ExitStatus::Disturbed;
     return verdict;
 }
 
@@ -106,6 +132,8 @@ QString verdictWord(ExitStatus status)
         return QStringLiteral("lineLost");
     case ExitStatus::OutputFailed:
         return QStringLiteral("outputFailed");
+    case ExitStatus::Disturbed:
+        return QStringLiteral("disturbed");
     default:
         return QStringLiteral("failed");
     }

@@ -14,12 +14,13 @@ struct Check
     enum class Result {
         Kept,
         Broken,
-        Skipped, ///< another one that broke left nothing to judge
+        Disturbed, ///< this computer spoiled the run
+        Skipped,   ///< another one that broke left nothing to judge
     };
 
     QString name;
     Result result = Result::Kept;
-    QString reason{}; ///< why it broke, in one line; else empty
+    QString reason{}; ///< of Broken and Disturbed, in one line; else empty
 };
 
 /** How a run is judged. */
@@ -34,9 +35,9 @@ struct Verdict
 
 /**
  * Judges a finished run by the limits of `options`. Of several causes the status tells the first of
- * OutputFailed, LineLost and LimitExceeded; the reasons tell them all.
+ * OutputFailed, LineLost, LimitExceeded and Disturbed; the reasons tell them all.
  */
 Verdict judge(const RunOptions& options, const RunOutcome& outcome);
 
-/** The word for it in the report: "passed", "failed", "lineLost" or "outputFailed". */
+/** The word for it in the report: "passed", "failed", "lineLost", "outputFailed" or "disturbed". */
 QString verdictWord(ExitStatus status);

@@ -14,6 +14,7 @@ struct PingEntry
 
     QList<qint64> startsNs;                ///< none: sending it failed
     QList<std::pair<End, qint64>> endings; ///< how and when
+    bool isByEcho = false;                 ///< given up in the moment in which its echo came
 };
 
 /** All that is known of one run. */
@@ -68,8 +69,10 @@ private:
     void echoMatched(const Echo& e) override { end(e.id, End::Matched, e.readNs); }
     void echoChanged(const Echo& e) override { end(e.id, End::Changed, e.readNs); }
     void pingGivenUp(quint64 id, qint64 ns, bool) override { end(id, End::GivenUp, ns); }
-    void otherArrived(Other what, quint64 id, qint64) override
+    void otherArrived(Other what, quint64 id, qint64 ns) override
     {
+        if (what == Other::LateEcho)
+            run->pings[id].isByEcho |= run->pings[id].endings.contains({End::GivenUp, ns});
         run->others[{what, what == Other::LateEcho ? id : 0}] += run->pings.isEmpty() ? 0 : 1;
     }
     void errorReplied(int, qint64) override { run->errorReplies += run->pings.isEmpty() ? 0 : 1; }

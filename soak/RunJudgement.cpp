@@ -95,9 +95,15 @@ struct Judge
         const quint64 read = run.others[{Other::LateEcho, id}] + (isGivenUp ? 0 : 1);
         record.check(read <= echoes(its), name + "more echoes than were sent");
         record.check(isGivenUp || isChanged == (how == End::Changed), name + "wrongly compared");
-        const bool isOld = atNs - ping.startsNs.first() >= run.config.timeoutMs * 1'000'000LL;
-        record.check(!isGivenUp || isOld || atNs >= run.waitNs, name + "given up too early");
-        record.check(!isGivenUp || read == 0 || !run.isExact || its.answeredNs > atNs - slackNs,
+        const qint64 limitNs = run.config.timeoutMs * 1'000'000LL;
+        const qint64 tookNs = atNs - ping.startsNs.first();
+        const bool isByEcho = !isGivenUp || ping.isByEcho;
+        record.check(!run.isExact || !isByEcho || isGivenUp == (tookNs > limitNs),
+                     name + "not judged by its round trip");
+        record.check(!isGivenUp || tookNs >= limitNs || atNs >= run.waitNs,
+                     name + "given up too early");
+        record.check(!isGivenUp || read == 0 || !run.isExact || ping.isByEcho ||
+                         its.answeredNs > atNs - slackNs,
                      name + "given up though its echo was there");
         if (isChanged)
             changed += read;

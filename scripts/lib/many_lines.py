@@ -138,7 +138,7 @@ def run_round(build, folder, count, options):
             os.kill(module.pid, signal.SIGTERM)  # terminate() would wait for one that has ended
         module_ends = [cpu_seconds(module) for module in modules]
     for number, (status, _) in enumerate(runner_ends, start=1):
-        if status not in (0, 1, 4):  # else there is no report
+        if status not in (0, 1, 4, 6):  # else there is no report
             raise NotTried(f"the runner of line {number} of {count} ended with {status}, see "
                            f"{complaints(folder)}")
     lines = [Line(read(folder / f"line-{number:03}.json"),

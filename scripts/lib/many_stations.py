@@ -50,7 +50,7 @@ cd && exec sh -c "$SSH_ORIGINAL_COMMAND"
 RUNNER = """\
 #!/bin/sh
 export LD_PRELOAD=libumockdev-preload.so.0 UMOCKDEV_DIR={testbed}
-exec {runner} "$@" --duration {seconds}
+exec {runner} "$@" --duration {seconds} --max-left-out 100
 """
 DEVICE = """\
 P: /devices/platform/packetbrask/tty/{name}

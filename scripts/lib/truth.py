@@ -34,6 +34,7 @@ def run(options, folder):
         code = subprocess.call([options.runner, "--port", line, "--quiet", "--rate", options.rate,
                                 "--duration", options.seconds, "--timeout", options.timeout,
                                 "--timing", options.timing, "--max-loss", "100",
+                                "--max-left-out", "100",
                                 "--pings", files["pings"], "--json", files["report"]])
         module.terminate()
     if code not in (0, 1):
@@ -65,7 +66,7 @@ def answered_after_us(row, entry, offset_us):
             - offset_us)
 
 
-def compare(truth, rows, timeout_us):
+def compare(truth, rows, timeout_us, exact):
     """How many pings agree, the named differences, and those without a name."""
     agree, named, nameless = collections.Counter(), collections.Counter(), []
     # The clocks are one, but the runner counts from its run's start: the ping that was the
@@ -79,6 +80,8 @@ def compare(truth, rows, timeout_us):
             (agree if fate == "notSent" else named)["never arrived"] += 1
             if fate != "notSent":
                 nameless.append((number, fate, "never arrived"))
+        elif exact and fate in RECEIVED and float(row["RoundTripUs"]) > timeout_us:
+            nameless.append((number, fate, f"{entry['Fate']}, after the time-out"))
         elif fate in expected(entry["Fate"]):
             agree[f"{entry['Fate']}: {fate}"] += 1
         elif (entry["Fate"] == "intact" and fate in GIVEN_UP
@@ -103,7 +106,8 @@ def main():
     with tempfile.TemporaryDirectory(prefix="packetbrask-truth.") as folder:
         truth, rows, report = run(options, folder)
     by_chance = chance_frames(report, truth.values())
-    agree, named, nameless = compare(truth, rows, 1000 * int(options.timeout))
+    agree, named, nameless = compare(truth, rows, 1000 * int(options.timeout),
+                                     options.timing == "exact")
     for title, counts in (("agree", agree), ("differ", named)):
         for what, count in sorted(counts.items()):
             print(f"{title:8}{count:9}  {what}")

@@ -180,7 +180,7 @@ struct EngineBench
 private:
     std::unique_ptr<BraskTestWorker> makeEngine(Use use)
     {
-        time->spares = use == Instrument;
+        time->exact = use == Instrument;
         BraskTestWorker::Setup setup{std::unique_ptr<EngineTiming>(time), &told, use == Window};
         return std::make_unique<BraskTestWorker>(std::move(setup));
     }

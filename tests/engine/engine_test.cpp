@@ -155,10 +155,10 @@ private slots:
             {[](auto p) { return echo(p.left(7)); }, {"WARNING: Received reply with insufficient data"}, "short0 0"},
             {bare(0x40, QByteArray("\6\0\0\0\0\0\0\0", 8)), {"WARNING: Received reply for unknown sequence ID: 6"}, "unknown6 0"},
             {[](auto p) { return frame(0x46, p) + frame(0x5F, p); }, {}, ""},
-            {[](auto p) { return frame(0x80) + echo(p) + frame(0xC0, "\x07"); },
-             {"INFO: Device report: 0x80", "SUCCESS: Packet 7: 0ms", "ERROR: Device error response: 0xc0, error code: 7"}, "report0 0, matched7(0) 0, error7 0"},
+            {[](auto p) { return frame(0x80) + echo(p) + frame(0xC0, QByteArray(1, 0)); },
+             {"INFO: Device report: 0x80", "SUCCESS: Packet 7: 0ms", "ERROR: Device error response: 0xc0, error code: 0"}, "report0 0, matched7(0) 0, error0 0"},
             {bare(0xFF, "\xFE\x01"), {"ERROR: Device error response: 0xff, error code: 254"}, "error254 0"},
-            {bare(0xC3), {"ERROR: Device error response: 0xc3, error code: 0"}, "error0 0"},
+            {bare(0xC3), {"ERROR: Device error response: 0xc3, error code: 0"}, "error-1 0"},
             {bare(0xBF), {"INFO: Device report: 0xbf"}, "report0 0"},
             {[](auto) { return frame(0x7F) + frame(1); }, {"WARNING: Received unexpected packet with command: 0x7f", "WARNING: Received unexpected packet with command: 0x01"}, "packet0 0, packet0 0"},
         };
@@ -213,6 +213,27 @@ private slots:
         bench.line.send(start + frame(0x83));
         bench.worker.startTest({});
         QCOMPARE(bench.take(), QStringList({"INFO: Test started", "INFO: Device report: 0x83"}));
+    }
+
+    void takesAnEchoForLateByItsRoundTrip()
+    {
+        for (const char* told : {"matched0(50) 50, changed1(50) 50, stopped 50, matched2(50 after",
+                                 "expired0 50, late0 50, expired1 50, late1 50, stopped 50, "
+                                 "expired2 50, late2 50, ended"}) {
+            Bench bench(Bench::Instrument);
+            bench.worker.connectToPort(bench.line.path(), 115200);
+            bench.start({.minDataSize = 9, .maxDataSize = 9, .timeoutMs = 50});
+            const QByteArray pings[] = {bench.ping(), bench.ping(), bench.ping()};
+            bench.time->skip(50);
+            bench.time->tickNs = *told == 'e' ? 1 : 0; // it is exceeded by that
+            bench.told.calls.clear();
+            bench.answer(echo(pings[0]) + echo(pings[1].chopped(1)));
+            bench.line.send(echo(pings[2]));
+            bench.worker.stopTest();
+            QVERIFY2(bench.told.calls.join(", ").startsWith(told), told);
+            QCOMPARE(bench.take().filter("timeout after").size(), *told == 'e' ? 3 : 0);
+            QCOMPARE(bench.stats.packetsLost, *told == 'e' ? 3 : 1);
+        }
     }
 
     void runsToTheMillisecond()

@@ -23,9 +23,16 @@ template <typename Timing> struct TimingBench
     QObject owner;
     RawLine line;
     QStringList did;
-    EngineTiming::Deeds deeds{[this] { did += "send"; }, [this] { did += "sweep"; },
-                              [this] { return take(); }, [this] { did += "publish"; },
-                              [this] { did += "end"; },  [this] { did += "show"; }};
+    qint64 byComputer = 0, byLine = 0, waitNs = 0; ///< left out; for room
+    EngineTiming::Deeds deeds{
+        [this] { did += "send"; },
+        [this] { did += "sweep"; },
+        [this] { return take(); },
+        [this] { did += "publish"; },
+        [this] { did += "end"; },
+        [this] { did += "show"; },
+        [this](auto left) { byComputer += left.byComputer, byLine += left.byLine; },
+        [this] { return waitNs; }};
 
     /** Empties the line. */
     bool take()
@@ -173,6 +180,23 @@ private slots:
             QCOMPARE(dues[i], firstNs + i * qint64{1'000'000});
         QVERIFY(dues[20] > wokenNs && (dues[20] - firstNs) % 1'000'000 == 0);
         bench.timing.endRun();
+
+        int sent = 0;
+        bench.deeds.send = [&] {
+            if (++sent % 30 == 0)
+                QTest::qSleep(100), bench.waitNs += 100'000'000; // for room on the line
+        };
+        for (const int seconds : {2, 0}) { // the second run ends before it could look
+            bench.byComputer = 0;
+            bench.begin({.packetsPerSecond = 1000, .durationSec = seconds});
+            QTest::qSleep(60);
+            QTRY_VERIFY(seconds == 0 || bench.did.contains("end"));
+            bench.timing.endRun();
+            const qint64 byLine = std::exchange(bench.byLine, 0);
+            QVERIFY(bench.byComputer >= 60 - 20 && byLine >= 40 * seconds);
+            QVERIFY(byLine <= bench.waitNs / 1'000'000);
+            QVERIFY(seconds == 0 || sent + bench.byComputer + byLine == 2000);
+        }
 
         qint64 lagNs = secondNs; // of a first ping; a busy machine needs a few runs for a short one
         bench.deeds.send = [&] {

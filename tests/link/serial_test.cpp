@@ -170,7 +170,7 @@ private slots:
         ScriptedPort scripted;
         Serial& port = scripted.port;
         quint64 taken = 0;
-        qint64 readNs = 0;
+        qint64 readNs = 0, waitNs = 0;
         const Rows<QList<int>, QByteArray, int> rows{
             {{1, 77}, "4wait write ", 1},
             {{1, 76}, "4wait write ", 0},
@@ -198,6 +198,7 @@ private slots:
             QCOMPARE(port.lastError(), reads || result ? Serial::NoError : Serial::WriteFailed);
             QVERIFY(reads || asked.isEmpty() ||
                     port.lastWriteNs() == scripted.askedNs - asked.contains("write"));
+            QCOMPARE(port.roomWaitNs(), waitNs += asked.count('4'));
             readNs = reads && result ? scripted.askedNs : readNs;
             QCOMPARE(port.lastReadNs(), readNs);
             QCOMPARE(port.bytesTaken(), taken += reads ? unsigned(result) : 0);

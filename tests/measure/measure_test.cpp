@@ -46,6 +46,8 @@ void play(RunMeasurement& run, const QString& script)
         {'g', [&] { run.pingGivenUp(id, at, false); }},
         {'e', [&] { run.pingGivenUp(id, at, true); }},
         {'o', [&] { run.otherArrived(PingObserver::Other(id % 10), id / 10, at); }},
+        {'l', [&] { run.pingsLeftOut({.byComputer = 3, .byLine = 7}, at); }},
+        {'n', [&] { run.errorReplied(PingObserver::noCode, at); }},
         {'x', [&] { run.errorReplied(int(id), at); }},
         {'w', [&] { at += qint64(id) * 1'000'000; }},
         {'.', [&] { run.sendingEnded(at); }},
@@ -217,12 +219,13 @@ private slots:
         QCOMPARE(run.figures().spans.size(), 3U); // ends with what begins its third second
         play(run, "s s f s s s s s s s s m5 m0 m1 c3 g4 g7 o40 o40 o40 o40 o00 o10 o00 o1 o2 o2 " +
                       QString("o3 ").repeated(5) + QString("o4 ").repeated(6) +
-                      "x2 x200 x2 . a6 e8 e9 e10");
+                      "x2 n x200 n x2 l l . a6 e8 e9 e10");
         QFile file(EXPECTED);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(QJsonDocument(figuresJson(run.figures())).toJson(),
                  QJsonDocument::fromJson(file.readAll()).toJson());
-        QCOMPARE(run.figures().sendingNs, 42'000'000);
+        QVERIFY(run.figures().leftOut.byComputer == 6 && run.figures().leftOut.byLine == 14);
+        QCOMPARE(run.figures().sendingNs, 46'000'000);
         play(run, ".");
         const QJsonObject nothing = figuresJson(run.figures());
         QVERIFY(nothing["latencyUs"]["p50"].isNull() && nothing["sendLagUs"]["p99"].isNull());

@@ -37,7 +37,9 @@ def edges():
     loaded = survey()["sizes"][0]["loads"][0] | {"percent": 0, "packetsPerSecond": 0}
     nothing = {name: 0 for name in ("sizeBytes", "capacityPacketsPerSecond")}
     values = {"configuration.baudRate": 1, "configuration.timeoutMs": 0, "complete": True, "reasons": [], "tags": {}}
-    return {"edge": run, "edge-time": changed(run, {"configuration.timeoutMs": 0}), "survey": survey(), "edge-survey": changed(survey(), values) | {
+    older = changed(run, {"configuration.timeoutMs": 0})
+    del older["packetsLeftOut"], older["configuration"]["maxLeftOutPercent"]
+    return {"edge": run, "edge-time": older, "survey": survey(), "edge-survey": changed(survey(), values) | {
         "sizes": [survey()["sizes"][2] | nothing | {"complete": True, "loads": [loaded]}]}}
 
 
@@ -69,7 +71,7 @@ class TranscriptsTest(helpers.FolderTest):
     def test_transcripts(self):
         values = {path: 101 + index for index, path in enumerate(MEMBERS.values())} | {
             "tags": {"b": "y", "a": "x"}, "achievedPacketsPerSecond": 49.123,
-            "unexpected.errorReplies": [{"code": 3, "text": "<busy>", "count": 2000}]}
+            "unexpected.errorReplies": [{"code": 3, "text": "<busy>", "count": 2000}, {"code": None, "text": "", "count": 9}]}
         write(singles() | compared() | explained() | batch() | {"every": changed(report(1, seconds=2), values)})
         for folder, made in (("batch", batch()), ("explained", explained()), ("samples", samples()), ("edges", edges()),
                              ("unreadable", unreadable())):

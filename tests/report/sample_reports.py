@@ -75,7 +75,7 @@ def samples():
     lossy = report(2, loss=0.02, middle_us=6100, tags={"cable": "B"}, sendLagUs={"p99": 31000, "maximum": 80000})
     return {"passed": report(1, tags={"cable": "A"}), "silent": report(3, loss=1, lineErrors=None),
             "lossy": changed(lossy, {"lineErrors.framing": 41, "unexpected.errorReplies": [
-                {"code": 3, "text": HOSTILE, "count": 4}]}), "hour": report(5, seconds=3600, rate=20, loss=0.0005),
+                {"code": 3, "text": HOSTILE, "count": 4}, {"code": None, "text": "no code", "count": 5}]}), "hour": report(5, seconds=3600, rate=20, loss=0.0005),
             "hostile": report(6, tags={HOSTILE: HOSTILE, "cable": HOSTILE}, reasons=[HOSTILE], adapter=None, seconds=2)}
 
 
@@ -111,7 +111,7 @@ def batch():
             "c": made(7000, "failed", 1, "S1"), "d": made(1000, "lineLost"),
             "e": made(8000, "outputFailed", 2, "S3"), "f": made(2000, "failed", 2, "S1"),
             "g": made(5000, tag="S2", lost=3, start=1), "h": made(None, "failed", 2, packetsSent=0, start=9),
-            "i": made(None, "failed", 2, "S1"), "k": made(1500, tag="S3")}
+            "i": made(None, "failed", 2, "S1"), "j": made(9000, "disturbed", tag="S3"), "k": made(1500, tag="S3")}
 
 
 def explained():
@@ -125,6 +125,8 @@ def explained():
              "fast": {"sendLagUs.p99": 5100, "configuration.packetsPerSecond": 200, rate: 0},
              "none-sent": {"packetsSent": 0, "packetsReceived": 0, rate: None},
              "silent": {"packetsReceived": 0, "packetsSent": 7, "packetsLost": 7, "lossBursts.longest": 99},
+             "late": {"packetsReceived": 0, "packetsLost": 7, "unexpected.lateEchoes": 7},
+             "busy": {"packetsLeftOut": {"byComputer": 30, "byLine": 4}, "verdict": "disturbed", "reasons": ["busy"]},
              "unplugged": lost | {"verdict": "lineLost", "timing": "window"}, "unknown": lost | {"lineErrors": None},
              "refused": {"unexpected.errorReplies": 2 * [{"code": 255, "text": "", "count": 3}]}}
     cases |= {f"{prefix}{name}": lost | {f"lineErrors.{name}": count} for prefix, count in (("", 1), ("no-", None))

@@ -100,6 +100,17 @@ class ProgramTest(helpers.FolderTest):
             process.terminate()  # before there is a run
             self.assertIn("Test stopped", process.communicate(timeout=60)[1])
 
+    def test_tells_of_replies_without_a_code(self):
+        module, port = os.openpty()
+        with subprocess.Popen([RUNNER, "--port", os.ttyname(port), "--duration=1", "--timeout=50", "--no-screen", "--json=-",
+                               "--events=e"], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True) as process:
+            self.assertTrue(os.read(module, 200) and os.write(module, b"\xc0\x00\xed\xc5\xc0\x01\x00\x8e\xd5"))
+            told, log = process.communicate()
+        self.assertRegex(log, "error response: 0xc0, no code\n.*error response: 0xc0, error code: 0\n")
+        self.assertEqual(pathlib.Path("e").read_text(encoding="ascii").count("error response: 0xc0, error code: 0"), 2)
+        self.assertEqual([[*reply.values()] for reply in json.loads(told)["unexpected"]["errorReplies"]],
+                         [[None, 1, "no code"], [0, 1, "Ok"]])
+
     def test_ends_in_order(self):
         def terminate(process):
             process.terminate()
@@ -113,14 +124,18 @@ class ProgramTest(helpers.FolderTest):
                 self.assertIn(f"cannot write the {file} file {file}s: File too large; the run goes on without it\n", told)
             process.terminate()
 
+        def suspend(process):
+            subprocess.run(["sh", "-c", f"kill -STOP {process.pid}; sleep .1; kill -CONT {process.pid}"], check=True)
+            process.terminate()
+
         for happen, faults, status, verdict in (
-                (terminate, (), 0, "passed"), (fill_the_disk, (), 5, "outputFailed"),
+                (terminate, (), 0, "passed"), (suspend, (), 6, "disturbed"), (fill_the_disk, (), 5, "outputFailed"),
                 (lambda process: None, ("--stall-after=.5",), 4, "lineLost"),
                 (lambda process: shutil.rmtree(os.getcwd()), ("--unplug-after=2",), 5, "")):
             with self.subTest(verdict=verdict), subprocess.Popen(
-                    [RUNNER, "--port", self.module("--report=1", *faults), "--rate=1000", "--min-size=124", "--timeout=100",
-                     "--max-loss=100", "--events=events", "--pings=pings", "--json=report"], stderr=subprocess.PIPE,
-                    text=True) as process:
+                    [RUNNER, "--port", self.module("--report=1", *faults), "--rate=1000", "--min-size=124", "--timeout=500",
+                     "--max-loss=100", f"--max-left-out={100 * (status != 6)}", "--events=events", "--pings=pings",
+                     "--json=report"], stderr=subprocess.PIPE, text=True) as process:
                 self.until(process, "SUCCESS: Packet")
                 happen(process)
                 complaints = process.communicate()[1].count("packetbrask-run: cannot write")

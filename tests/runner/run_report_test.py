@@ -37,7 +37,7 @@ CASES = {
     "passes with the window's timing": (["--baud=38400"], FAST | {"timing": "window", "max-latency": 60000, "rate": 50}, 0),
     "fails": (MANY, FAST | {"max-p99": 0.001, "max-latency": 1, "max-loss": 50}, 1),
     "overtakes": (["--delay=5", "--jitter=60"], FAST | {"max-loss": 100, "min-size": 32, "rate": 200, "no-screen": None}, 0),
-    "answers late": (["--delay=300"], FAST | {"timeout": 50, "max-loss": 100}, 0),
+    "answers late": (["--delay=200", "--jitter=400"], FAST | {"timeout": 400, "max-loss": 100}, 0),
     "has no echo": (["--drop=1"], {"timeout": 50, "tag": "cable=a=\u00e4", "quiet": None, "baud": 1200}, 1),
     "loses its line": (["--unplug-after=2"], FAST | {"duration": 0, "max-loss": 100, "timeout": 60}, 4)}
 
@@ -55,7 +55,7 @@ class Run:
     """One run against a module of its own, and all that both of them wrote."""
 
     def __init__(self, faults, options):
-        self.options = {"port": None, "duration": 1} | options
+        self.options = {"port": None, "duration": 1, "max-left-out": 100} | options
         self.delay_us = sum(1000 * int(fault[8:]) for fault in faults if fault.startswith("--delay="))
         with tempfile.TemporaryDirectory() as folder:
             files = {kind: pathlib.Path(folder, kind) for kind in ("ledger", "summary", "junit", "pings", "events")}
@@ -125,6 +125,8 @@ class RunTest(unittest.TestCase):
             self.assertIn(row["Fate"], fates if "line" not in name else RECEIVED | GIVEN_UP, row)
             self.assertEqual(row["RoundTripUs"] == "", row["Fate"] in GIVEN_UP)
             self.assertGreaterEqual(float(row["RoundTripUs"] or "inf"), run.delay_us)
+            most = 1e12 if "window" in name else 1000 * run.options.get("timeout", 500)
+            self.assertLessEqual(float(row["RoundTripUs"] or 0), most)
 
     @of_each_run
     def test_counts(self, name, run, report):
@@ -133,6 +135,9 @@ class RunTest(unittest.TestCase):
         self.assertEqual([report[key] for key in ("packetsSent", "packetsReceived", "packetsLost", "sendFailures")],
                          [sent, received, sent - received, fates.count("notSent")])
         self.assertEqual(report["lossCauses"], {fate: fates.count(fate) for fate in (*GIVEN_UP, "changedEcho")})
+        if (left := report["packetsLeftOut"]) is None or "line" not in name:
+            self.assertEqual(left and len(fates) + sum(left.values()),
+                             None if "window" in name else run.options.get("rate", 10))
         lost = "".join("." if fate in RECEIVED else "x" for fate in fates if fate != "notSent").split(".")
         self.assertEqual(report["lossBursts"], {"count": len(lost) - lost.count(""), "longest": len(max(lost))})
         self.assertAlmostEqual(report["successRatePercent"], 100 * received / sent, delta=0.00005)
@@ -224,6 +229,7 @@ class RunTest(unittest.TestCase):
             "timeoutMs": given["timeout"], "durationSeconds": given["duration"],
             "moduleScreen": "no-screen" not in run.options, "maxLossPercent": given["max-loss"],
             "maxLatencyMs": run.options.get("max-latency"), "maxP99Ms": run.options.get("max-p99"),
+            "maxLeftOutPercent": None if "window" in name else 100,
             "eventFile": run.options["events"], "pingFile": run.options["pings"]}.items())).values()])
         host = dict(zip(("name", "kernel", "machine"), (platform.node(), platform.release(), platform.machine())))
         version = subprocess.check_output([RUNNER, "--version"], text=True).split()
@@ -262,7 +268,8 @@ class RunTest(unittest.TestCase):
         self.assertEqual((run.status, report["exitStatus"]), (status, status))
         self.assertEqual(report["verdict"], {0: "passed", 1: "failed", 4: "lineLost"}[status])
         self.assertEqual([case.get("name") for case in run.suite.iter("testcase")],
-                         ["files", "line", "traffic", "loss", *(title for title, *_ in limits)])
+                         ["files", "line", "traffic", "loss", *(title for title, *_ in limits),
+                          *["schedule"] * ("window" not in name)])
         self.assertEqual([case.get("message") for case in run.suite.iter("failure")], report["reasons"])
         self.assertEqual(len([*run.suite.iter("skipped")]), 0 if run.echoed else 1 + len(limits))
         complaints = [line.removeprefix("packetbrask-run: ") for line in run.errors if line[0] == "p"]
@@ -350,7 +357,8 @@ class RunTest(unittest.TestCase):
             self.assertEqual(told(given), complaint)
         self.assertEqual(told("--timeout=5001", "--rate=0"), told("--rate=0"))  # one line, of the first
         self.assertRegex(told(port="--quiet"), "^--port: missing, the path of a device has to be given")
-        seen = {run.status: run.report["verdict"] for run in self.runs.values()} | {2: "", 3: "", 5: "outputFailed"}
+        seen = {run.status: run.report["verdict"] for run in self.runs.values()} | {
+            2: "", 3: "", 5: "outputFailed", 6: "disturbed"}
         self.assertEqual({int(row[0]): row[1].strip("`") for row in rows_of("Exit status")}, seen)
         self.assertEqual(set(SCHEMA["properties"]["verdict"]["enum"]), set(seen.values()) - {""})
 

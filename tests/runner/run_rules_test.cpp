@@ -88,7 +88,8 @@ private slots:
             bool lineLost;
             const char* fault;
             int status;
-            const char* told; // what broke with its reason; what was not judged
+            const char* told;    // what broke with its reason; what was not judged
+            quint64 leftOut = 0; // by the computer, and 5 by the line
         };
         for (const Case& each : std::initializer_list<Case>{
                  {1000, 1, 5.25, 0.1, false, "", 0, ""},
@@ -97,10 +98,17 @@ private slots:
                   "trip: the longest round trip took 5.251 ms, allowed are 5.25 ms; 99th "
                   "percentile: 1 round trip in 100 took 5.001 ms, allowed are 5 ms"},
                  {7, 2, 0.1, 28.5, false, "", 1,
-                  "loss: 2 of 7 packets were lost (28.57 %), allowed are 28.5 %"},
+                  "loss: 2 of 7 packets were lost (28.57 %), allowed are 28.5 %; schedule: 3 of 15 "
+                  "packets never left because this computer was busy (20 %), allowed are 1 %",
+                  3},
                  {0, 0, 0, 100, false, "", 1,
                   "traffic: no packet was sent; loss skipped; longest round trip skipped; 99th "
                   "percentile skipped"},
+                 {985, 0, 5.25, 0, false, "", 0, "", 10},
+                 {984, 0, 5.25, 0, false, "", 6,
+                  "schedule: 11 of 1000 packets never left because this computer was busy (1.1 %), "
+                  "allowed are 1 %",
+                  11},
                  {100, 9, 5, 9, true, "", 4, "line: the line was lost during the run"},
                  {100, 9, 5, 0, true, "full", 5,
                   "files: full; line: the line was lost during the run; loss: 9 of 100 packets "
@@ -116,12 +124,13 @@ private slots:
             const double us = each.longestMs * 1000;
             if (each.sent > 0)
                 outcome.figures.latencyUs = {.p99 = us - 250, .maximum = us};
+            outcome.figures.leftOut = {each.leftOut, 5};
             const Verdict verdict = judge(options, outcome);
             QStringList seen;
             for (const Check& check : verdict.checks) {
                 if (check.result == Check::Result::Skipped)
                     seen += check.name + " skipped";
-                if (check.result == Check::Result::Broken)
+                if (!check.reason.isEmpty())
                     seen += check.name + ": " + check.reason;
             }
             QCOMPARE(seen.join("; "), each.told);
@@ -141,11 +150,13 @@ private slots:
         RunOutcome outcome{.stats = {.startTime = 1'790'000'000'123},
                            .lastedMs = 1500,
                            .outputFault = "\x1F\uFFFD"};
+        outcome.figures.leftOut.byComputer = 1;
         const QByteArray xml = junitReport(options, outcome, judge(options, outcome));
         for (const char* part :
-             {"name=\"packetbrask-run /dev/&lt;x&gt;\" tests=\"4\" failures=\"2\" skipped=\"1\"",
+             {"name=\"packetbrask-run /dev/&lt;x&gt;\" tests=\"5\" failures=\"2\" errors=\"1\" "
+              "skipped=\"1\"",
               "<property name=\"cable\uFFFD\" value=\"&lt;\uFFFD&amp;&quot;&#9;\uFFFD\"/>",
-              "<failure message=\"\uFFFD\uFFFD\"/>"})
+              "<failure message=\"\uFFFD\uFFFD\"/>", "<error message=\"1 of 1 packets"})
             QVERIFY2(xml.contains(part), xml);
         QCOMPARE(outcome.start().toMSecsSinceEpoch(), 1'790'000'000'123);
         QCOMPARE(outcome.start().msecsTo(outcome.end()), 1500);

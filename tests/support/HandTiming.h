@@ -21,13 +21,14 @@ public:
     std::function<void()> meanwhile = [] {};
     qint64 tickNs = 0;   ///< by which each look at the clock moves it on
     qint64 due = -1;     ///< what dueNs() tells
-    bool spares = false; ///< what sparesLine() tells
+    bool exact = false;  ///< what sparesLine() and limitsRoundTrips() tell
     int descriptor = -1; ///< of the last run's line
     QList<bool> wasOver; ///< whether a wait was over when it began, and when it had ended
 
     qint64 nowNs() const override { return now += tickNs; }
     qint64 dueNs() const override { return due; }
-    bool sparesLine() const override { return spares; }
+    bool sparesLine() const override { return exact; }
+    bool limitsRoundTrips() const override { return exact; }
     void beginRun(const TestConfig& config, int line) override;
     void waitForReplies(int limitMs, const std::function<bool()>& isOver) override;
     void pause(int ms) override;
