@@ -1,3 +1,4 @@
+#include "command/standardStreams.h"
 #include "console/MainWindow.h"
 #include "console/fitToScreen.h"
 #include "process/SignalWatch.h"
@@ -7,6 +8,7 @@
 
 int main(int argc, char* argv[])
 {
+    prepareStandardStreams();
     SignalWatch::block();
     const QApplication application(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Varnott"));

@@ -1,3 +1,6 @@
+#include "command/OutputFile.h"
+#include "command/StandardError.h"
+#include "command/standardStreams.h"
 #include "report/TextTable.h"
 #include "report/page.h"
 #include "report/readReport.h"
@@ -7,45 +10,10 @@
 #include "report/textReport.h"
 
 #include <QCoreApplication>
-#include <QFileInfo>
-#include <QSaveFile>
-
-#include <cerrno>
-#include <csignal>
-#include <cstdio>
 
 namespace {
 
-enum ExitStatus { AllRead = 0, SomeUnread = 1, WrongUsage = 2, OutputFailed = 3 };
-
-void complain(const QString& message)
-{
-    const QString line = QStringLiteral("packetbrask-report: ") + printable(message) + u'\n';
-    std::fputs(line.toLocal8Bit().constData(), stderr);
-}
-
-/** Why not, in one line; empty after success. */
-QString print(const QByteArray& bytes)
-{
-    const auto size = static_cast<std::size_t>(bytes.size());
-    if (std::fwrite(bytes.constData(), 1, size, stdout) == size && std::fflush(stdout) == 0)
-        return {};
-    return QStringLiteral("cannot write to standard output: %1").arg(qt_error_string(errno));
-}
-
-QString writePage(const QString& path, const QByteArray& page)
-{
-    if (path == u"-")
-        return print(page);
-    const QString fault = QStringLiteral("cannot write %1: %2");
-    // A file that is replaced in one step would take the place of a device or a pipe.
-    if (QFileInfo::exists(path) && !QFileInfo(path).isFile())
-        return fault.arg(path, QStringLiteral("it is there and no regular file"));
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(page) != page.size() || !file.commit())
-        return fault.arg(path, file.errorString());
-    return {};
-}
+enum ExitStatus { AllRead = 0, SomeUnread = 1, WrongUsage = 2, OutputFailed = 5 };
 
 struct Reports
 {
@@ -54,8 +22,13 @@ struct Reports
     bool complete = true;             ///< all could be read
 };
 
+void complain(StandardError& errors, const QString& message)
+{
+    errors.complain(printable(message));
+}
+
 /** Complains of those that cannot be shown. */
-Reports readReports(const QStringList& files)
+Reports readReports(const QStringList& files, StandardError& errors)
 {
     Reports reports;
     for (const QString& file : files) {
@@ -67,28 +40,30 @@ Reports readReports(const QStringList& files)
         else if (result.survey)
             reports.survey = std::move(result.survey);
         else
-            complain(QStringLiteral("%1: %2").arg(file, result.fault));
+            complain(errors, QStringLiteral("%1: %2").arg(file, result.fault));
         reports.complete = reports.complete && result.fault.isEmpty();
     }
     return reports;
 }
 
-int report(const ReportOptions& options)
+int report(const ReportOptions& options, StandardError& errors)
 {
-    Reports reports = readReports(options.files);
+    Reports reports = readReports(options.files, errors);
     if (reports.runs.empty() && !reports.survey)
         return WrongUsage;
     QString fault;
     if (!options.htmlPath.isEmpty())
-        fault = writePage(options.htmlPath, (reports.survey ? surveyPage(*reports.survey)
-                                                            : htmlPage(reports.runs, options.by))
-                                                .toUtf8());
+        fault = writeOutput(
+            QStringLiteral("the page"), options.htmlPath,
+            (reports.survey ? surveyPage(*reports.survey) : htmlPage(reports.runs, options.by))
+                .toUtf8());
     if (fault.isEmpty() && options.onTerminal)
-        fault = print((reports.survey ? surveyText(*reports.survey)
-                                      : textReport(std::move(reports.runs), options.by))
-                          .toLocal8Bit());
+        fault =
+            printOnStandardOutput((reports.survey ? surveyText(*reports.survey)
+                                                  : textReport(std::move(reports.runs), options.by))
+                                      .toLocal8Bit());
     if (!fault.isEmpty()) {
-        complain(fault);
+        complain(errors, fault);
         return OutputFailed;
     }
     return reports.complete ? AllRead : SomeUnread;
@@ -98,21 +73,22 @@ int report(const ReportOptions& options)
 
 int main(int argc, char** argv)
 {
-    std::signal(SIGPIPE, SIG_IGN); // a reader that leaves is to be a write error like any other
+    prepareStandardStreams();
     const QCoreApplication application(argc, argv);
+    StandardError errors(QStringLiteral("packetbrask-report"));
     const ReportOptions options = parseReportOptions(QCoreApplication::arguments());
     switch (options.outcome) {
     case ReportOptions::Outcome::ShowText: {
-        const QString fault = print(options.message.toLocal8Bit());
+        const QString fault = printOnStandardOutput(options.message.toLocal8Bit());
         if (!fault.isEmpty())
-            complain(fault);
+            complain(errors, fault);
         return fault.isEmpty() ? AllRead : OutputFailed;
     }
     case ReportOptions::Outcome::Error:
-        complain(options.message);
+        complain(errors, options.message);
         return WrongUsage;
     case ReportOptions::Outcome::Report:
         break;
     }
-    return report(options);
+    return report(options, errors);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runner/RowFile.h"
+#include "command/RowFile.h"
 
 class QDateTime;
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "measure/PingSink.h"
-#include "runner/RowFile.h"
+#include "command/RowFile.h"
 
 #include <QByteArray>
 

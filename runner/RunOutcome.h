@@ -14,7 +14,7 @@ struct RunOutcome
     RunFigures figures{}; ///< of the finished run
     qint64 lastedMs = 0;  ///< from the run's start to its end, final wait included; steady clock
     bool lineLost = false;
-    QString outputFault{};   ///< why the event file or the ping file is incomplete; empty: neither
+    QString outputFault{};   ///< first reason why one of its other files is incomplete; empty: none
     QJsonValue host{};       ///< see hostFacts()
     QJsonValue adapter{};    ///< see toJson(PortAdapter)
     QJsonValue lineErrors{}; ///< see LineErrors::sinceStart()

@@ -1,12 +1,12 @@
 #include "runner/RunSession.h"
 
+#include "command/OutputFile.h"
 #include "runner/ExitStatus.h"
 #include "runner/TerminalOutput.h"
 #include "runner/hostFacts.h"
 #include "runner/junitReport.h"
 #include "runner/lineCapacity.h"
 #include "runner/portAdapter.h"
-#include "runner/reportTarget.h"
 #include "runner/runReport.h"
 #include "runner/statusPieces.h"
 
@@ -17,6 +17,11 @@
 namespace {
 
 constexpr int statusMs = 1000;
+
+QString reportKind()
+{
+    return QStringLiteral("the report");
+}
 
 } // namespace
 
@@ -69,7 +74,7 @@ void RunSession::onNotConnected(const QString& reason)
 QString RunSession::openOutputs()
 {
     for (const QString& path : {options.reportPath, options.junitPath}) {
-        QString fault = reportTargetFault(path);
+        QString fault = outputFault(reportKind(), path);
         if (!fault.isEmpty())
             return fault;
     }
@@ -174,22 +179,29 @@ void RunSession::onRunEnded()
     const Verdict verdict = judge(options, outcome);
     for (const QString& reason : verdict.reasons())
         output.complain(QStringLiteral("not passed: ") + reason);
-    if (verdict.status == ExitStatus::Passed)
+    const bool written = writeReports(verdict);
+    if (written && verdict.status == ExitStatus::Passed)
         output.log(QDateTime::currentDateTime(), QStringLiteral("SUCCESS"),
                    QStringLiteral("The run passed"));
-    const QString fault = writeReports(verdict);
-    if (!fault.isEmpty())
-        output.complain(fault);
-    finish(static_cast<int>(fault.isEmpty() ? verdict.status : ExitStatus::OutputFailed));
+    finish(static_cast<int>(written ? verdict.status : ExitStatus::OutputFailed));
 }
 
-/** Writes both as far as that goes; the first fault, in one line. */
-QString RunSession::writeReports(const Verdict& verdict) const
+/** Writes both as far as that goes, and complains. Whether both are written. */
+bool RunSession::writeReports(const Verdict& verdict)
 {
-    const QByteArray report = QJsonDocument(runReport(options, outcome, verdict)).toJson();
-    const QString fault = writeReport(options.reportPath, report);
-    const QString other = writeReport(options.junitPath, junitReport(options, outcome, verdict));
-    return fault.isEmpty() ? other : fault;
+    const QString junitFault =
+        writeOutput(reportKind(), options.junitPath, junitReport(options, outcome, verdict));
+    // The other one has the exit status, which is not to be what the program does not end with.
+    if (outcome.outputFault.isEmpty())
+        outcome.outputFault = junitFault;
+    const QJsonObject report = runReport(options, outcome, judge(options, outcome));
+    const QString fault =
+        writeOutput(reportKind(), options.reportPath, QJsonDocument(report).toJson());
+    for (const QString& text : {junitFault, fault}) {
+        if (!text.isEmpty())
+            output.complain(text);
+    }
+    return junitFault.isEmpty() && fault.isEmpty();
 }
 
 void RunSession::finish(int status)

@@ -52,7 +52,7 @@ private:
     void record(const QDateTime& time, const QString& type, const QString& message);
     void updateStatus();
     void flushPings();
-    QString writeReports(const Verdict& verdict) const;
+    bool writeReports(const Verdict& verdict);
     void finish(int exitStatus);
 
     RunOptions options;

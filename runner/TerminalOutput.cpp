@@ -4,8 +4,6 @@
 
 #include <QDateTime>
 
-#include <cerrno>
-
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -25,24 +23,10 @@ QString colourOf(const QString& type)
     return {};
 }
 
-/** Nothing can be done about a standard error that takes no more. */
-void writeAll(QByteArray bytes)
-{
-    while (!bytes.isEmpty()) {
-        const ssize_t taken =
-            ::write(STDERR_FILENO, bytes.constData(), static_cast<size_t>(bytes.size()));
-        if (taken < 0 && errno == EINTR)
-            continue;
-        if (taken <= 0)
-            return;
-        bytes.remove(0, taken);
-    }
-}
-
 } // namespace
 
 TerminalOutput::TerminalOutput(const QString& program, bool beQuiet)
-    : name(program), quiet(beQuiet), drawing(takesEscapes(STDERR_FILENO)),
+    : name(program), errors(program), quiet(beQuiet), drawing(takesEscapes(STDERR_FILENO)),
       coloured(drawing && !qEnvironmentVariableIsSet("NO_COLOR"))
 {
 }
@@ -74,14 +58,13 @@ void TerminalOutput::showStatus(const QStringList& pieces)
     if (quiet || !drawing || (pieces.isEmpty() && status.isEmpty()))
         return;
     status = pieces;
-    writeAll((QLatin1String(eraseLine) + drawnStatus()).toLocal8Bit());
+    errors.draw(QLatin1String(eraseLine) + drawnStatus());
 }
 
 void TerminalOutput::print(const QString& line)
 {
     const QString before = status.isEmpty() ? QString() : QLatin1String(eraseLine);
-    // In one piece, so that another writer cannot come between a line and its status line.
-    writeAll((before + line + u'\n' + drawnStatus()).toLocal8Bit());
+    errors.print(line, before, drawnStatus());
 }
 
 QString TerminalOutput::drawnStatus() const

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "command/StandardError.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -34,6 +36,7 @@ private:
     QString drawnStatus() const;
 
     QString name;
+    StandardError errors;
     bool quiet;
     bool drawing; ///< the terminal takes escapes
     bool coloured;

@@ -1,10 +1,10 @@
+#include "command/standardStreams.h"
 #include "link/vnPortEnumerator.h"
 #include "process/SignalWatch.h"
 #include "runner/ExitStatus.h"
 #include "runner/RunSession.h"
 #include "runner/TerminalOutput.h"
 #include "runner/portCheck.h"
-#include "runner/standardStreams.h"
 
 #include <QCoreApplication>
 
@@ -17,10 +17,10 @@ QString programName()
 
 int print(const QString& text)
 {
-    if (printOnStandardOutput(text.toLocal8Bit()))
+    const QString fault = printOnStandardOutput(text.toLocal8Bit());
+    if (fault.isEmpty())
         return static_cast<int>(ExitStatus::Passed);
-    TerminalOutput(programName(), false)
-        .complain(QStringLiteral("cannot write to standard output"));
+    TerminalOutput(programName(), false).complain(fault);
     return static_cast<int>(ExitStatus::OutputFailed);
 }
 

@@ -2,8 +2,7 @@
 
 bool LedgerFile::open()
 {
-    return file.open(QIODevice::WriteOnly) &&
-           file.write("Number,Arrival,ArrivedUs,Fate,Extras,HeldUs\n") > 0;
+    return file.open() && file.append("Number,Arrival,ArrivedUs,Fate,Extras,HeldUs\n");
 }
 
 void LedgerFile::add(const LedgerEntry& ping)
@@ -18,16 +17,5 @@ void LedgerFile::add(const LedgerEntry& ping)
                              ping.fate(),
                              ping.extras(),
                              heldUs};
-    file.write(fields.join(u',').toLatin1() + '\n');
-}
-
-bool LedgerFile::commit()
-{
-    return file.commit();
-}
-
-QString LedgerFile::errorText() const
-{
-    return QStringLiteral("cannot write the ledger \"%1\": %2")
-        .arg(file.fileName(), file.errorString());
+    file.append(fields.join(u',').toLatin1() + '\n');
 }

@@ -1,23 +1,22 @@
 #pragma once
 
+#include "command/OutputFile.h"
 #include "simulator/LedgerEntry.h"
 
-#include <QSaveFile>
-
-/** A table of pings on the disk, complete or as it was before. One thread at a time. */
+/** A table of pings. One thread at a time. */
 class LedgerFile
 {
 public:
-    explicit LedgerFile(const QString& path) : file(path) {}
+    explicit LedgerFile(const QString& path) : file(QStringLiteral("the ledger"), path) {}
 
-    /** Makes the file and writes its header. False with errorText(). */
+    /** Begins the file with its header; result and fault() as of OutputFile::open(). */
     bool open();
     /** Adds a line; a failure shows in commit(). */
     void add(const LedgerEntry& ping);
-    /** Puts the table in its place. False with errorText() when any of it could not be written. */
-    bool commit();
-    QString errorText() const;
+    /** Completes the file; result and fault() as of OutputFile::commit(). */
+    bool commit() { return file.commit(); }
+    QString fault() const { return file.fault(); }
 
 private:
-    QSaveFile file;
+    OutputFile file;
 };

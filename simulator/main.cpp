@@ -1,3 +1,6 @@
+#include "command/OutputFile.h"
+#include "command/StandardError.h"
+#include "command/standardStreams.h"
 #include "process/SignalWatch.h"
 #include "process/terminal.h"
 #include "simulator/LedgerFile.h"
@@ -9,26 +12,37 @@
 
 #include <QCoreApplication>
 
-#include <csignal>
-#include <cstdio>
 #include <memory>
 
 #include <unistd.h>
 
 namespace {
 
-enum ExitStatus { Success = 0, RunFailed = 1, UsageError = 2 };
+enum ExitStatus { Success = 0, RunFailed = 1, UsageError = 2, OutputFailed = 5 };
 
 int fail(const QString& message, ExitStatus status)
 {
-    std::fprintf(stderr, "packetbrask-module: %s\n", message.toLocal8Bit().constData());
+    StandardError(QStringLiteral("packetbrask-module")).complain(message);
     return status;
 }
 
-bool announce(const QString& line)
+int print(const QString& text)
 {
-    return std::fprintf(stdout, "%s\n", line.toLocal8Bit().constData()) > 0 &&
-           std::fflush(stdout) == 0;
+    const QString fault = printOnStandardOutput(text.toLocal8Bit());
+    return fault.isEmpty() ? Success : fail(fault, OutputFailed);
+}
+
+/** Writes both as far as that goes; without a `ledger` there is none. */
+int writeResults(const SimulatedModule& module, const QString& summaryPath, LedgerFile* ledger)
+{
+    int status = Success;
+    const QString fault =
+        writeOutput(QStringLiteral("the summary"), summaryPath, moduleSummary(module));
+    if (!fault.isEmpty())
+        status = fail(fault, OutputFailed);
+    if (ledger != nullptr && !ledger->commit())
+        status = fail(ledger->fault(), OutputFailed);
+    return status;
 }
 
 int run(const ModuleOptions& options)
@@ -52,37 +66,33 @@ int run(const ModuleOptions& options)
     }
     if (!options.ledgerPath.isEmpty()) {
         if (!ledger.open())
-            return fail(ledger.errorText(), RunFailed);
+            return fail(ledger.fault(), OutputFailed);
         module.keepLedger([&ledger](const LedgerEntry& ping) { ledger.add(ping); });
     }
-    if (!announce(module.linePath()))
-        return fail(QStringLiteral("cannot write to standard output"), RunFailed);
+    if (print(module.linePath() + u'\n') != Success)
+        return OutputFailed;
 
     std::unique_ptr<TerminalView> view;
     if (takesEscapes(STDOUT_FILENO))
         view = std::make_unique<TerminalView>(module);
     QCoreApplication::exec();
     view.reset();
-    if (!options.summaryPath.isEmpty() && !writeModuleSummary(module, options.summaryPath, reason))
-        return fail(reason, RunFailed);
     module.closeLedger();
-    if (!options.ledgerPath.isEmpty() && !ledger.commit())
-        return fail(ledger.errorText(), RunFailed);
-    return Success;
+    return writeResults(module, options.summaryPath,
+                        options.ledgerPath.isEmpty() ? nullptr : &ledger);
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
+    prepareStandardStreams();
     SignalWatch::block();
-    std::signal(SIGPIPE, SIG_IGN); // a reader of standard output may leave at any time
     const QCoreApplication application(argc, argv);
     const ModuleOptions options = parseModuleOptions(QCoreApplication::arguments());
     switch (options.outcome) {
     case ModuleOptions::Outcome::Help:
-        std::fputs(options.message.toLocal8Bit().constData(), stdout);
-        return Success;
+        return print(options.message);
     case ModuleOptions::Outcome::Error:
         return fail(options.message, UsageError);
     case ModuleOptions::Outcome::Run:

@@ -1,12 +1,11 @@
 #pragma once
 
-#include <QString>
+#include <QByteArray>
 
 class SimulatedModule;
 
 /**
- * Writes what has happened to `module` as a JSON object to the file `path`, which is complete or
- * as it was before. False with the reason in `errorText`. docs/simulator.md has the keys. Only on
- * the module's thread.
+ * What has happened to `module`, as a JSON object; docs/simulator.md has the keys. Only on the
+ * module's thread.
  */
-bool writeModuleSummary(const SimulatedModule& module, const QString& path, QString& errorText);
+QByteArray moduleSummary(const SimulatedModule& module);

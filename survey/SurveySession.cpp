@@ -1,10 +1,10 @@
 #include "survey/SurveySession.h"
 
+#include "command/OutputFile.h"
 #include "runner/TerminalOutput.h"
 #include "runner/hostFacts.h"
 #include "runner/lineCapacity.h"
 #include "runner/portAdapter.h"
-#include "runner/reportTarget.h"
 #include "survey/surveyReport.h"
 #include "survey/surveyTable.h"
 
@@ -42,6 +42,11 @@ int quietMsFor(int sizeBytes, int baudRate)
     config.minDataSize = config.maxDataSize = sizeBytes;
     const double frameMs = 1000 * meanFrameBytes(config) * bitsPerByte / baudRate;
     return std::max(shortestQuietMs, static_cast<int>(2 * frameMs));
+}
+
+QString reportKind()
+{
+    return QStringLiteral("the report");
 }
 
 QString secondsText(double seconds)
@@ -100,7 +105,7 @@ void SurveySession::onNotConnected(const QString& reason)
 
 void SurveySession::onConnected()
 {
-    const QString fault = reportTargetFault(options.reportPath);
+    const QString fault = outputFault(reportKind(), options.reportPath);
     if (!fault.isEmpty()) {
         output.complain(fault);
         outcome.exitStatus = static_cast<int>(ExitStatus::OutputFailed);
@@ -326,26 +331,29 @@ void SurveySession::end(ExitStatus status, const QString& reason)
     outcome.exitStatus = static_cast<int>(status);
     for (const QString& text : outcome.reasons)
         output.complain(text);
-    const QString fault = writeResult();
-    if (!fault.isEmpty()) {
-        output.complain(fault);
+    if (!writeResult())
         outcome.exitStatus = static_cast<int>(ExitStatus::OutputFailed);
-    }
     engine.disconnectPort();
 }
 
-/** Writes both as far as that goes; the first fault, in one line. */
-QString SurveySession::writeResult()
+/** Writes both as far as that goes, and complains. Whether both are written. */
+bool SurveySession::writeResult()
 {
-    QString fault;
+    QString tableFault;
     if (options.reportPath != u"-")
-        fault = writeReport(QStringLiteral("-"),
-                            surveyTable(outcome, options.partialLossPercent).toLocal8Bit());
-    if (!fault.isEmpty())
+        tableFault = writeOutput(QStringLiteral("the table"), QStringLiteral("-"),
+                                 surveyTable(outcome, options.partialLossPercent).toLocal8Bit());
+    if (!tableFault.isEmpty()) {
         outcome.exitStatus = static_cast<int>(ExitStatus::OutputFailed);
-    const QString other =
-        writeReport(options.reportPath, QJsonDocument(surveyReport(options, outcome)).toJson());
-    return fault.isEmpty() ? other : fault;
+        outcome.reasons += tableFault;
+    }
+    const QString fault = writeOutput(reportKind(), options.reportPath,
+                                      QJsonDocument(surveyReport(options, outcome)).toJson());
+    for (const QString& text : {tableFault, fault}) {
+        if (!text.isEmpty())
+            output.complain(text);
+    }
+    return tableFault.isEmpty() && fault.isEmpty();
 }
 
 #include "moc_SurveySession.cpp"

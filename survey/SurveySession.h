@@ -64,7 +64,7 @@ private:
     void updateStatus();
 
     void end(ExitStatus status, const QString& reason);
-    QString writeResult();
+    bool writeResult();
 
     SurveyOptions options;
     TerminalOutput& output;

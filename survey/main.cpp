@@ -1,7 +1,7 @@
+#include "command/standardStreams.h"
 #include "process/SignalWatch.h"
 #include "runner/ExitStatus.h"
 #include "runner/TerminalOutput.h"
-#include "runner/standardStreams.h"
 #include "survey/SurveySession.h"
 
 #include <QCoreApplication>
@@ -15,10 +15,10 @@ QString programName()
 
 int print(const QString& text)
 {
-    if (printOnStandardOutput(text.toLocal8Bit()))
+    const QString fault = printOnStandardOutput(text.toLocal8Bit());
+    if (fault.isEmpty())
         return static_cast<int>(ExitStatus::Passed);
-    TerminalOutput(programName(), false)
-        .complain(QStringLiteral("cannot write to standard output"));
+    TerminalOutput(programName(), false).complain(fault);
     return static_cast<int>(ExitStatus::OutputFailed);
 }
 

@@ -1,3 +1,4 @@
+#include "command/standardStreams.h"
 #include "runner/EventWriter.h"
 #include "runner/LineErrors.h"
 #include "runner/RunObserver.h"
@@ -6,7 +7,6 @@
 #include "runner/openFault.h"
 #include "runner/portUsers.h"
 #include "runner/runReport.h"
-#include "runner/standardStreams.h"
 #include "runner/statusPieces.h"
 #include "simulator/RawLine.h"
 #include "tests/support/SystemHand.h"

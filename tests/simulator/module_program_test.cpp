@@ -112,12 +112,10 @@ private slots:
                  {"--link=none/line", 1, "--link: cannot"},
                  {"--link=zero", 2, "--link: \"zero\""},
                  {"--link=stale --unplug-after=0", 0, ""},
-                 {"--ledger=none/file", 1, "ledger"},
                  {"--ledger=file --unplug-after=0", 0, ""},
-                 {"--summary=none/file --unplug-after=0", 1, "summary"},
                  {"--summary=file --unplug-after=0", 0, ""},
-                 {"--unplug-after=0 >/dev/full", 1, "standard output"},
-                 {"--unplug-after=0 >&4", 1, "standard output"}}) {
+                 {"--unplug-after=0 >/dev/full", 5, "standard output"},
+                 {"--unplug-after=0 >&4", 5, "standard output"}}) {
             const QString command = "cd %1; ln -sf /dev/zero zero; ln -sf /nowhere stale; "
                                     "mkfifo p; exec 3<>p 4>p 3>&-; rm p; %2 %3";
             Program program("bash", {"-c", command.arg(folder.path(), MODULE_PROGRAM, arguments)});

@@ -1,4 +1,8 @@
-#include "runner/RowFile.h"
+#include "command/RowFile.h"
+
+#include "command/descriptorOutput.h"
+
+#include <cerrno>
 
 bool RowFile::open(const QString& path, const QString& header)
 {
@@ -12,14 +16,12 @@ bool RowFile::append(const QByteArray& rows)
 {
     if (!file.isOpen() || rows.isEmpty())
         return true;
-    const qint64 complete = file.pos();
-    qint64 written = file.write(rows);
-    if (written > 0 && written < rows.size())
-        written += file.write(rows.mid(written)); // why a part was not taken only shows now
-    if (written == rows.size())
+    if (writeAll(file.handle(), rows)) {
+        wholeBytes += rows.size();
         return true;
-    const QString reason = file.errorString();
-    file.resize(complete);
+    }
+    const QString reason = qt_error_string(errno);
+    file.resize(wholeBytes);
     file.close();
     return fail(reason);
 }
@@ -28,8 +30,10 @@ bool RowFile::close()
 {
     if (!file.isOpen())
         return faultText.isEmpty();
+    if (!syncToDisk(file.handle()))
+        fail(qt_error_string(errno));
     file.close();
-    return file.error() == QFileDevice::NoError || fail(file.errorString());
+    return file.error() == QFileDevice::NoError ? faultText.isEmpty() : fail(file.errorString());
 }
 
 bool RowFile::fail(const QString& reason)

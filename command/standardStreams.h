@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QString>
 
 /**
  * Once, first of all in a program: opens standard streams that are missing, so that no file or port
@@ -9,5 +10,5 @@
  */
 void prepareStandardStreams();
 
-/** Writes all of `text` there and then; false with `errno` set when that failed. */
-bool printOnStandardOutput(const QByteArray& text);
+/** Writes all of `text` there and then. Returns what went wrong, in one line; empty: nothing. */
+QString printOnStandardOutput(const QByteArray& text);

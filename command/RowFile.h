@@ -27,7 +27,7 @@ public:
 
     bool isOpen() const { return file.isOpen(); }
 
-    /** Closes the file. False with fault() when the system reports a late write error. */
+    /** Closes the file when it is on the disk. False with fault(), of now or of before. */
     bool close();
 
     /** The first thing that went wrong, in one line; empty: nothing. */
@@ -38,5 +38,6 @@ private:
 
     QString kindText;
     QFile file;
+    qint64 wholeBytes = 0; ///< rows and header, as far as they were written
     QString faultText;
 };

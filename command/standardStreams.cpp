@@ -1,7 +1,9 @@
-#include "runner/standardStreams.h"
+#include "command/standardStreams.h"
 
+#include "command/descriptorOutput.h"
+
+#include <cerrno>
 #include <csignal>
-#include <cstdio>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -17,7 +19,9 @@ void prepareStandardStreams()
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
-bool printOnStandardOutput(const QByteArray& text)
+QString printOnStandardOutput(const QByteArray& text)
 {
-    return std::fputs(text.constData(), stdout) >= 0 && std::fflush(stdout) == 0;
+    if (writeAll(STDOUT_FILENO, text))
+        return {};
+    return QStringLiteral("cannot write to standard output: %1").arg(qt_error_string(errno));
 }

@@ -1,0 +1,102 @@
+#include "command/StandardError.h"
+
+#include <algorithm>
+#include <climits>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+bool leadsTo(mode_t kind)
+{
+    struct stat facts = {};
+    return ::fstat(STDERR_FILENO, &facts) == 0 && (facts.st_mode & S_IFMT) == kind;
+}
+
+/**
+ * Not to wait is a mode of what is open, which standard error shares with other programs; so what
+ * can block is opened once more. A socket cannot be, and needs no mode.
+ */
+int openAgain()
+{
+    if (!leadsTo(S_IFIFO) && ::isatty(STDERR_FILENO) == 0)
+        return -1;
+    return ::open("/proc/self/fd/2", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+}
+
+} // namespace
+
+StandardError::StandardError(const QString& program)
+    : name(program), own(openAgain()), isSocket(leadsTo(S_IFSOCK))
+{
+}
+
+StandardError::~StandardError()
+{
+    if (leftOut > 0 || !rest.isEmpty())
+        begin(leftOutText().toLocal8Bit());
+    if (own >= 0)
+        ::close(own);
+}
+
+void StandardError::print(const QString& line, const QString& before, const QString& after)
+{
+    if (begin((before + leftOutText() + line + u'\n' + after).toLocal8Bit()))
+        leftOut = 0;
+    else
+        ++leftOut;
+}
+
+void StandardError::complain(const QString& message)
+{
+    print(name + QStringLiteral(": ") + message);
+}
+
+void StandardError::draw(const QString& text)
+{
+    begin(text.toLocal8Bit());
+}
+
+QString StandardError::leftOutText() const
+{
+    if (leftOut == 0)
+        return {};
+    return QStringLiteral("%1: lines left out, as standard error was full: %2\n")
+        .arg(name)
+        .arg(leftOut);
+}
+
+/** Whether some of `bytes` was taken; the rest then comes before anything else. */
+bool StandardError::begin(const QByteArray& bytes)
+{
+    rest.remove(0, write(rest));
+    if (!rest.isEmpty())
+        return false;
+    const qsizetype taken = write(bytes);
+    if (taken > 0)
+        rest = bytes.mid(taken);
+    return taken > 0;
+}
+
+/** How many bytes were taken without waiting. */
+qsizetype StandardError::write(const QByteArray& bytes) const
+{
+    const int descriptor = own >= 0 ? own : STDERR_FILENO;
+    qsizetype taken = 0;
+    for (ssize_t result = 1; result > 0 && taken < bytes.size();
+         taken += std::max<ssize_t>(result, 0)) {
+        const char* from = bytes.constData() + taken;
+        // A pipe with room for anything has room for as much as this.
+        const auto size = static_cast<size_t>(std::min<qsizetype>(bytes.size() - taken, PIPE_BUF));
+        pollfd room{descriptor, POLLOUT, 0};
+        if (::poll(&room, 1, 0) != 1)
+            break;
+        result = isSocket ? ::send(descriptor, from, size, MSG_DONTWAIT | MSG_NOSIGNAL)
+                          : ::write(descriptor, from, size);
+    }
+    return taken;
+}
