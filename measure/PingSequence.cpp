@@ -39,6 +39,14 @@ std::optional<PingRecord> PingSequence::takeEnded()
     return held(first++).ping;
 }
 
+std::optional<qint64> PingSequence::sentNs(quint64 id) const
+{
+    // Their places in the ring have not been used again, by whatever it has grown.
+    if (id >= next || next - id > usuallyHeld)
+        return std::nullopt;
+    return ring[id % ring.size()].ping.sentNs;
+}
+
 bool PingSequence::wasAnswered(quint64 id) const
 {
     return id < next && next - id <= remembered && answered[id % remembered];

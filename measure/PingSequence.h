@@ -30,6 +30,9 @@ public:
     /** Takes out the ping with the lowest id; nothing while its fate is not known. */
     std::optional<PingRecord> takeEnded();
 
+    /** When a ping was sent; nothing for an id that is none of the last 2048. */
+    std::optional<qint64> sentNs(quint64 id) const;
+
     /** Whether an echo, changed or not, ended the ping. False too when that is too long ago. */
     bool wasAnswered(quint64 id) const;
 

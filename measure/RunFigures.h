@@ -74,6 +74,8 @@ struct RunFigures
     LeftOut leftOut{}; ///< zeros too where pings leave by no schedule
     Bursts lossBursts{};
     Unexpected unexpected{};
+    /** The shortest round trip of a late echo; only echoes of the last 2048 pings are timed. */
+    std::optional<double> soonestLateUs{};
     quint64 outOfOrderEchoes = 0; ///< with a lower id than a matched echo before them
 
     quint64 lost() const

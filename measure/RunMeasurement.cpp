@@ -110,6 +110,8 @@ void RunMeasurement::otherArrived(Other what, quint64 id, qint64 atNs)
 {
     const std::lock_guard lock(mutex);
     ++counterOf(what, id);
+    if (what == Other::LateEcho && !sequence.wasAnswered(id))
+        timeLateEcho(id, atNs);
     timeSpans.advanceTo(sinceStart(atNs));
 }
 
@@ -157,6 +159,15 @@ quint64& RunMeasurement::counterOf(Other what, quint64 id)
         break;
     }
     return unexpected.otherPackets;
+}
+
+void RunMeasurement::timeLateEcho(quint64 id, qint64 atNs)
+{
+    const std::optional<qint64> sentNs = sequence.sentNs(id);
+    if (!sentNs)
+        return;
+    const double us = static_cast<double>(atNs - beganNs - *sentNs) / 1000;
+    counts.soonestLateUs = std::min(us, counts.soonestLateUs.value_or(us));
 }
 
 /** Not under the lock: a sink may take its time. */

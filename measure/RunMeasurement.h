@@ -48,6 +48,7 @@ public:
 private:
     qint64 sinceStart(qint64 atNs);
     quint64& counterOf(Other what, quint64 id);
+    void timeLateEcho(quint64 id, qint64 atNs);
     void endPing(quint64 id, PingFate fate, qint64 roundTripNs);
 
     PingSink* const sink;

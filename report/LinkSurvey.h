@@ -35,6 +35,13 @@ struct SurveyRate
     double capacityPercent{};
 };
 
+/** A loss that is the same at every rate up to one. */
+struct SurveyLoss
+{
+    QString text; ///< the report's words for it
+    SurveyRate upTo{};
+};
+
 /** What a survey says of payloads of one size. */
 struct SurveySize
 {
@@ -44,6 +51,7 @@ struct SurveySize
     double capacity{}; ///< pings a second that the line has room for
     std::optional<SurveyRate> withoutLoss{};
     std::optional<SurveyRate> withPartialLoss{};
+    std::optional<SurveyLoss> evenLoss{}; ///< then there is no rate without loss
     std::vector<SurveyLoad> loads{};
     std::vector<SurveyTrial> trials{};
 };

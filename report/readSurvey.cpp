@@ -12,6 +12,15 @@ std::optional<SurveyRate> readRate(FieldReader& from, const char* name)
     return SurveyRate{rate->integer("packetsPerSecond"), rate->number("capacityPercent")};
 }
 
+std::optional<SurveyLoss> readLoss(FieldReader& from, const char* name)
+{
+    std::optional<FieldReader> loss = from.objectOrNull(name);
+    if (!loss)
+        return std::nullopt;
+    return SurveyLoss{loss->text("text"),
+                      {loss->integer("packetsPerSecond"), loss->number("capacityPercent")}};
+}
+
 SurveySize readSize(FieldReader from, QString& fault)
 {
     SurveySize size;
@@ -21,6 +30,7 @@ SurveySize readSize(FieldReader from, QString& fault)
     size.capacity = from.number("capacityPacketsPerSecond");
     size.withoutLoss = readRate(from, "withoutLoss");
     size.withPartialLoss = readRate(from, "withPartialLoss");
+    size.evenLoss = readLoss(from, "evenLoss");
     for (const QJsonValue& value : from.array("loads")) {
         FieldReader load(value.toObject(), QStringLiteral("loads: "), fault);
         size.loads.push_back({load.integer("percent", 0, 100), load.integer("packetsPerSecond"),

@@ -24,6 +24,15 @@ QString rateCell(const std::optional<SurveyRate>& rate)
                 : latencyCell({});
 }
 
+/** The rate without loss; where there is none because loss is even, that up to which it is. */
+QString carriedCell(const SurveySize& size)
+{
+    if (!size.evenLoss)
+        return rateCell(size.withoutLoss);
+    return rateCell(size.evenLoss->upTo) +
+           QStringLiteral(" <small>%1</small>").arg(isolated(size.evenLoss->text));
+}
+
 QString tiles(const LinkSurvey& survey)
 {
     QString text =
@@ -31,7 +40,7 @@ QString tiles(const LinkSurvey& survey)
                        "share of what the line has room for</p><dl class=\"tiles\">");
     for (const SurveySize& size : survey.sizes)
         text += QStringLiteral("<div><dt>%1</dt><dd>%2</dd></div>")
-                    .arg(sizeText(size), rateCell(size.withoutLoss));
+                    .arg(sizeText(size), carriedCell(size));
     return text + QStringLiteral("</dl></section>\n");
 }
 
@@ -48,7 +57,7 @@ QString stateSection(const LinkSurvey& survey)
     for (const QString& reason : survey.reasons)
         reasons += QStringLiteral("<li>") + isolated(reason) + QStringLiteral("</li>");
     return QStringLiteral("<section class=\"warning\"><b>%1</b><ul>%2</ul></section>\n")
-               .arg(survey.complete ? QStringLiteral("Not every size has a rate.")
+               .arg(survey.complete ? QStringLiteral("Not every size has a rate without loss.")
                                     : QStringLiteral("Incomplete: the survey ended early."),
                     reasons) +
            hindered;
@@ -61,7 +70,7 @@ QString rateTable(const LinkSurvey& survey)
                      QStringLiteral("Without loss"), html(partialLossText(survey))});
     for (const SurveySize& size : survey.sizes)
         table.addRow(sizeText(size), {QStringLiteral("%1/s").arg(numberText(size.capacity, 1)),
-                                      rateCell(size.withoutLoss), rateCell(size.withPartialLoss)});
+                                      carriedCell(size), rateCell(size.withPartialLoss)});
     return table.markup();
 }
 
@@ -214,8 +223,9 @@ QString surveyPage(const LinkSurvey& survey)
                rateTable(survey)) +
         figure(
             QStringLiteral("surveyLatency"), QStringLiteral("Round trips by load"),
-            QStringLiteral("At shares of the rate found without loss: the middle one, and what 1 "
-                           "in 100 took longer than."),
+            QStringLiteral("At shares of the rate found without loss, or of that up to which loss "
+                           "does not depend on the rate: the middle one, and what 1 in 100 took "
+                           "longer than."),
             loadTable(survey)) +
         QStringLiteral("</div></section>\n") + trialsSection(survey) + testedTable(survey);
     return htmlDocument(label + QStringLiteral(" – PacketBrask"), body, chartData(survey));

@@ -27,6 +27,12 @@ QString surveyText(const LinkSurvey& survey)
             .arg(printable(survey.port), QString::number(survey.baudRate), timeText(survey.start));
     if (!hinderedText(survey).isEmpty())
         text += hinderedText(survey) + u'\n';
+    for (const SurveySize& size : survey.sizes) {
+        if (const auto& loss = size.evenLoss)
+            text += QStringLiteral("%1 bytes: %2; 100 % is %3\n")
+                        .arg(QString::number(size.sizeBytes), printable(loss->text),
+                             rateText(loss->upTo));
+    }
     TextTable rates;
     rates.addRow({QStringLiteral("Payload"), QStringLiteral("room for"),
                   QStringLiteral("without loss"), partialLossText(survey)});

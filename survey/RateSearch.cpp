@@ -15,7 +15,7 @@ std::optional<int> RateSearch::next() const
 
 bool RateSearch::confirmsNext() const
 {
-    return unfinished().needsConfirmation();
+    return unfinished().again().has_value();
 }
 
 void RateSearch::take(const Trial& trial)
@@ -26,7 +26,7 @@ void RateSearch::take(const Trial& trial)
 
 int RateSearch::trialsLeft() const
 {
-    if (without.failedFrom > highest && without.passed.empty())
+    if (without.failedFrom > highest && without.tries.empty())
         return 2; // most links carry what their line does
     return without.trialsLeft() + (without.best() == some.best() ? 0 : some.trialsLeft());
 }
@@ -36,15 +36,27 @@ int RateSearch::step(int rate)
     return std::max(1, rate / 100);
 }
 
-bool RateSearch::Bracket::needsConfirmation() const
+int RateSearch::Bracket::best() const
 {
-    return isNarrow() && best() > 0 && passed.rbegin()->second < 2;
+    const auto found = std::find_if(tries.rbegin(), tries.rend(),
+                                    [](const auto& rate) { return !rate.second.isOpen(); });
+    return found == tries.rend() ? 0 : found->first;
+}
+
+std::optional<int> RateSearch::Bracket::again() const
+{
+    if (tries.empty())
+        return std::nullopt;
+    const auto& [rate, tried] = *tries.rbegin();
+    if (tried.isOpen() || (isNarrow() && tried.passed < 2))
+        return rate;
+    return std::nullopt;
 }
 
 std::optional<int> RateSearch::Bracket::next(int highestRate) const
 {
-    if (needsConfirmation())
-        return best();
+    if (const std::optional<int> rate = again())
+        return rate;
     if (isNarrow())
         return std::nullopt;
     return failedFrom > highestRate ? highestRate : (best() + failedFrom) / 2;
@@ -52,7 +64,7 @@ std::optional<int> RateSearch::Bracket::next(int highestRate) const
 
 std::optional<int> RateSearch::Bracket::answer() const
 {
-    if (!isNarrow() || needsConfirmation())
+    if (again() || !isNarrow())
         return std::nullopt;
     return best();
 }
@@ -62,12 +74,12 @@ void RateSearch::Bracket::take(const Trial& trial)
     const int rate = trial.packetsPerSecond;
     if (rate >= failedFrom)
         return;
-    if (trial.passes(allowedLossPercent)) {
-        ++passed[rate];
-    } else {
-        failedFrom = rate;
-        passed.erase(passed.lower_bound(rate), passed.end());
-    }
+    Tries& tried = tries[rate];
+    ++(trial.passes(allowedLossPercent) ? tried.passed : tried.failed);
+    if (tried.failed < 2)
+        return;
+    failedFrom = rate;
+    tries.erase(tries.lower_bound(rate), tries.end());
 }
 
 int RateSearch::Bracket::trialsLeft() const
@@ -75,5 +87,5 @@ int RateSearch::Bracket::trialsLeft() const
     int left = 0;
     for (int width = failedFrom - best(); width > step(best()); width = (width + 1) / 2)
         ++left;
-    return left + (needsConfirmation() || left > 0 ? 1 : 0);
+    return left + (again() || left > 0 ? 1 : 0);
 }

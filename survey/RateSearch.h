@@ -9,8 +9,9 @@
  * than a given share, in one search: each trial counts for both.
  *
  * The highest rate is tried first, then bisection goes on until the rate that has passed and the
- * next one that has not are one step apart. A rate found is tried a second time; when it fails then
- * it counts as not passed and the search goes on below. Pure; one thread at a time.
+ * next one that has not are one step apart. A rate passes or fails by two trials of at most three:
+ * one that has failed once is tried again at once, one that has passed once when it is the answer.
+ * Pure; one thread at a time.
  */
 class RateSearch
 {
@@ -20,7 +21,7 @@ public:
 
     /** The rate of the next trial; nothing when both answers are there. */
     std::optional<int> next() const;
-    /** Whether that trial tries a rate for the second time. */
+    /** Whether that rate has been tried before. */
     bool confirmsNext() const;
     /** What came of a trial, at whatever rate. */
     void take(const Trial& trial);
@@ -35,16 +36,26 @@ public:
     static int step(int rate);
 
 private:
+    /** How often a rate was tried with what result. */
+    struct Tries
+    {
+        int passed = 0;
+        int failed = 0;
+
+        /** Whether it has failed and may still pass. */
+        bool isOpen() const { return failed > 0 && passed < 2; }
+    };
+
     /** What is known by one measure of loss. */
     struct Bracket
     {
         double allowedLossPercent;
-        int failedFrom;              ///< the lowest rate that has not passed
-        std::map<int, int> passed{}; ///< times passed, by rates below that
+        int failedFrom;               ///< the lowest rate that has failed
+        std::map<int, Tries> tries{}; ///< of the rates below that
 
-        int best() const { return passed.empty() ? 0 : passed.rbegin()->first; }
+        int best() const; ///< the highest rate that has passed and is not open, or 0
         bool isNarrow() const { return failedFrom - best() <= step(best()); }
-        bool needsConfirmation() const;
+        std::optional<int> again() const; ///< the rate to be tried once more
         std::optional<int> next(int highestRate) const;
         std::optional<int> answer() const;
         void take(const Trial& trial);

@@ -22,7 +22,7 @@ double framesPerSecond(int sizeBytes, int baudRate)
 bool SizeResult::isHindered() const
 {
     return std::any_of(trials.begin(), trials.end(), [](const Trial& trial) {
-        return trial.purpose != TrialPurpose::Load && trial.isHindered();
+        return trial.purpose != TrialPurpose::Load && trial.isHindered() && !trial.passes(0);
     });
 }
 
@@ -40,7 +40,9 @@ std::optional<SizeSurvey::Next> SizeSurvey::next() const
     if (const std::optional<int> rate = search.next())
         return Next{*rate,
                     search.confirmsNext() ? TrialPurpose::Confirmation : TrialPurpose::Search};
-    if (known.lossless == 0)
+    if (known.comparison.moreAt)
+        return Next{*known.comparison.moreAt, TrialPurpose::Comparison};
+    if (fullLoad() == 0)
         return std::nullopt;
     for (const int percent : loadPercents) {
         if (trialAt(rateAt(percent)) == nullptr)
@@ -52,14 +54,22 @@ std::optional<SizeSurvey::Next> SizeSurvey::next() const
 void SizeSurvey::take(const Trial& trial)
 {
     known.trials.push_back(trial);
-    if (trial.purpose != TrialPurpose::Load)
+    if (trial.purpose == TrialPurpose::Search || trial.purpose == TrialPurpose::Confirmation)
         search.take(trial);
     known.lossless = search.lossless();
     known.withPartialLoss = search.withPartialLoss();
+    if (!search.next() && trial.purpose != TrialPurpose::Load)
+        known.comparison = compareLoss(known.trials, *known.lossless);
     known.complete = !next();
-    if (search.next() || known.lossless == 0)
-        return;
+    if (!search.next() && !known.comparison.moreAt)
+        takeLoads();
+}
+
+void SizeSurvey::takeLoads()
+{
     known.loads.clear();
+    if (fullLoad() == 0)
+        return;
     for (const int percent : loadPercents) {
         if (const Trial* at = trialAt(rateAt(percent)))
             known.loads.push_back({percent, *at});
@@ -74,16 +84,22 @@ int SizeSurvey::trialsLeft() const
     return search.next() ? search.trialsLeft() + loadsLeft - 1 : loadsLeft;
 }
 
+/** What 100 % of the load is; 0: there are no loads. */
+int SizeSurvey::fullLoad() const
+{
+    return known.comparison.even ? known.comparison.even->packetsPerSecond : *known.lossless;
+}
+
 int SizeSurvey::rateAt(int percent) const
 {
-    return std::max(1, static_cast<int>(std::lround(*known.lossless * percent / 100.0)));
+    return std::max(1, static_cast<int>(std::lround(fullLoad() * percent / 100.0)));
 }
 
 const Trial* SizeSurvey::trialAt(int rate) const
 {
-    const auto fits = [rate](const Trial& trial) {
-        return trial.packetsPerSecond == rate &&
-               (trial.purpose == TrialPurpose::Load || trial.passes(0));
+    const auto fits = [this, rate](const Trial& trial) {
+        return trial.packetsPerSecond == rate && (trial.purpose == TrialPurpose::Load ||
+                                                  trial.passes(known.comparison.even ? 100 : 0));
     };
     const auto last = std::find_if(known.trials.rbegin(), known.trials.rend(), fits);
     return last == known.trials.rend() ? nullptr : &*last;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "survey/LossComparison.h"
 #include "survey/RateSearch.h"
 
 #include <array>
@@ -22,19 +23,24 @@ struct SizeResult
     int highestRate = 0;                  ///< the one tried first
     std::optional<int> lossless{};        ///< the answers of RateSearch
     std::optional<int> withPartialLoss{}; ///< likewise
+    LossComparison comparison{};          ///< of all trials but those of the loads
     std::vector<Load> loads{};            ///< those taken so far; none where nothing passed
     std::vector<Trial> trials{};          ///< all of them, in their order
     bool complete = false;
 
-    /** Whether a trial that an answer rests on was hindered, so that the answer may be too low. */
+    /** The rate without loss; nothing where the loss is even, for then it was found by chance. */
+    std::optional<int> withoutLoss() const { return comparison.even ? std::nullopt : lossless; }
+    /** Whether the computer was busy in a trial that failed, so that an answer may be too low. */
     bool isHindered() const;
     /** `rate` as a share of the capacity. */
     double sharePercent(int rate) const { return 100 * rate / capacity; }
 };
 
 /**
- * Decides which trials are made with payloads of one size: the search, and then the loads. A load
- * whose rate has been tried without loss takes its figures from that trial. Pure; one thread at a
+ * Decides which trials are made with payloads of one size: the search, where loss cannot be
+ * compared without them a few more at the rate found, and then the loads, which are shares of the
+ * rate without loss or of that up to which the loss is even. A load whose rate has been tried
+ * without loss, or with the even one, takes its figures from that trial. Pure; one thread at a
  * time.
  */
 class SizeSurvey
@@ -58,6 +64,8 @@ public:
     int trialsLeft() const;
 
 private:
+    void takeLoads();
+    int fullLoad() const;
     int rateAt(int percent) const;
     const Trial* trialAt(int rate) const;
 

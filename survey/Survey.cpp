@@ -2,6 +2,13 @@
 
 #include <algorithm>
 
+namespace {
+
+/** Of trials at one rate that failed while the computer was busy. */
+constexpr int mostRepeats = 3;
+
+} // namespace
+
 Survey::Survey(const QList<int>& sizesBytes, int baudRate, double partialLossPercent)
 {
     for (const int size : sizesBytes)
@@ -18,13 +25,22 @@ std::optional<Survey::Next> Survey::next() const
                 trial.purpose};
 }
 
-const SizeResult& Survey::take(const Trial& trial)
+const SizeResult* Survey::take(const Trial& trial)
 {
+    if (trial.packetsPerSecond != repeatedRate)
+        repeats = 0;
+    repeatedRate = trial.packetsPerSecond;
+    if (trial.isHindered() && !trial.passes(0) && repeats < mostRepeats) {
+        ++repeats;
+        return nullptr;
+    }
     SizeSurvey& size = sizes[current];
     size.take(trial);
-    if (size.result().complete)
+    if (size.result().complete) {
         ++current;
-    return size.result();
+        repeatedRate = 0;
+    }
+    return &size.result();
 }
 
 std::vector<SizeResult> Survey::results() const

@@ -3,15 +3,17 @@
 #include "command/OutputFile.h"
 #include "runner/TerminalOutput.h"
 #include "runner/hostFacts.h"
-#include "runner/lineCapacity.h"
 #include "runner/portAdapter.h"
+#include "survey/surveyReasons.h"
 #include "survey/surveyReport.h"
 #include "survey/surveyTable.h"
+#include "survey/trialLength.h"
+#include "survey/trialMade.h"
+#include "survey/trialText.h"
 
 #include <QJsonDocument>
 
 #include <algorithm>
-#include <cmath>
 
 namespace {
 
@@ -20,39 +22,13 @@ constexpr int statusMs = 1000;
 constexpr int wakingRate = 10;
 /** A module that starts anew when its port is opened has so long to do so. */
 constexpr int wakingMs = 3000;
-/** Pings that even the shortest trial has room for. */
-constexpr double fewestPings = 3;
 /** The first ping of a run at 1 a second leaves after a second, so until then it only listens. */
 constexpr int longestListenMs = 900;
-constexpr int shortestQuietMs = 300;
 constexpr int patienceMs = 10000;
-/** Of a trial that has left pings out. */
-constexpr int mostRepeats = 3;
-
-int trialMs(double seconds, int packetsPerSecond)
-{
-    return static_cast<int>(
-        std::ceil(1000 * std::max(seconds, (fewestPings + 0.5) / packetsPerSecond)));
-}
-
-/** Twice what a frame with this payload takes. */
-int quietMsFor(int sizeBytes, int baudRate)
-{
-    TestConfig config;
-    config.minDataSize = config.maxDataSize = sizeBytes;
-    const double frameMs = 1000 * meanFrameBytes(config) * bitsPerByte / baudRate;
-    return std::max(shortestQuietMs, static_cast<int>(2 * frameMs));
-}
 
 QString reportKind()
 {
     return QStringLiteral("the report");
-}
-
-QString secondsText(double seconds)
-{
-    return seconds < 90 ? QStringLiteral("%1 s").arg(std::ceil(seconds))
-                        : QStringLiteral("%1 min").arg(std::ceil(seconds / 60));
 }
 
 } // namespace
@@ -87,6 +63,7 @@ void SurveySession::listen()
 void SurveySession::start()
 {
     outcome.start = QDateTime::currentDateTime();
+    sinceStart.start();
     engine.connectToPort(options.port, options.baudRate);
 }
 
@@ -115,11 +92,16 @@ void SurveySession::onConnected()
     outcome.host = hostFacts();
     outcome.adapter = toJson(portAdapter(options.port));
     statusTimer.start(statusMs);
-    const Survey::Next first = *survey.next();
-    ping(Stage::Waking, first.sizeBytes, std::clamp(first.packetsPerSecond / 2, 1, wakingRate),
-         wakingMs);
+    askForAnswer(Stage::Waking);
     if (endRequested)
         requestEnd();
+}
+
+void SurveySession::askForAnswer(Stage forWhat)
+{
+    const auto place = static_cast<std::size_t>(survey.next()->place);
+    const SizeResult size = survey.results()[place - 1];
+    ping(forWhat, size.sizeBytes, std::clamp(size.highestRate / 2, 1, wakingRate), wakingMs);
 }
 
 void SurveySession::ping(Stage forWhat, int sizeBytes, int packetsPerSecond, int lengthMs)
@@ -127,6 +109,7 @@ void SurveySession::ping(Stage forWhat, int sizeBytes, int packetsPerSecond, int
     stage = forWhat;
     pinging = true;
     cutShort = false;
+    echoesTaken = 0;
     runMs = lengthMs;
     TestConfig config;
     config.packetsPerSecond = packetsPerSecond;
@@ -157,9 +140,14 @@ void SurveySession::onRunBegan()
 
 void SurveySession::onStatsUpdated()
 {
-    const bool isAwake = stage == Stage::Waking && engine.stats().packetsReceived > 0;
+    if (engine.stats().packetsReceived > echoesTaken) {
+        echoesTaken = engine.stats().packetsReceived;
+        lastEcho = {static_cast<double>(sinceStart.elapsed()) / 1000, QDateTime::currentDateTime()};
+    }
+    const bool isAnswered = (stage == Stage::Waking || stage == Stage::Asking) &&
+                            cameInTime(engine.figures(), options.timeoutMs);
     cutShort = cutShort || (stage == Stage::Measuring && runTimer.isActive() && isHopeless());
-    if (pinging && (isAwake || cutShort))
+    if (pinging && (isAnswered || cutShort))
         engine.endRun();
 }
 
@@ -167,9 +155,10 @@ void SurveySession::onStatsUpdated()
 bool SurveySession::isHopeless() const
 {
     const Survey::Next next = *survey.next();
-    return next.purpose != TrialPurpose::Load &&
-           100.0 * static_cast<double>(engine.stats().packetsLost) >
-               options.partialLossPercent * next.packetsPerSecond * runMs / 1000;
+    const bool isSearch =
+        next.purpose == TrialPurpose::Search || next.purpose == TrialPurpose::Confirmation;
+    return isSearch && 100.0 * static_cast<double>(engine.stats().packetsLost) >
+                           options.partialLossPercent * next.packetsPerSecond * runMs / 1000;
 }
 
 void SurveySession::onLineLost()
@@ -196,6 +185,9 @@ void SurveySession::onRunEnded()
         case Stage::Measuring:
             afterTrial();
             break;
+        case Stage::Asking:
+            afterAsking();
+            break;
         case Stage::Listening:
             afterListening();
             break;
@@ -205,60 +197,61 @@ void SurveySession::onRunEnded()
 
 void SurveySession::afterWaking()
 {
-    if (engine.stats().packetsReceived == 0) {
+    const RunFigures figures = engine.figures();
+    const std::optional<double> lateUs = lateOnlyUs(figures, options.timeoutMs);
+    if (lateUs) {
+        end(ExitStatus::LimitExceeded, lateText(*lateUs, options.timeoutMs));
+    } else if (figures.received == 0) {
         end(ExitStatus::LimitExceeded,
-            QStringLiteral("none of %1 packets came back").arg(engine.stats().packetsSent));
-        return;
+            QStringLiteral("none of %1 packets came back").arg(figures.sent));
+    } else {
+        waitForQuiet();
     }
+}
+
+void SurveySession::waitForQuiet()
+{
     quietMs = 0;
     listening.start();
     hearOut();
 }
 
-Trial SurveySession::trialMade() const
-{
-    const RunFigures figures = engine.figures();
-    const Survey::Next next = *survey.next();
-    Trial trial{.packetsPerSecond = next.packetsPerSecond,
-                .purpose = next.purpose,
-                .seconds = static_cast<double>(figures.sendingNs) / 1e9,
-                .sent = figures.sent,
-                .received = figures.received,
-                .lost = figures.lost(),
-                .failed = figures.sendFailures,
-                .cutShort = cutShort};
-    const auto due = static_cast<quint64>(trial.seconds * trial.packetsPerSecond);
-    trial.unsent = due - std::min(due, trial.sent + trial.failed);
-    if (figures.latencyUs) {
-        trial.p50Us = figures.latencyUs->p50;
-        trial.p99Us = figures.latencyUs->p99;
-    }
-    return trial;
-}
-
 void SurveySession::afterTrial()
 {
-    const Trial trial = trialMade();
+    const Trial trial = trialMade(*survey.next(), engine.figures(), options.timeoutMs, cutShort);
+    if (trial.isSilent() && !endRequested) {
+        silentTrial = trial;
+        askForAnswer(Stage::Asking);
+    } else {
+        take(trial);
+    }
+}
+
+/** Some modules answer nothing that comes too fast, so slow pings settle what a silence means. */
+void SurveySession::afterAsking()
+{
+    const Trial asked = trialMade(*survey.next(), engine.figures(), options.timeoutMs, false);
+    if (asked.isSilent()) {
+        outcome.silentSince = lastEcho;
+        end(ExitStatus::LimitExceeded, silentText(silentTrial, lastEcho));
+    } else {
+        take(silentTrial);
+    }
+}
+
+void SurveySession::take(const Trial& trial)
+{
     const bool clean = trial.lost + trial.failed == 0;
-    // More often than not that is the computer's fault, not the line's.
-    if (trial.isHindered() && repeats < mostRepeats && !endRequested) {
-        ++repeats;
-    } else {
-        repeats = 0;
-        const Survey::Next made = *survey.next();
-        report(made, survey.take(trial));
-    }
-    if (!survey.next()) {
+    if (const SizeResult* size = survey.take(trial))
+        report(*size);
+    if (!survey.next())
         end(ExitStatus::Passed, {});
-    } else if (endRequested) {
+    else if (endRequested)
         end(ExitStatus::LimitExceeded, QStringLiteral("ended by a signal"));
-    } else if (clean) {
+    else if (clean)
         nextTrial();
-    } else {
-        quietMs = 0;
-        listening.start();
-        hearOut();
-    }
+    else
+        waitForQuiet();
 }
 
 void SurveySession::afterListening()
@@ -274,38 +267,21 @@ void SurveySession::afterListening()
         nextTrial();
 }
 
-void SurveySession::report(const Survey::Next& next, const SizeResult& size)
+void SurveySession::report(const SizeResult& size)
 {
-    const Trial& trial = size.trials.back();
-    QString text = QStringLiteral("%1 bytes, %2/s: %3 sent, %4 lost")
-                       .arg(next.sizeBytes)
-                       .arg(next.packetsPerSecond)
-                       .arg(trial.sent)
-                       .arg(trial.lost + trial.failed);
-    if (trial.unsent > 0)
-        text += QStringLiteral(", %1 left out").arg(trial.unsent);
-    if (trial.cutShort)
-        text += QStringLiteral(", cut short");
     const QDateTime now = QDateTime::currentDateTime();
-    const bool passed = trial.passes(0);
-    output.log(now, passed ? QStringLiteral("SUCCESS") : QStringLiteral("WARNING"), text);
+    const bool passed = size.trials.back().passes(0);
+    output.log(now, passed ? QStringLiteral("SUCCESS") : QStringLiteral("WARNING"),
+               trialText(size));
     if (size.complete)
-        output.log(now, QStringLiteral("INFO"),
-                   QStringLiteral("%1 bytes: %2/s without loss, %3 % of what the line has room for")
-                       .arg(next.sizeBytes)
-                       .arg(*size.lossless)
-                       .arg(size.sharePercent(*size.lossless), 0, 'f', 1));
+        output.log(now, QStringLiteral("INFO"), foundText(size));
 }
 
 void SurveySession::updateStatus()
 {
-    const Survey::Next next = *survey.next();
     const double left = survey.trialsLeft() * options.trialSeconds -
                         std::max(0, runMs - runTimer.remainingTime()) / 1000.0;
-    output.showStatus({QStringLiteral("%1 bytes").arg(next.sizeBytes),
-                       QStringLiteral(" (%1 of %2)").arg(next.place).arg(options.sizesBytes.size()),
-                       QStringLiteral(" | %1/s").arg(next.packetsPerSecond),
-                       QStringLiteral(" | about %1 left").arg(secondsText(std::max(left, 1.0)))});
+    output.showStatus(nextPieces(*survey.next(), options.sizesBytes.size(), left));
 }
 
 void SurveySession::end(ExitStatus status, const QString& reason)
@@ -316,15 +292,12 @@ void SurveySession::end(ExitStatus status, const QString& reason)
     outcome.sizes = survey.results();
     if (!reason.isEmpty())
         outcome.reasons += reason;
+    outcome.reasons += sizeReasons(outcome.sizes, options.timeoutMs);
     for (const SizeResult& size : outcome.sizes) {
         if (size.isHindered())
             output.complain(QStringLiteral("with %1 bytes pings could not leave in time; when this "
                                            "computer was busy, survey again")
                                 .arg(size.sizeBytes));
-        if (size.lossless == 0)
-            outcome.reasons += QStringLiteral("with %1 bytes not even 1 packet a second went "
-                                              "without loss")
-                                   .arg(size.sizeBytes);
     }
     if (status == ExitStatus::Passed && !outcome.reasons.isEmpty())
         status = ExitStatus::LimitExceeded;

@@ -41,6 +41,7 @@ private:
     enum class Stage {
         Waking,    ///< to see whether the module answers at all
         Measuring, ///< a trial
+        Asking,    ///< to see whether the module still answers, after a trial without an answer
         Listening, ///< none are sent, so that late echoes of a trial do not get into the next
     };
 
@@ -54,13 +55,16 @@ private:
 
     void ping(Stage forWhat, int sizeBytes, int packetsPerSecond, int lengthMs);
     void nextTrial();
+    void askForAnswer(Stage forWhat);
+    void waitForQuiet();
     void hearOut();
     void afterWaking();
     void afterTrial();
+    void afterAsking();
     void afterListening();
-    Trial trialMade() const;
+    void take(const Trial& trial);
     bool isHopeless() const;
-    void report(const Survey::Next& next, const SizeResult& size);
+    void report(const SizeResult& size);
     void updateStatus();
 
     void end(ExitStatus status, const QString& reason);
@@ -77,10 +81,13 @@ private:
     bool endRequested = false;
     bool lineIsLost = false;
     bool cutShort = false; ///< this trial
-    int repeats = 0;       ///< of this trial, which has left pings out
     int runMs = 0;         ///< length of the run under way
     int quietMs = 0;       ///< for how long nothing has been heard
     QTimer runTimer;
     QTimer statusTimer;
     QElapsedTimer listening; ///< runs since the trial's end
+    QElapsedTimer sinceStart;
+    quint64 echoesTaken = 0; ///< of the run under way
+    SurveyMoment lastEcho;   ///< of whatever run, as far as the engine has told
+    Trial silentTrial;       ///< the one that Stage::Asking follows
 };

@@ -1,5 +1,7 @@
 #include "survey/surveyReport.h"
 
+#include "survey/surveyReasons.h"
+
 #include <QJsonArray>
 
 #include <cmath>
@@ -19,6 +21,11 @@ QJsonValue orNull(const std::optional<double>& value, int decimals)
     return value ? QJsonValue(rounded(*value, decimals)) : QJsonValue();
 }
 
+QJsonValue orNull(const std::optional<bool>& value)
+{
+    return value ? QJsonValue(*value) : QJsonValue();
+}
+
 QJsonValue count(quint64 value)
 {
     return static_cast<qint64>(value);
@@ -34,6 +41,8 @@ QString purposeWord(TrialPurpose purpose)
     switch (purpose) {
     case TrialPurpose::Confirmation:
         return QStringLiteral("confirmation");
+    case TrialPurpose::Comparison:
+        return QStringLiteral("comparison");
     case TrialPurpose::Load:
         return QStringLiteral("load");
     case TrialPurpose::Search:
@@ -56,6 +65,8 @@ QJsonObject trialJson(const Trial& trial)
         {"packetsUnsent", count(trial.unsent)},
         {"p50Us", orNull(trial.p50Us, 1)},
         {"p99Us", orNull(trial.p99Us, 1)},
+        {"sendLagP99Us", orNull(trial.sendLagP99Us, 1)},
+        {"soonestLateEchoUs", orNull(trial.lateUs, 1)},
     };
 }
 
@@ -66,6 +77,18 @@ QJsonValue rateJson(const SizeResult& size, const std::optional<int>& rate)
         return {};
     return QJsonObject{{"packetsPerSecond", *rate},
                        {"capacityPercent", rounded(size.sharePercent(*rate), 2)}};
+}
+
+QJsonValue evenLossJson(const SizeResult& size)
+{
+    const std::optional<EvenLoss>& loss = size.comparison.even;
+    if (!loss)
+        return {};
+    return QJsonObject{{"text", evenLossText(*loss)},
+                       {"packetsPerSecond", loss->packetsPerSecond},
+                       {"capacityPercent", rounded(size.sharePercent(loss->packetsPerSecond), 2)},
+                       {"packetsTried", count(loss->count.tried)},
+                       {"packetsLost", count(loss->count.lost)}};
 }
 
 QJsonObject sizeJson(const SizeResult& size)
@@ -88,11 +111,20 @@ QJsonObject sizeJson(const SizeResult& size)
         {"hindered", size.isHindered()},
         {"capacityPacketsPerSecond", rounded(size.capacity, 3)},
         {"highestPacketsPerSecond", size.highestRate},
-        {"withoutLoss", rateJson(size, size.lossless)},
+        {"withoutLoss", rateJson(size, size.withoutLoss())},
         {"withPartialLoss", rateJson(size, size.withPartialLoss)},
+        {"lossDependsOnRate", orNull(size.comparison.dependsOnRate)},
+        {"evenLoss", evenLossJson(size)},
         {"loads", loads},
         {"trials", trials},
     };
+}
+
+QJsonValue momentJson(const std::optional<SurveyMoment>& moment)
+{
+    if (!moment)
+        return {};
+    return QJsonObject{{"seconds", rounded(moment->seconds, 3)}, {"time", isoTime(moment->time)}};
 }
 
 QJsonObject configuration(const SurveyOptions& options)
@@ -132,6 +164,7 @@ QJsonObject surveyReport(const SurveyOptions& options, const SurveyOutcome& outc
         {"start", isoTime(outcome.start)},
         {"end", isoTime(outcome.end)},
         {"complete", outcome.isComplete()},
+        {"silentSince", momentJson(outcome.silentSince)},
         {"sizes", sizes},
         {"reasons", QJsonArray::fromStringList(outcome.reasons)},
         {"exitStatus", outcome.exitStatus},

@@ -1,5 +1,7 @@
 #include "survey/surveyTable.h"
 
+#include "survey/surveyReasons.h"
+
 namespace {
 
 QString noFigure()
@@ -64,11 +66,17 @@ QString surveyTable(const SurveyOutcome& outcome, double partialLossPercent)
     QString text = line(first) + line(second) + line(units);
     for (const SizeResult& size : outcome.sizes) {
         QStringList cells{QString::number(size.sizeBytes), QString::number(size.capacity, 'f', 1),
-                          rateCell(size.lossless),         shareCell(size, size.lossless),
+                          rateCell(size.withoutLoss()),    shareCell(size, size.withoutLoss()),
                           rateCell(size.withPartialLoss),  shareCell(size, size.withPartialLoss)};
         for (const int percent : loadPercents)
             cells += loadCell(size, percent);
         text += line(cells);
+    }
+    for (const SizeResult& size : outcome.sizes) {
+        if (const auto& even = size.comparison.even)
+            text += QStringLiteral("%1 bytes: %2; 100 % is %3 pings/s\n")
+                        .arg(QString::number(size.sizeBytes), evenLossText(*even),
+                             QString::number(even->packetsPerSecond));
     }
     if (!outcome.isComplete())
         text += QStringLiteral("incomplete\n");

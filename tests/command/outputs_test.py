@@ -109,7 +109,7 @@ def goes_on(kind):
             assert subprocess.run([program, *NEEDED[program], *options], stdout=subprocess.DEVNULL, stderr=errors,
                                   cwd=folder, timeout=60, check=False).returncode == status, program
         files, told = [pathlib.Path(folder, name) for name in ("pings", "events")], b""
-        with subprocess.Popen([RUNNER, *port, "--rate=200", "--timeout=50", "--pings", files[0], "--events", files[1]],
+        with subprocess.Popen([RUNNER, *port, "--rate=200", "--timeout=50", "--max-left-out=100", "--pings", files[0], "--events", files[1]],
                               stderr=errors) as process:
             while process.poll() is None and (not files[0].exists() or files[0].read_bytes().count(b"\n") < 2):
                 time.sleep(0.01)  # until the first second is written

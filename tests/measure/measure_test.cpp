@@ -192,19 +192,19 @@ private slots:
         }
         Told told;
         RunMeasurement run(&told);
-        // Fates in order; bursts, the longest, late echoes, repeated ones.
+        // Fates in order; bursts, the longest, late echoes, repeated ones, the soonest.
         for (const auto& [script, fates, counts] :
              {std::tuple(QString("s f s s f s g0 g2 m3 . e5"), QByteArray("L-LR-E"),
-                         QList<quint64>{2, 2, 0, 0}),
-              {"s s s s g0 m1 c2 o00 o10 o20 o00 g3", "LRCL", {2, 2, 2, 2}},
-              {many + back + " o700000 o44650 o44640", QByteArray(70'001, 'R'), {0, 0, 1, 2}}}) {
+                         QList<quint64>{2, 2, 0, 0, 0}),
+              {"s s s s g0 m1 c2 o00 o10 o20 o00 g3", "LRCL", {2, 2, 2, 2, 7000}},
+              {many + back + " o700000 o44650 o44640", QByteArray(70'001, 'R'), {0, 0, 1, 2, 0}}}) {
             play(run, script);
             QCOMPARE(std::exchange(told.fates, {}), fates);
             const auto& [bursts, echoes] =
                 std::tuple(run.figures().lossBursts, run.figures().unexpected);
-            QCOMPARE(
-                (QList{bursts.count, bursts.longest, echoes.lateEchoes, echoes.repeatedEchoes}),
-                counts);
+            QCOMPARE((QList{bursts.count, bursts.longest, echoes.lateEchoes, echoes.repeatedEchoes,
+                            quint64(run.figures().soonestLateUs.value_or(0))}),
+                     counts);
         }
         told.pings.clear();
         play(run, "s f s s m2 c0 a3");

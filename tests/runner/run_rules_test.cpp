@@ -118,9 +118,10 @@ private slots:
             options.maxLossPercent = each.limitPercent;
             options.maxLatencyMs = 5.25;
             options.maxP99Ms = 5;
-            RunOutcome outcome{.stats = {each.sent, each.sent - each.lost, each.lost},
-                               .lineLost = each.lineLost,
-                               .outputFault = each.fault};
+            RunOutcome outcome;
+            outcome.stats = {each.sent, each.sent - each.lost, each.lost};
+            outcome.lineLost = each.lineLost;
+            outcome.outputFault = each.fault;
             const double us = each.longestMs * 1000;
             if (each.sent > 0)
                 outcome.figures.latencyUs = {.p99 = us - 250, .maximum = us};
@@ -147,9 +148,10 @@ private slots:
         RunOptions options;
         options.port = "/dev/<x>";
         options.tags = {{"cable\x01", "<\x01&\"\t\uFFFE"}};
-        RunOutcome outcome{.stats = {.startTime = 1'790'000'000'123},
-                           .lastedMs = 1500,
-                           .outputFault = "\x1F\uFFFD"};
+        RunOutcome outcome;
+        outcome.stats.startTime = 1'790'000'000'123;
+        outcome.lastedMs = 1500;
+        outcome.outputFault = "\x1F\uFFFD";
         outcome.figures.leftOut.byComputer = 1;
         const QByteArray xml = junitReport(options, outcome, judge(options, outcome));
         for (const char* part :

@@ -1,10 +1,12 @@
 #include "survey/Survey.h"
 #include "survey/surveyOptions.h"
+#include "survey/surveyReasons.h"
 #include "survey/surveyReport.h"
 #include "survey/surveyTable.h"
 
 #include <QFile>
 #include <QJsonDocument>
+#include <QRegularExpression>
 #include <QTest>
 #include <QTimeZone>
 
@@ -35,6 +37,14 @@ Trial made(const Link& link, int rate, TrialPurpose purpose, size_t trial)
     return {rate, purpose, 5, sent, sent - lost, lost, 0, 0, false, rate * 10.04, rate * 11.26};
 }
 
+/** Pings of `trial` left up to so late. */
+Trial late(Trial trial, int rate, double us)
+{
+    trial.packetsPerSecond = rate;
+    trial.sendLagP99Us = us;
+    return trial;
+}
+
 } // namespace
 
 class SurveyRulesTest : public QObject
@@ -44,14 +54,21 @@ class SurveyRulesTest : public QObject
 private slots:
     void judgesTrials()
     {
-        // The least loss limit that a trial passes; -1: none.
-        for (const auto& [trial, limit] : {std::pair(Trial{.sent = 1000, .unsent = 10}, 0.),
-                                           {Trial{.sent = 995, .lost = 1, .failed = 5}, 0.6},
-                                           {Trial{.sent = 990, .unsent = 11}, -1},
-                                           {Trial{}, 100},
-                                           {Trial{.sent = 1000, .cutShort = true}, -1}}) {
+        const Trial lost{.sent = 9, .lost = 9};
+        // The least loss limit that a trial passes; -1: none. Whether it was hindered, silent.
+        for (const auto& [trial, limit, hindered, silent] :
+             {std::tuple(Trial{.sent = 1000, .received = 1000, .unsent = 10}, 0., false, false),
+              {Trial{.sent = 995, .received = 994, .lost = 1, .failed = 5}, 0.6, false, false},
+              {Trial{.sent = 990, .received = 990, .unsent = 11}, -1, true, false},
+              {Trial{}, 100, false, false},
+              {Trial{.sent = 9, .received = 9, .cutShort = true}, -1, false, false},
+              {late(lost, 100, 2500), 100, false, true},
+              {late(lost, 100, 2501), 100, true, true},
+              {late(lost, 900, 2000), 100, false, true},
+              {late(lost, 900, 2001), 100, true, true},
+              {Trial{.sent = 9, .lost = 9, .otherAnswers = 1}, 100, false, false}}) {
             QCOMPARE(trial.passes(limit), limit >= 0);
-            QCOMPARE(trial.isHindered(), trial.unsent > 10);
+            QCOMPARE(std::pair(trial.isHindered(), trial.isSilent()), std::pair(hindered, silent));
             QVERIFY(!trial.passes(limit - 0.001) && trial.passes(100) == (limit >= 0));
         }
     }
@@ -60,9 +77,15 @@ private slots:
     void surveysAsExpected()
     {
         const std::map<int, Link> links{
-            {8, dropsAbove(700)}, {100, dropsAbove(1000)}, {32, dropsAbove(0)}, {124, notTwice}};
+            {8,
+             [](int rate, size_t trial) { return trial == 3 ? 0.01 : dropsAbove(700)(rate, 0); }},
+            {16, [](int, size_t trial) { return trial % 5 == 4 ? 0 : 0.1; }},
+            {100, dropsAbove(1000)},
+            {32, dropsAbove(0)},
+            {9, dropsAbove(0)},
+            {124, notTwice}};
         SurveyOptions options =
-            parseSurveyOptions({"x", "--port=/dev/x", "--sizes=8,124,32,100,64", "--trial=2.5",
+            parseSurveyOptions({"x", "--port=/dev/x", "--sizes=8,124,16,32,9,100,64", "--trial=2.5",
                                 "--partial-loss=2", "--timeout=600", "--tag=cable=7"});
         Survey survey(options.sizesBytes, options.baudRate, options.partialLossPercent);
         QString told;
@@ -72,28 +95,87 @@ private slots:
                         .arg(size)
                         .arg(place)
                         .arg(rate)
-                        .arg("SCL"[int(purpose)])
+                        .arg("SCXL"[int(purpose)])
                         .arg(survey.trialsLeft());
             const auto trial = survey.results()[size_t(place) - 1].trials.size();
             Trial made = ::made(links.at(size), rate, purpose, trial);
-            made.unsent = size == 124 && trial == 7 ? 9 : 0;
+            made.unsent = size == 124 && trial == 5 ? 9 : 0;
             made.failed = size == 32 ? trial % 4 : 0;
             made.cutShort = made.failed == 2;
-            survey.take(made);
+            made.sendLagP99Us =
+                (size == 100 && trial == 2) || (size == 32 && trial < 3) ? 25'000 : 1;
+            if (size == 9)
+                made.lateUs = 700'900;
+            if (survey.take(made) == nullptr)
+                told += "again\n";
         }
         const QDateTime start({2027, 1, 2}, {3, 4, 5, 678}, QTimeZone(3600));
         const SurveyOutcome outcome{survey.results(),
                                     start,
                                     start.addMSecs(1001),
-                                    {"why"},
+                                    SurveyMoment{1.0004, start},
+                                    sizeReasons(survey.results(), 600),
                                     QJsonObject{{"name", "h"}},
                                     {},
                                     1};
         told += surveyTable(outcome, options.partialLossPercent) +
-                QJsonDocument(surveyReport(options, outcome)).toJson();
+                QJsonDocument(surveyReport(options, outcome))
+                    .toJson(QJsonDocument::Compact)
+                    .replace("},{", "},\n{") +
+                "\n" + silentText(outcome.sizes[0].trials[0], *outcome.silentSince);
         QFile file(EXPECTED);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(told.split('\n'), QString::fromUtf8(file.readAll()).split('\n'));
+    }
+
+    /** Counts "RATE PURPOSE: SENT-LOST" of trials, and what is told of them. */
+    void comparesLoss()
+    {
+        const QString high = "872S4360-4 872C4360-5 436S2180-3 436C2180-1 ";
+        const QString flood = "872S500-400 872C500-390 ";
+        const QString fresh = "109X545-%1 109X545-%1 109X545-%1 109X545-%1 ";
+        const QString close = "872S4360-14 109S545-0 109C3000-0 ";
+        // "more" at the rate found, "even" up to a rate, and whether loss depends on the rate.
+        for (const auto& [script, lossless, told] :
+             {std::tuple(QString("872S4360-0 872C4360-0 "), 872, "- - ?"),
+              {"872S4360-9 872C4360-9 1S5-5 1C5-5", 0, "- - ?"},
+              {"872S500-500 872C500-500 1S5-5 1C5-5 ", 0, "- - ?"},
+              {"872S500-400 872C500-400 1S5-4 1C5-3 ", 0, "- 1 in 1.3 at every rate no"},
+              {high + "109S545-0 109C545-0 ", 109, "109 - ?"},
+              {high + "109S545-0 109C545-1 109C545-0 ", 109, "- 1 in 1100 at every rate no"},
+              {high + "109S545-0 109C545-0 " + fresh.arg(0), 109, "- - ?"},
+              {"872S4360-1 872C4360-1 700S3500-0 700C3500-0", 700, "- - ?"},
+              {flood + "109S545-0 109C545-0 ", 109, "- - yes"},
+              {flood + high.mid(22) + "109S545-0 109C545-1 109C545-0 ", 109,
+               "- 1 in 1200 at every rate up to 436/s yes"},
+              {"872L500-400 872H500-400 109S545-0 109C545-0 ", 109, "- - yes"},
+              {"872H500-400 872H500-400 109S545-0 109C545-0 ", 109, "- - ?"},
+              {close, 109, "109 - ?"},
+              {close + fresh.arg(0), 109, "- - yes"},
+              {close + fresh.arg(1), 109, "- 1 in 560 at every rate no"}}) {
+            std::vector<Trial> trials;
+            for (const QString& word : script.split(' ', Qt::SkipEmptyParts)) {
+                const auto part = QRegularExpression("(\\d+)(.)(\\d+)-(\\d+)").match(word);
+                const auto purpose =
+                    TrialPurpose(std::max(0, int(QString("SCXL").indexOf(part.captured(2)))));
+                Trial trial{part.captured(1).toInt(), purpose};
+                trial.sent = part.captured(3).toULongLong();
+                trial.lost = part.captured(4).toULongLong();
+                trial.sendLagP99Us = part.captured(2) == "H" ? 3000 : 0;
+                trials.push_back(trial);
+            }
+            const LossComparison found = compareLoss(trials, lossless);
+            const QString even = found.even ? evenLossText(*found.even).mid(6) : QString("-");
+            const QString depends =
+                found.dependsOnRate ? (*found.dependsOnRate ? "yes" : "no") : "?";
+            QCOMPARE((found.moreAt ? QString::number(*found.moreAt) : "-") + ' ' + even + ' ' +
+                         depends,
+                     QString(told));
+        }
+        // Of eight cups four with milk first: three of those four are told right, or all.
+        QCOMPARE(chanceOf({4, 3}, {4, 1}), 17. / 70);
+        QCOMPARE(chanceOf({4, 4}, {4, 0}), 1. / 70);
+        QCOMPARE(chanceOf({4, 0}, {4, 4}), 1.);
     }
 
     void readsOptions()
