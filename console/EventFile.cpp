@@ -1,8 +1,8 @@
 #include "console/MainWindow.h"
 
 #include "engine/EventRow.h"
+#include "engine/wallTime.h"
 
-#include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
 #include <QStatusBar>
@@ -21,8 +21,7 @@ bool isTaken(const QString& fileName)
 void MainWindow::openEventFile()
 {
     const QString stem =
-        QStringLiteral("PacketTest_%1")
-            .arg(QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd_HHmmss")));
+        QStringLiteral("PacketTest_%1").arg(wallTime().toString(QStringLiteral("yyyyMMdd_HHmmss")));
     csvFileName = stem + QStringLiteral(".csv");
     csvFile = new QFile(csvFileName);
     bool opened = csvFile->open(QIODevice::WriteOnly | QIODevice::Text | QIODevice::NewOnly);
@@ -45,7 +44,7 @@ void MainWindow::writeEvent(const QString& type, const QString& msg)
         return;
     // A stream that has failed takes no more to the file, but keeps every later row in memory.
     csvStream->resetStatus();
-    *csvStream << eventRow(QDateTime::currentDateTime(), type, msg);
+    *csvStream << eventRow(wallTime(), type, msg);
     csvStream->flush();
 }
 

@@ -1,6 +1,7 @@
 #include "console/MainWindow.h"
 
-#include <QDateTime>
+#include "engine/wallTime.h"
+
 #include <QFile>
 #include <QFileDialog>
 #include <QMessageBox>
@@ -86,7 +87,7 @@ void MainWindow::createLogView()
 
 void MainWindow::appendLog(const QString& type, const QString& msg)
 {
-    const QString time = QDateTime::currentDateTime().toString(QStringLiteral("hh:mm:ss.zzz"));
+    const QString time = wallTime().toString(QStringLiteral("hh:mm:ss.zzz"));
     // All arguments in one call: a message may itself contain a %1.
     logView->append(QStringLiteral("<font color='%1'>[%2] %3: %4</font>")
                         .arg(lineColour(type), time, type, msg));

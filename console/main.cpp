@@ -2,6 +2,7 @@
 #include "console/MainWindow.h"
 #include "console/fitToScreen.h"
 #include "process/SignalWatch.h"
+#include "process/useUtf8.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -9,6 +10,7 @@
 int main(int argc, char* argv[])
 {
     prepareStandardStreams();
+    useUtf8();
     SignalWatch::block();
     const QApplication application(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Varnott"));

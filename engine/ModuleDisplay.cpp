@@ -1,8 +1,7 @@
 #include "engine/BraskTestWorker.h"
 
+#include "engine/wallTime.h"
 #include "link/vnPacketComs.h"
-
-#include <QDateTime>
 
 #include <algorithm>
 #include <cstring>
@@ -20,7 +19,7 @@ void BraskTestWorker::updateLCDDisplay()
 {
     if (!connected)
         return;
-    sendLCDText(0, 0, QDateTime::currentDateTime().toString(QStringLiteral("MM/dd/yy hh:mm:ss")));
+    sendLCDText(0, 0, wallTime().toString(QStringLiteral("MM/dd/yy hh:mm:ss")));
     if (!testRunning) {
         sendLCDText(1, 0, QStringLiteral("Ready"));
         return;

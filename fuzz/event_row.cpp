@@ -4,6 +4,7 @@
 #include "soak/csvRecord.h"
 
 #include <QDateTime>
+#include <QTimeZone>
 
 #include <array>
 
@@ -99,7 +100,8 @@ QDateTime makeTime(Input& input)
 {
     const QDate date = QDate(1970, 1, 1).addDays(input.word());
     // In UTC, where every time of the day exists.
-    return {date, QTime::fromMSecsSinceStartOfDay(input.word() * 1318 + input.byte()), Qt::UTC};
+    return {date, QTime::fromMSecsSinceStartOfDay(input.word() * 1318 + input.byte()),
+            QTimeZone::utc()};
 }
 
 QString timestamp(const QDateTime& time)

@@ -20,6 +20,8 @@ set(CPACK_DEBIAN_PACKAGE_DEPENDS qt6-qpa-plugins)
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-wayland, hicolor-icon-theme")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 # Debian compresses manual pages and changelogs, other systems do that for themselves.
+# The release that the package is made in, and for.
+cmake_host_system_information(RESULT DISTRIB QUERY DISTRIB_INFO)
 configure_file(changelog.Debian.in changelog.Debian @ONLY)
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/compress.cmake)
 set(CPACK_DEBIAN_CHANGELOG ${CMAKE_CURRENT_BINARY_DIR}/changelog.Debian)

@@ -1,6 +1,7 @@
 #include "command/OutputFile.h"
 #include "command/StandardError.h"
 #include "command/standardStreams.h"
+#include "process/useUtf8.h"
 #include "report/TextTable.h"
 #include "report/page.h"
 #include "report/readReport.h"
@@ -74,6 +75,7 @@ int report(const ReportOptions& options, StandardError& errors)
 int main(int argc, char** argv)
 {
     prepareStandardStreams();
+    useUtf8();
     const QCoreApplication application(argc, argv);
     StandardError errors(QStringLiteral("packetbrask-report"));
     const ReportOptions options = parseReportOptions(QCoreApplication::arguments());

@@ -1,6 +1,7 @@
 #include "runner/RunSession.h"
 
 #include "command/OutputFile.h"
+#include "engine/wallTime.h"
 #include "runner/ExitStatus.h"
 #include "runner/TerminalOutput.h"
 #include "runner/hostFacts.h"
@@ -131,7 +132,7 @@ void RunSession::onLineLost()
 
 void RunSession::onLogMessage(const QString& type, const QString& message)
 {
-    const QDateTime now = QDateTime::currentDateTime();
+    const QDateTime now = wallTime();
     record(now, type, message);
     QString shown = message;
     if (std::exchange(isWithoutCode, false))
@@ -181,8 +182,7 @@ void RunSession::onRunEnded()
         output.complain(QStringLiteral("not passed: ") + reason);
     const bool written = writeReports(verdict);
     if (written && verdict.status == ExitStatus::Passed)
-        output.log(QDateTime::currentDateTime(), QStringLiteral("SUCCESS"),
-                   QStringLiteral("The run passed"));
+        output.log(wallTime(), QStringLiteral("SUCCESS"), QStringLiteral("The run passed"));
     finish(static_cast<int>(written ? verdict.status : ExitStatus::OutputFailed));
 }
 

@@ -1,6 +1,7 @@
 #include "command/standardStreams.h"
 #include "link/vnPortEnumerator.h"
 #include "process/SignalWatch.h"
+#include "process/useUtf8.h"
 #include "runner/ExitStatus.h"
 #include "runner/RunSession.h"
 #include "runner/TerminalOutput.h"
@@ -59,6 +60,7 @@ int run(const RunOptions& options)
 int main(int argc, char** argv)
 {
     prepareStandardStreams();
+    useUtf8();
     SignalWatch::block();
     const QCoreApplication application(argc, argv);
     const RunOptions options = parseRunOptions(QCoreApplication::arguments());

@@ -3,6 +3,7 @@
 #include "command/standardStreams.h"
 #include "process/SignalWatch.h"
 #include "process/terminal.h"
+#include "process/useUtf8.h"
 #include "simulator/LedgerFile.h"
 #include "simulator/LineLink.h"
 #include "simulator/SimulatedModule.h"
@@ -87,6 +88,7 @@ int run(const ModuleOptions& options)
 int main(int argc, char** argv)
 {
     prepareStandardStreams();
+    useUtf8();
     SignalWatch::block();
     const QCoreApplication application(argc, argv);
     const ModuleOptions options = parseModuleOptions(QCoreApplication::arguments());

@@ -2,8 +2,8 @@
 
 #include "engine/ExactTiming.h"
 #include "engine/WindowTiming.h"
+#include "engine/wallTime.h"
 
-#include <QDateTime>
 #include <QDeadlineTimer>
 
 #include <sys/ioctl.h>
@@ -58,7 +58,7 @@ EngineBench::EngineBench(bool exactTiming) : isExact(exactTiming), run(new RunAc
         if (run->completions > 0 || (run->lines.isEmpty() && message != u"Test started"))
             return;
         run->lines.append({type, message});
-        run->events.add(QDateTime::currentDateTime(), type, message);
+        run->events.add(wallTime(), type, message);
     });
     thread.start();
     have(&Engine::refreshPorts); // the thread takes what it needs

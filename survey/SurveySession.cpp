@@ -1,6 +1,7 @@
 #include "survey/SurveySession.h"
 
 #include "command/OutputFile.h"
+#include "engine/wallTime.h"
 #include "runner/TerminalOutput.h"
 #include "runner/hostFacts.h"
 #include "runner/portAdapter.h"
@@ -62,7 +63,7 @@ void SurveySession::listen()
 
 void SurveySession::start()
 {
-    outcome.start = QDateTime::currentDateTime();
+    outcome.start = wallTime();
     sinceStart.start();
     engine.connectToPort(options.port, options.baudRate);
 }
@@ -269,7 +270,7 @@ void SurveySession::afterListening()
 
 void SurveySession::report(const SizeResult& size)
 {
-    const QDateTime now = QDateTime::currentDateTime();
+    const QDateTime now = wallTime();
     const bool passed = size.trials.back().passes(0);
     output.log(now, passed ? QStringLiteral("SUCCESS") : QStringLiteral("WARNING"),
                trialText(size));
@@ -288,7 +289,7 @@ void SurveySession::end(ExitStatus status, const QString& reason)
 {
     statusTimer.stop();
     output.showStatus({});
-    outcome.end = QDateTime::currentDateTime();
+    outcome.end = wallTime();
     outcome.sizes = survey.results();
     if (!reason.isEmpty())
         outcome.reasons += reason;

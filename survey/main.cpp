@@ -1,5 +1,6 @@
 #include "command/standardStreams.h"
 #include "process/SignalWatch.h"
+#include "process/useUtf8.h"
 #include "runner/ExitStatus.h"
 #include "runner/TerminalOutput.h"
 #include "survey/SurveySession.h"
@@ -38,6 +39,7 @@ int run(const SurveyOptions& options)
 int main(int argc, char** argv)
 {
     prepareStandardStreams();
+    useUtf8();
     SignalWatch::block();
     const QCoreApplication application(argc, argv);
     const SurveyOptions options = parseSurveyOptions(QCoreApplication::arguments());

@@ -5,6 +5,8 @@
 set -euo pipefail
 
 package=$1 picture=$2
+# What the package was made on.
+suite=$(sed -n 's/^VERSION_CODENAME=//p' /etc/os-release)
 work=$(mktemp -d "${TMPDIR:-/tmp}/packetbrask-package.XXXXXX")
 trap 'rm -rf "$work"' EXIT
 trap 'exit 130' INT
@@ -58,7 +60,7 @@ timeout 500 env -u LD_PRELOAD -u UMOCKDEV_DIR mmdebstrap --variant=apt --format=
     --customize-hook="copy-in '$work/packetbrask.deb' /tmp" \
     --customize-hook='chroot "$1" apt-get install -y --no-install-recommends /tmp/packetbrask.deb' \
     --customize-hook="bash '$work/in-system.sh' \"\$1\" '$work/result.png'" \
-    bookworm - >"$work/log" 2>&1 || {
+    "$suite" - >"$work/log" 2>&1 || {
     tail -n 30 "$work/log" >&2
     exit 1
 }

@@ -20,7 +20,7 @@ bench_packages=(libbenchmark-dev libxcb1-dev xvfb python3)
 
 # To build the fuzzers, to name the lines of what they find and to tell what they reach.
 # shellcheck disable=SC2034  # read by the scripts that source this file
-fuzz_packages=(clang libclang-rt-14-dev llvm)
+fuzz_packages=(clang libclang-rt-dev llvm)
 
 # To check the sources.
 # shellcheck disable=SC2034  # read by the scripts that source this file
@@ -31,6 +31,10 @@ lint_packages=(clang-format clang-tidy clazy cppcheck shellcheck)
 package_packages=(help2man librsvg2-bin dpkg-dev file lintian desktop-file-utils appstream)
 # shellcheck disable=SC2034  # read by the scripts that source this file
 package_test_packages=(mmdebstrap uidmap x11-utils systemd udev man-db strace)
+
+# To make a system of another Debian release.
+# shellcheck disable=SC2034  # read by the scripts that source this file
+release_packages=(mmdebstrap)
 
 # To try the programs on the drivers of a kernel of its own, in an emulated machine.
 # shellcheck disable=SC2034  # read by the scripts that source this file

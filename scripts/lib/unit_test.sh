@@ -33,7 +33,7 @@ wants() {
     told=$(SYSTEMD_LOG_LEVEL=info udevadm test --action=add "$device" 2>"$complaints") ||
         fail "udevadm: $(cat "$complaints")"
     ! grep -F packetbrask "$complaints" >&2 || fail "udev finds fault with the rule"
-    sed -n 's/^SYSTEMD_WANTS=//p' <<<"$told"
+    sed -n 's/^ *SYSTEMD_WANTS=//p' <<<"$told"
 }
 
 check_rule() {

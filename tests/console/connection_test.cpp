@@ -37,8 +37,9 @@ private slots:
         for (const char* name : {"tty.a", "ttysa", "attyS0", "tty_a", "TTYUSB0", "ttya", "tty0"})
             std::ofstream(devices / name) << "no device";
         fs::create_directory(devices / "ttySdirectory");
-        const QStringList found{"ttyS7",     "ttyUSB0 = USB_Serial",       "tty.a",
-                                "ttyVN0 = ", "ttyACM3 = Módem %1 of 100%", "ttysa"};
+        const QString emptyModel = UDEV_VERSION < 257 ? "ttyVN0 = " : "ttyVN0"; // no longer kept
+        const QStringList found{"ttyS7",    "ttyUSB0 = USB_Serial",       "tty.a",
+                                emptyModel, "ttyACM3 = Módem %1 of 100%", "ttysa"};
         auto changed = fs::file_time_type::clock::now();
         for (const QString& description : found)
             fs::last_write_time(devices / description.section(' ', 0, 0).toStdString(),
@@ -70,7 +71,7 @@ private slots:
                 fs::remove(device); // for the rest of this program
         bench.button("Refresh")->click();
         QCOMPARE(bench.status(), "Scanning for ports...");
-        QTRY_COMPARE(list->itemText(0), "(No ports detected)");
+        QVERIFY(QTest::qWaitFor([&] { return list->itemText(0) == "(No ports detected)"; }));
         QCOMPARE(list->count(), 1);
         QCOMPARE(bench.status(), "No serial ports found|3000");
         QVERIFY(bench.log().constLast().endsWith("] WARNING: No serial ports detected"));
@@ -99,7 +100,7 @@ private slots:
         bench.named<QComboBox>("Port:")->setItemData(0, "/dev/null/none");
         QCOMPARE(bench.boxesOf([&] { bench.button("Connect")->click(); }),
                  QStringList{"Critical|Error|" + reason});
-        QTRY_COMPARE(bench.status(), "Disconnected");
+        QVERIFY(QTest::qWaitFor([&] { return bench.status() == "Disconnected"; }));
         QVERIFY(bench.log().constLast().endsWith("] ERROR: " + reason));
     }
 
@@ -109,17 +110,17 @@ private slots:
         const ModuleThread module;
         QVERIFY(bench.connectTo(module.path()));
         bench.startRun(200, 300);
-        QTRY_VERIFY(bench.received() > 0);
+        QVERIFY(QTest::qWaitFor([&] { return bench.received() > 0; }));
         for (int i = 1; i <= 1000; ++i)
             QVERIFY(QFile(qEnvironmentVariable("UMOCKDEV_DIR") + "/dev/ttyUSB" + QString::number(i))
                         .open(QIODevice::WriteOnly));
         bench.call("onRefreshPorts");
         const auto* ports = bench.named<QComboBox>("Port:");
         QCOMPARE(ports->count(), 1); // the engine looks, not the window
-        QTRY_COMPARE(ports->count(), 1000);
+        QVERIFY(QTest::qWaitFor([&] { return ports->count() == 1000; }));
         QCOMPARE(ports->currentIndex(), 0);
         const int received = bench.received();
-        QTRY_VERIFY(bench.received() > received);
+        QVERIFY(QTest::qWaitFor([&] { return bench.received() > received; }));
         QVERIFY(bench.stops());
     }
 };

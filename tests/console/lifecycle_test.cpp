@@ -29,7 +29,8 @@ private slots:
     void init() { useBefore = processUse(); }
     void cleanup()
     {
-        QTRY_VERIFY(processUse() <= useBefore); // a thread that has ended may linger a little
+        // A thread that has ended may linger a little.
+        QVERIFY(QTest::qWaitFor([&] { return processUse() <= useBefore; }));
     }
 
     static void endsInOrder_data() // CMakeLists.txt has each trouble in an entry of its own
@@ -52,7 +53,7 @@ private slots:
         QVERIFY(bench.connectTo(module.path()));
         if (runs) {
             bench.startRun(1000, 50);
-            QTRY_VERIFY(bench.figure("Packets Sent:").toInt() > 0);
+            QVERIFY(QTest::qWaitFor([&] { return bench.figure("Packets Sent:").toInt() > 0; }));
         }
         if (moment.startsWith("waiting")) {
             bench.button("Stop Test")->click();

@@ -39,6 +39,8 @@ private slots:
     void startsAndEnds()
     {
         qAddPreRoutine(lookAndEnd);
+        qputenv("LC_ALL", "C");
+        QTest::failOnWarning(QRegularExpression("locale"));
         char name[] = "packetbrask";
         char* arguments[] = {name, nullptr};
         QCOMPARE(windowMain(1, arguments), 0);

@@ -1,4 +1,5 @@
 #include "engine/EventRow.h"
+#include "engine/wallTime.h"
 #include "tests/engine/EngineBench.h"
 #include "tests/support/processes.h"
 
@@ -9,6 +10,7 @@
 #include <QTimer>
 
 #include <array>
+#include <chrono>
 
 namespace {
 
@@ -17,6 +19,12 @@ using Bench = EngineBench;
 QByteArray echo(const QByteArray& payload)
 {
     return frame(0x40, payload);
+}
+
+qint64 wallMs()
+{
+    using namespace std::chrono;
+    return floor<milliseconds>(system_clock::now().time_since_epoch()).count();
 }
 
 /** The lines below this heading of expected.txt. */
@@ -247,11 +255,11 @@ private slots:
         for (int run = 0; run < 2; ++run) { // the second begins where the first did: at nothing
             bench.time->pass(360);          // 630 ms before the screen is due again
             bench.take();
-            const qint64 before = QDateTime::currentMSecsSinceEpoch();
+            const qint64 before = wallMs();
             bench.line.send(echo(QByteArray("\1\0\0\0\0\0\0\0", 8)) +
                             frame(0x81)); // of earlier times
             bench.start({5, 8, 8, 250, 1});
-            const qint64 after = QDateTime::currentMSecsSinceEpoch();
+            const qint64 after = wallMs();
             bench.time->pass(1000);
             QCOMPARE(bench.take(), expected("a run"));
             QVERIFY(before <= bench.stats.startTime && bench.stats.startTime <= after);
@@ -259,6 +267,15 @@ private slots:
             bench.time->pass(1640); // nothing is left of it
             QCOMPARE(bench.take(), (QStringList{"2630 0,0 NOW", "2630 0,1 Ready", //
                                                 "3630 0,0 NOW", "3630 0,1 Ready"}));
+        }
+    }
+
+    void stampsNothingAheadOfTime()
+    {
+        for (const qint64 end = wallMs() + 3; wallMs() < end;) {
+            const qint64 before = wallMs();
+            const qint64 stamp = wallTime().toMSecsSinceEpoch();
+            QVERIFY(before <= stamp && stamp <= wallMs());
         }
     }
 

@@ -1,13 +1,16 @@
 #include "process/SignalWatch.h"
+#include "process/useUtf8.h"
 #include "tests/support/processes.h"
 
 #include <QCoreApplication>
 #include <QSignalSpy>
 #include <QTest>
 
+#include <clocale>
 #include <csignal>
 
 #include <fcntl.h>
+#include <langinfo.h>
 #include <unistd.h>
 
 class SignalWatchTest : public QObject
@@ -45,6 +48,21 @@ private slots:
             }
         }
         QCOMPARE(processUse().first, use);
+    }
+
+    void choosesUtf8()
+    {
+        for (const QByteArrayList& set :
+             {QByteArrayList{"LANG", "C"}, {"LC_ALL", "POSIX"}, {"LANG", "no_NE"}, {}}) {
+            for (const char* name : {"LANG", "LC_ALL", "LC_CTYPE"})
+                qunsetenv(name);
+            qputenv(set.value(0, "LANG").constData(), set.value(1));
+            useUtf8();
+            const locale_t chosen = newlocale(LC_ALL_MASK, "", nullptr);
+            QVERIFY(chosen != nullptr);
+            QCOMPARE(nl_langinfo_l(CODESET, chosen), "UTF-8");
+            freelocale(chosen);
+        }
     }
 };
 
