@@ -1,7 +1,7 @@
 #pragma once
 
-#include "measure/PingSink.h"
 #include "command/RowFile.h"
+#include "measure/PingSink.h"
 
 #include <QByteArray>
 

@@ -143,7 +143,7 @@ void SurveySession::onStatsUpdated()
 {
     if (engine.stats().packetsReceived > echoesTaken) {
         echoesTaken = engine.stats().packetsReceived;
-        lastEcho = {static_cast<double>(sinceStart.elapsed()) / 1000, QDateTime::currentDateTime()};
+        lastEcho = {static_cast<double>(sinceStart.elapsed()) / 1000, wallTime()};
     }
     const bool isAnswered = (stage == Stage::Waking || stage == Stage::Asking) &&
                             cameInTime(engine.figures(), options.timeoutMs);
