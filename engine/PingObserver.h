@@ -7,8 +7,10 @@
  *
  * Threads: every call comes on the engine's thread, between runBegan() and runEnded() of a run, and
  * holds up sending and receiving for as long as it takes. Moments are nanoseconds of the engine's
- * steady clock and never run backwards. A ping is named by its sequence id, which counts from 0 in
- * each run; a ping that could not be sent has used up its id.
+ * steady clock. They do not run backwards, except for frames that waited for earlier bytes to
+ * become a frame: these are told with the moment they were read at, which may lie before calls made
+ * since. A ping is named by its sequence id, which counts from 0 in each run; a ping that could not
+ * be sent has used up its id.
  *
  * Of each ping that was sent, exactly one of echoMatched(), echoChanged() and pingGivenUp() is told
  * later, before runEnded(). Received pings are the matched ones, lost pings all others. What an
