@@ -83,13 +83,13 @@ private slots:
     {
         struct Case
         {
-            quint32 sent, lost;
-            double longestMs, limitPercent;
-            bool lineLost;
-            const char* fault;
-            int status;
-            const char* told;    // what broke with its reason; what was not judged
-            quint64 leftOut = 0; // by the computer, and 5 by the line
+            quint32 sent = 0, lost = 0;
+            double longestMs = 0, limitPercent = 0;
+            bool lineLost = false;
+            const char* fault = "";
+            int status = 0;
+            const char* told = ""; // what broke with its reason; what was not judged
+            quint64 leftOut = 0;   // by the computer, and 5 by the line
         };
         for (const Case& each : std::initializer_list<Case>{
                  {1000, 1, 5.25, 0.1, false, "", 0, ""},

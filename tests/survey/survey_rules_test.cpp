@@ -135,6 +135,7 @@ private slots:
         const QString flood = "872S500-400 872C500-390 ";
         const QString fresh = "109X545-%1 109X545-%1 109X545-%1 109X545-%1 ";
         const QString close = "872S4360-14 109S545-0 109C3000-0 ";
+        const QRegularExpression form("(\\d+)(.)(\\d+)-(\\d+)");
         // "more" at the rate found, "even" up to a rate, and whether loss depends on the rate.
         for (const auto& [script, lossless, told] :
              {std::tuple(QString("872S4360-0 872C4360-0 "), 872, "- - ?"),
@@ -155,7 +156,7 @@ private slots:
               {close + fresh.arg(1), 109, "- 1 in 560 at every rate no"}}) {
             std::vector<Trial> trials;
             for (const QString& word : script.split(' ', Qt::SkipEmptyParts)) {
-                const auto part = QRegularExpression("(\\d+)(.)(\\d+)-(\\d+)").match(word);
+                const auto part = form.match(word);
                 const auto purpose =
                     TrialPurpose(std::max(0, int(QString("SCXL").indexOf(part.captured(2)))));
                 Trial trial{part.captured(1).toInt(), purpose};
