@@ -10,8 +10,8 @@ void addOptions(QCommandLineParser& parser)
     parser.setApplicationDescription(QStringLiteral(
         "Shows what reports of packetbrask-run say: one run, up to eight laid over each other, or "
         "a batch as a table; or one report of packetbrask-survey. Exit status: 0 when all was read "
-        "and written, 1 when a report could "
-        "not be read, 2 when none could or the usage was wrong, 3 when nothing could be written."));
+        "and written, 1 when a report could not be read, 2 when none could or the usage was wrong, "
+        "5 when something could not be written."));
     parser.addOption({{"h", "help"}, QStringLiteral("Show this help and end.")});
     parser.addOption({{"v", "version"}, QStringLiteral("Show the version and end.")});
     parser.addOption({QStringLiteral("html"),

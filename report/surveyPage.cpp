@@ -36,8 +36,9 @@ QString carriedCell(const SurveySize& size)
 QString tiles(const LinkSurvey& survey)
 {
     QString text =
-        QStringLiteral("<section><p class=\"quiet\">Highest rate without loss by payload, and its "
-                       "share of what the line has room for</p><dl class=\"tiles\">");
+        QStringLiteral("<section><p class=\"quiet\">Highest rate without loss by payload, or up to "
+                       "which the loss is the same, and its share of what the line has room for</p>"
+                       "<dl class=\"tiles\">");
     for (const SurveySize& size : survey.sizes)
         text += QStringLiteral("<div><dt>%1</dt><dd>%2</dd></div>")
                     .arg(sizeText(size), carriedCell(size));
