@@ -3,7 +3,7 @@
 // The window runs a test meanwhile, so that every line goes into the event file too.
 
 #include "benchmarks/LogTarget.h"
-#include "simulator/ModuleThread.h"
+#include "tests/support/ModuleThread.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

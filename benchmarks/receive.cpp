@@ -1,7 +1,7 @@
 #include "link/vnPacket.h"
 #include "link/vnPacketComs.h"
 #include "link/vnSerialComs.h"
-#include "simulator/RawLine.h"
+#include "tests/support/RawLine.h"
 #include "tests/support/frame.h"
 
 #include <benchmark/benchmark.h>

@@ -97,7 +97,7 @@ class Bench:
     @contextlib.contextmanager
     def module(self, *options):
         """A simulated module; gives the path of its line."""
-        command = [self.build / "simulator" / "packetbrask-module", *map(str, options)]
+        command = [self.build / "simulator/program/packetbrask-module", *map(str, options)]
         with subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                               text=True) as process:
             try:

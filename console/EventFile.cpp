@@ -1,7 +1,7 @@
 #include "console/MainWindow.h"
 
 #include "engine/EventRow.h"
-#include "engine/wallTime.h"
+#include "engine/timing/wallTime.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "engine/RunClock.h"
 #include "engine/TestStats.h"
+#include "engine/timing/RunClock.h"
 #include "link/vnPortEnumerator.h"
 
 #include <QList>

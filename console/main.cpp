@@ -1,8 +1,8 @@
+#include "command/SignalWatch.h"
 #include "command/standardStreams.h"
+#include "command/useUtf8.h"
 #include "console/MainWindow.h"
 #include "console/fitToScreen.h"
-#include "process/SignalWatch.h"
-#include "process/useUtf8.h"
 
 #include <QApplication>
 #include <QIcon>

@@ -1,6 +1,6 @@
 #include "engine/BraskTestWorker.h"
 
-#include "engine/WindowTiming.h"
+#include "engine/timing/WindowTiming.h"
 #include "link/vnPacketComs.h"
 #include "link/vnSerialComs.h"
 

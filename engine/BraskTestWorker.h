@@ -1,10 +1,10 @@
 #pragma once
 
 #include "engine/PendingPacket.h"
-#include "engine/PingObserver.h"
-#include "engine/RunClock.h"
-#include "engine/TestConfig.h"
 #include "engine/TestStats.h"
+#include "engine/timing/PingObserver.h"
+#include "engine/timing/RunClock.h"
+#include "engine/timing/TestConfig.h"
 #include "link/vnPortEnumerator.h"
 
 #include <QList>

@@ -1,7 +1,7 @@
 #include "engine/metaTypes.h"
 
-#include "engine/TestConfig.h"
 #include "engine/TestStats.h"
+#include "engine/timing/TestConfig.h"
 #include "link/vnPortEnumerator.h"
 
 void registerEngineTypes()

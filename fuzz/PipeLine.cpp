@@ -1,7 +1,7 @@
 #include "fuzz/PipeLine.h"
 
 #include "fuzz/disagree.h"
-#include "simulator/Pty.h"
+#include "simulator/line/Pty.h"
 
 #include <array>
 #include <utility>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/PingObserver.h"
+#include "engine/timing/PingObserver.h"
 #include "measure/LossBursts.h"
 #include "measure/PingSequence.h"
 #include "measure/RunFigures.h"

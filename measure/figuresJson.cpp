@@ -1,6 +1,6 @@
 #include "measure/figuresJson.h"
 
-#include "engine/PingObserver.h"
+#include "engine/timing/PingObserver.h"
 #include "link/vnPacketComs.h"
 
 #include <QJsonArray>

@@ -1,14 +1,14 @@
 #include "command/OutputFile.h"
 #include "command/StandardError.h"
 #include "command/standardStreams.h"
-#include "process/useUtf8.h"
-#include "report/TextTable.h"
-#include "report/page.h"
-#include "report/readReport.h"
+#include "command/useUtf8.h"
+#include "report/html/page.h"
+#include "report/html/surveyPage.h"
+#include "report/read/readReport.h"
 #include "report/reportOptions.h"
-#include "report/surveyPage.h"
-#include "report/surveyText.h"
-#include "report/textReport.h"
+#include "report/text/TextTable.h"
+#include "report/text/surveyText.h"
+#include "report/text/textReport.h"
 
 #include <QCoreApplication>
 

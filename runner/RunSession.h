@@ -1,8 +1,8 @@
 #pragma once
 
-#include "runner/EngineDriver.h"
+#include "drive/EngineDriver.h"
+#include "port/LineErrors.h"
 #include "runner/EventWriter.h"
-#include "runner/LineErrors.h"
 #include "runner/PingLog.h"
 #include "runner/RunOutcome.h"
 #include "runner/runOptions.h"

@@ -1,11 +1,11 @@
+#include "command/ExitStatus.h"
+#include "command/SignalWatch.h"
+#include "command/TerminalOutput.h"
 #include "command/standardStreams.h"
+#include "command/useUtf8.h"
 #include "link/vnPortEnumerator.h"
-#include "process/SignalWatch.h"
-#include "process/useUtf8.h"
-#include "runner/ExitStatus.h"
+#include "port/portCheck.h"
 #include "runner/RunSession.h"
-#include "runner/TerminalOutput.h"
-#include "runner/portCheck.h"
 
 #include <QCoreApplication>
 

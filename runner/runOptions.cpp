@@ -1,6 +1,6 @@
 #include "runner/runOptions.h"
 
-#include "runner/OptionReader.h"
+#include "command/OptionReader.h"
 
 #include <QCommandLineParser>
 

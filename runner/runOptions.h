@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/TestConfig.h"
+#include "engine/timing/TestConfig.h"
 
 #include <QMap>
 #include <QString>

@@ -1,7 +1,7 @@
 #include "runner/runReport.h"
 
+#include "engine/lineCapacity.h"
 #include "measure/figuresJson.h"
-#include "runner/lineCapacity.h"
 
 #include <QJsonArray>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runner/ExitStatus.h"
+#include "command/ExitStatus.h"
 #include "runner/RunOutcome.h"
 #include "runner/runOptions.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "simulator/ModuleCounts.h"
+#include "simulator/line/ModuleCounts.h"
 
 #include <QString>
 

@@ -1,11 +1,11 @@
 #include "simulator/SimulatedModule.h"
 
 #include "link/SteadyClock.h"
-#include "simulator/Answer.h"
-#include "simulator/DelayedAnswers.h"
-#include "simulator/LineReader.h"
-#include "simulator/LineWriter.h"
-#include "simulator/Pty.h"
+#include "simulator/line/Answer.h"
+#include "simulator/line/DelayedAnswers.h"
+#include "simulator/line/LineReader.h"
+#include "simulator/line/LineWriter.h"
+#include "simulator/line/Pty.h"
 #include "simulator/moduleAnswers.h"
 #include "simulator/moduleFrame.h"
 

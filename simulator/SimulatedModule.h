@@ -1,12 +1,12 @@
 #pragma once
 
 #include "simulator/FaultPlan.h"
-#include "simulator/ModuleCounts.h"
 #include "simulator/ModuleFaults.h"
 #include "simulator/ModuleScreen.h"
 #include "simulator/PingLedger.h"
-#include "simulator/RateGate.h"
 #include "simulator/RequestParser.h"
+#include "simulator/line/ModuleCounts.h"
+#include "simulator/line/RateGate.h"
 
 #include <QObject>
 #include <QString>

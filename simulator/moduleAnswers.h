@@ -1,7 +1,7 @@
 #pragma once
 
-#include "simulator/Answer.h"
 #include "simulator/FaultPlan.h"
+#include "simulator/line/Answer.h"
 
 /** What a module sends. Stateless functions; any thread. */
 namespace moduleAnswers {

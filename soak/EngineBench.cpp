@@ -1,8 +1,8 @@
 #include "soak/EngineBench.h"
 
-#include "engine/ExactTiming.h"
-#include "engine/WindowTiming.h"
-#include "engine/wallTime.h"
+#include "engine/timing/ExactTiming.h"
+#include "engine/timing/WindowTiming.h"
+#include "engine/timing/wallTime.h"
 
 #include <QDeadlineTimer>
 

@@ -2,7 +2,7 @@
 
 #include "engine/BraskTestWorker.h"
 #include "runner/EventWriter.h"
-#include "simulator/ModuleThread.h"
+#include "tests/support/ModuleThread.h"
 
 #include <atomic>
 #include <limits>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "runner/EngineDriver.h"
-#include "runner/ExitStatus.h"
-#include "survey/Survey.h"
+#include "command/ExitStatus.h"
+#include "drive/EngineDriver.h"
+#include "survey/search/Survey.h"
 #include "survey/surveyOptions.h"
 
 #include <QElapsedTimer>

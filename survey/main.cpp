@@ -1,8 +1,8 @@
+#include "command/ExitStatus.h"
+#include "command/SignalWatch.h"
+#include "command/TerminalOutput.h"
 #include "command/standardStreams.h"
-#include "process/SignalWatch.h"
-#include "process/useUtf8.h"
-#include "runner/ExitStatus.h"
-#include "runner/TerminalOutput.h"
+#include "command/useUtf8.h"
 #include "survey/SurveySession.h"
 
 #include <QCoreApplication>

@@ -1,8 +1,8 @@
 #include "survey/surveyOptions.h"
 
-#include "engine/TestConfig.h"
-#include "runner/OptionReader.h"
-#include "runner/lineCapacity.h"
+#include "command/OptionReader.h"
+#include "engine/lineCapacity.h"
+#include "engine/timing/TestConfig.h"
 
 #include <QCommandLineParser>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "survey/Survey.h"
+#include "survey/search/Survey.h"
 
 #include <QStringList>
 

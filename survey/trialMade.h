@@ -1,7 +1,7 @@
 #pragma once
 
 #include "measure/RunFigures.h"
-#include "survey/Survey.h"
+#include "survey/search/Survey.h"
 
 /**
  * What became of the trial `next`, by the figures of its run; `timeoutMs` as in TestConfig. An echo

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "survey/Survey.h"
+#include "survey/search/Survey.h"
 
 /** The last trial of `size`, for the log. Pure. */
 QString trialText(const SizeResult& size);

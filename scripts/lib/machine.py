@@ -77,7 +77,7 @@ class Machine:
                 tempfile.TemporaryDirectory(prefix="packetbrask-machine.")))
             for line in ("adapter", "serial"):
                 parts.enter_context(self.child(
-                    self.programs / "simulator/packetbrask-module", "--link", self.line(line)))
+                    self.programs / "simulator/program/packetbrask-module", "--link", self.line(line)))
                 wait_for(f"the module of the {line}", self.line(line).exists)
             emulator = parts.enter_context(self.child(*self.emulator()))
             self.control = self.connect("control", emulator)

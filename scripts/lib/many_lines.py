@@ -128,7 +128,7 @@ def run_round(build, folder, count, options):
     with contextlib.ExitStack() as stack:
         stack.callback(end, modules)
         stack.callback(end, runners)
-        paths = start_modules(build / "simulator/packetbrask-module", folder, count, modules)
+        paths = start_modules(build / "simulator/program/packetbrask-module", folder, count, modules)
         time_before, busy_before = time.monotonic(), busy_seconds()
         start_runners(build / "runner/packetbrask-run", folder, paths, options, runners)
         runner_ends = [cpu_seconds(runner) for runner in runners]

@@ -120,7 +120,7 @@ class Station:
         write_program(folder / "bin/packetbrask-run", RUNNER.format(
             testbed=testbed, runner=build / "runner/packetbrask-run", seconds=SECONDS))
         for name in PORTS:
-            self.start_module(build / "simulator/packetbrask-module", testbed / "dev" / name, stack)
+            self.start_module(build / "simulator/program/packetbrask-module", testbed / "dev" / name, stack)
         stack.callback(self.stop)
 
     def start_testbed(self, stack):

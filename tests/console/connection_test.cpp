@@ -1,5 +1,5 @@
 #include "link/vnPortEnumerator.h"
-#include "simulator/ModuleThread.h"
+#include "tests/support/ModuleThread.h"
 #include "tests/support/WindowBench.h"
 
 #include <filesystem>

@@ -1,4 +1,4 @@
-#include "simulator/ModuleThread.h"
+#include "tests/support/ModuleThread.h"
 #include "tests/support/WindowBench.h"
 #include "tests/support/processes.h"
 

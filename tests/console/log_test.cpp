@@ -1,5 +1,5 @@
 #include "engine/EventRow.h"
-#include "simulator/ModuleThread.h"
+#include "tests/support/ModuleThread.h"
 #include "tests/support/WindowBench.h"
 #include "tests/support/processes.h"
 

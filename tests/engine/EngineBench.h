@@ -2,9 +2,9 @@
 
 #include "engine/BraskTestWorker.h"
 #include "link/vnSerialComs.h"
-#include "simulator/RawLine.h"
 #include "simulator/RequestParser.h"
 #include "tests/support/HandTiming.h"
+#include "tests/support/RawLine.h"
 #include "tests/support/frame.h"
 
 #include <QDateTime>

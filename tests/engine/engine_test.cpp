@@ -1,5 +1,5 @@
 #include "engine/EventRow.h"
-#include "engine/wallTime.h"
+#include "engine/timing/wallTime.h"
 #include "tests/engine/EngineBench.h"
 #include "tests/support/processes.h"
 

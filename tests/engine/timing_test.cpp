@@ -1,6 +1,6 @@
-#include "engine/ExactTiming.h"
-#include "engine/WindowTiming.h"
-#include "simulator/RawLine.h"
+#include "engine/timing/ExactTiming.h"
+#include "engine/timing/WindowTiming.h"
+#include "tests/support/RawLine.h"
 
 #include <QSocketNotifier>
 #include <QTest>

@@ -1,7 +1,7 @@
 #include "link/ModuleVersion.h"
 #include "link/vnPacketComs.h"
 #include "link/vnSerialComs.h"
-#include "simulator/RawLine.h"
+#include "tests/support/RawLine.h"
 #include "tests/support/frame.h"
 
 #include <QFile>

@@ -1,6 +1,6 @@
 #include "link/boundedClose.h"
 #include "link/vnSerialComs.h"
-#include "simulator/RawLine.h"
+#include "tests/support/RawLine.h"
 #include "tests/support/SystemHand.h"
 #include "tests/support/processes.h"
 

@@ -1,7 +1,7 @@
 #include "link/SteadyClock.h"
-#include "simulator/ModuleCounts.h"
-#include "simulator/RawLine.h"
-#include "simulator/moduleOptions.h"
+#include "simulator/line/ModuleCounts.h"
+#include "simulator/program/moduleOptions.h"
+#include "tests/support/RawLine.h"
 #include "tests/support/frame.h"
 #include "tests/support/processes.h"
 

@@ -1,10 +1,10 @@
-#include "simulator/DelayedAnswers.h"
-#include "simulator/ModuleThread.h"
 #include "simulator/PingLedger.h"
-#include "simulator/RateGate.h"
-#include "simulator/RawLine.h"
 #include "simulator/RequestParser.h"
+#include "simulator/line/DelayedAnswers.h"
+#include "simulator/line/RateGate.h"
 #include "simulator/moduleAnswers.h"
+#include "tests/support/ModuleThread.h"
+#include "tests/support/RawLine.h"
 #include "tests/support/frame.h"
 
 #include <QtTest>

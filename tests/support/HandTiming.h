@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/WindowTiming.h"
+#include "engine/timing/WindowTiming.h"
 
 #include <QList>
 

@@ -1,4 +1,4 @@
-#include "survey/Survey.h"
+#include "survey/search/Survey.h"
 #include "survey/surveyOptions.h"
 #include "survey/surveyReasons.h"
 #include "survey/surveyReport.h"

@@ -1,0 +1,110 @@
+#include "drive/EngineDriver.h"
+
+#include "engine/BraskTestWorker.h"
+#include "engine/metaTypes.h"
+#include "engine/timing/ExactTiming.h"
+#include "engine/timing/WindowTiming.h"
+#include "port/openFault.h"
+
+#include <QCoreApplication>
+
+EngineDriver::EngineDriver(const Setup& setup, QObject* parent)
+    : QObject(parent), observer(setup.pings, setup.timeoutMs), worker(makeEngine(setup, observer))
+{
+    registerEngineTypes();
+    startEngine();
+}
+
+EngineDriver::~EngineDriver()
+{
+    thread.quit();
+    thread.wait();
+}
+
+BraskTestWorker* EngineDriver::makeEngine(const Setup& asked, RunObserver& observer)
+{
+    BraskTestWorker::Setup setup;
+    if (asked.timing == RunOptions::Timing::Exact)
+        setup.timing = std::make_unique<ExactTiming>();
+    else
+        setup.timing = std::make_unique<WindowTiming>();
+    setup.observer = &observer;
+    setup.writesScreen = asked.writesScreen;
+    return new BraskTestWorker(std::move(setup));
+}
+
+void EngineDriver::startEngine()
+{
+    worker->moveToThread(&thread);
+    connect(&thread, &QThread::finished, worker, &QObject::deleteLater);
+    connect(worker, &BraskTestWorker::connectionChanged, this, &EngineDriver::onConnectionChanged);
+    connect(worker, &BraskTestWorker::errorOccurred, this, &EngineDriver::onErrorOccurred);
+    connect(worker, &BraskTestWorker::logMessage, this, &EngineDriver::logMessage);
+    connect(worker, &BraskTestWorker::testCompleted, this, &EngineDriver::runEnded);
+    connect(worker, &BraskTestWorker::statisticsUpdated, this, &EngineDriver::onStatisticsUpdated);
+    // Sent from the engine's thread, although the observer lives in this one.
+    connect(&observer, &RunObserver::began, this, &EngineDriver::runBegan, Qt::QueuedConnection);
+    connect(&observer, &RunObserver::stoppedSending, this, &EngineDriver::stoppedSending,
+            Qt::QueuedConnection);
+    connect(&observer, &RunObserver::repliedWithoutCode, this, &EngineDriver::repliedWithoutCode,
+            Qt::QueuedConnection);
+    connect(&observer, &RunObserver::lineLost, this, &EngineDriver::lineLost, Qt::QueuedConnection);
+    thread.start();
+}
+
+void EngineDriver::connectToPort(const QString& port, int baudRate)
+{
+    portPath = port;
+    QMetaObject::invokeMethod(worker, "connectToPort", Q_ARG(QString, port), Q_ARG(int, baudRate));
+}
+
+void EngineDriver::startRun(const TestConfig& config)
+{
+    QMetaObject::invokeMethod(worker, "startTest", Q_ARG(TestConfig, config));
+}
+
+void EngineDriver::endRun()
+{
+    QMetaObject::invokeMethod(worker, "stopTest");
+}
+
+void EngineDriver::disconnectPort()
+{
+    stage = Stage::Disconnecting;
+    QMetaObject::invokeMethod(worker, "disconnectPort");
+}
+
+void EngineDriver::onConnectionChanged(bool isConnected)
+{
+    if (isConnected) {
+        stage = Stage::Connected;
+        emit connected();
+    } else if (stage == Stage::Disconnecting) {
+        thread.quit();
+        thread.wait();
+        // The engine has one more line to say, and that may be on its way yet.
+        QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+        emit disconnected();
+    } else {
+        const QString reason = openFault(portPath);
+        const QString where =
+            reason.isEmpty() ? portPath : portPath + QStringLiteral(": ") + reason;
+        emit notConnected(QStringLiteral("%1 (%2)").arg(connectError, where));
+    }
+}
+
+void EngineDriver::onErrorOccurred(const QString& error)
+{
+    if (stage == Stage::Connecting)
+        connectError = error;
+    else
+        emit errorOccurred(error);
+}
+
+void EngineDriver::onStatisticsUpdated(TestStats stats)
+{
+    lastStats = stats;
+    emit statsUpdated();
+}
+
+#include "moc_EngineDriver.cpp"

@@ -1,0 +1,39 @@
+#include "drive/RunObserver.h"
+
+void RunObserver::runBegan(qint64 atNs)
+{
+    RunMeasurement::runBegan(atNs);
+    lineWatch.sent();
+    lost = false;
+    emit began();
+}
+
+void RunObserver::pingSent(const Sent& ping)
+{
+    RunMeasurement::pingSent(ping);
+    lineWatch.sent();
+}
+
+void RunObserver::sendFailed(quint64 id, int sizeBytes, qint64 atNs)
+{
+    RunMeasurement::sendFailed(id, sizeBytes, atNs);
+    if (!lineWatch.failed(atNs) || lost)
+        return;
+    lost = true;
+    emit lineLost();
+}
+
+void RunObserver::errorReplied(int code, qint64 atNs)
+{
+    RunMeasurement::errorReplied(code, atNs);
+    if (code == noCode)
+        emit repliedWithoutCode();
+}
+
+void RunObserver::sendingEnded(qint64 atNs)
+{
+    RunMeasurement::sendingEnded(atNs);
+    emit stoppedSending();
+}
+
+#include "moc_RunObserver.cpp"

@@ -1,0 +1,48 @@
+#include "engine/timing/TimerTiming.h"
+
+#include <QThread>
+#include <QTimer>
+
+void TimerTiming::attach(QObject* engine, const Deeds& deeds)
+{
+    owner = engine;
+    deed = deeds;
+}
+
+void TimerTiming::pause(int ms)
+{
+    QThread::msleep(static_cast<unsigned long>(ms));
+}
+
+void TimerTiming::startDisplay(int intervalMs)
+{
+    if (lcdTimer == nullptr) {
+        lcdTimer = new QTimer(owner);
+        QObject::connect(lcdTimer, &QTimer::timeout, owner, deed.showDisplay);
+    }
+    lcdTimer->start(intervalMs);
+}
+
+void TimerTiming::stopDisplay()
+{
+    if (lcdTimer != nullptr)
+        lcdTimer->stop();
+}
+
+QTimer* TimerTiming::makeTimer(int intervalMs, const std::function<void()>& deedToDo) const
+{
+    auto* timer = new QTimer(owner);
+    timer->setTimerType(Qt::PreciseTimer);
+    QObject::connect(timer, &QTimer::timeout, owner, deedToDo);
+    timer->start(intervalMs);
+    return timer;
+}
+
+void TimerTiming::endTimer(QTimer*& timer)
+{
+    if (timer == nullptr)
+        return;
+    timer->stop();
+    timer->deleteLater(); // the run may be ending inside this timer's own timeout
+    timer = nullptr;
+}

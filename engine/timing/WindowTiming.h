@@ -1,0 +1,27 @@
+#pragma once
+
+#include "engine/timing/TimerTiming.h"
+
+/**
+ * The window's timing: pings at whole milliseconds, a look at the line every 10 ms, and a final
+ * wait that is never cut short.
+ */
+class WindowTiming : public TimerTiming
+{
+public:
+    bool sparesLine() const override { return false; }
+    bool limitsRoundTrips() const override { return false; }
+    void beginRun(const TestConfig& config, int descriptor) override;
+    void endRun() override;
+    void pauseSending() override;
+    void resumeSending() override;
+    bool isSendingPaused() const override;
+    qint64 dueNs() const override { return -1; }
+    void waitForReplies(int limitMs, const std::function<bool()>& isOver) override;
+
+private:
+    // Children of the engine; they exist during a run only.
+    QTimer* sendTimer = nullptr; ///< inactive while sending pauses
+    QTimer* pollTimer = nullptr;
+    QTimer* durationTimer = nullptr; ///< only in a run of limited duration
+};

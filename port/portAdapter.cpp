@@ -1,0 +1,94 @@
+#include "port/portAdapter.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonObject>
+
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+
+namespace {
+
+QString attribute(const QString& device, const char* name)
+{
+    QFile file(device + u'/' + QLatin1String(name));
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()).trimmed() : QString();
+}
+
+QString linkedName(const QString& device, const char* link)
+{
+    return QFileInfo(QFile::symLinkTarget(device + u'/' + QLatin1String(link))).fileName();
+}
+
+QString parentOf(const QString& device)
+{
+    return QFileInfo(device).path();
+}
+
+/** The first of `device` and what it is part of that has the attribute; empty: none. */
+QString ownerOf(QString device, const char* name)
+{
+    while (device.startsWith(u"/sys/devices/")) {
+        if (QFile::exists(device + u'/' + QLatin1String(name)))
+            return device;
+        device = parentOf(device);
+    }
+    return {};
+}
+
+QJsonValue orNull(const QString& text)
+{
+    return text.isEmpty() ? QJsonValue() : QJsonValue(text);
+}
+
+} // namespace
+
+std::optional<PortAdapter> portAdapter(const QString& path)
+{
+    struct stat node = {};
+    if (::stat(path.toLocal8Bit().constData(), &node) != 0 || !S_ISCHR(node.st_mode))
+        return std::nullopt;
+    QString device = QFileInfo(QStringLiteral("/sys/dev/char/%1:%2/device")
+                                   .arg(major(node.st_rdev))
+                                   .arg(minor(node.st_rdev)))
+                         .canonicalFilePath();
+    // The chips on a board have devices of the kernel's own making above them.
+    while (linkedName(device, "subsystem") == u"serial-base")
+        device = parentOf(device);
+    if (device.isEmpty())
+        return std::nullopt;
+
+    PortAdapter adapter;
+    adapter.driver = linkedName(device, "driver");
+    bool hasTimer = false;
+    const int timerMs = attribute(device, "latency_timer").toInt(&hasTimer);
+    if (hasTimer) {
+        adapter.latencyTimerMs = timerMs;
+        adapter.latencyTimerFile = device + QStringLiteral("/latency_timer");
+    }
+    const QString usb = ownerOf(device, "idVendor");
+    if (usb.isEmpty())
+        return adapter;
+    adapter.vendorId = attribute(usb, "idVendor");
+    adapter.productId = attribute(usb, "idProduct");
+    adapter.serialNumber = attribute(usb, "serial");
+    adapter.product = attribute(usb, "product");
+    adapter.suspends = attribute(usb, "power/control") == u"auto";
+    adapter.suspendFile = usb + QStringLiteral("/power/control");
+    return adapter;
+}
+
+QJsonValue toJson(const std::optional<PortAdapter>& adapter)
+{
+    if (!adapter)
+        return {};
+    return QJsonObject{{"driver", orNull(adapter->driver)},
+                       {"vendorId", orNull(adapter->vendorId)},
+                       {"productId", orNull(adapter->productId)},
+                       {"serialNumber", orNull(adapter->serialNumber)},
+                       {"product", orNull(adapter->product)},
+                       {"latencyTimerMs", adapter->latencyTimerMs
+                                              ? QJsonValue(*adapter->latencyTimerMs)
+                                              : QJsonValue()}};
+}

@@ -1,9 +1,0 @@
-#pragma once
-
-#include "report/Run.h"
-
-/**
- * What the page says, as plain lines for a terminal, without its charts. Like htmlPage(); texts
- * from reports cannot steer the terminal.
- */
-QString textReport(std::vector<Run> runs, const QString& by);

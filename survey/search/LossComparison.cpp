@@ -1,0 +1,146 @@
+#include "survey/search/LossComparison.h"
+
+#include <boost/math/distributions/hypergeometric.hpp>
+
+#include <algorithm>
+#include <map>
+
+namespace {
+
+constexpr double significant = 0.01;
+/** Chance is ruled out even for trials that the search has picked by their losses. */
+constexpr double certain = 1e-6;
+/** Trials at the rate found that are made only to compare its loss. */
+constexpr int mostFresh = 4;
+
+/** The counts of one size, seen from the rate found. */
+class Rates
+{
+public:
+    enum class Answer { Even, HigherAbove, Unclear, TooFewPings };
+
+    Rates(const std::vector<Trial>& trials, int lossless)
+    {
+        for (const Trial& trial : trials) {
+            if (trial.isHindered())
+                continue;
+            const LossCount count{trial.sent + trial.failed, trial.lost + trial.failed};
+            counts[trial.packetsPerSecond] += count;
+            if (trial.purpose == TrialPurpose::Comparison)
+                fresh += count;
+        }
+        freshMade =
+            static_cast<int>(std::count_if(trials.begin(), trials.end(), [](const Trial& trial) {
+                return trial.purpose == TrialPurpose::Comparison;
+            }));
+        if (!counts.empty())
+            found = std::max(lossless, counts.begin()->first);
+    }
+
+    /** Whether there is anything to compare: some above the rate found, and not all lost. */
+    bool canCompare() const
+    {
+        if (counts.empty() || counts.rbegin()->first <= found)
+            return false;
+        const LossCount all = sum(0, counts.rbegin()->first);
+        return all.lost > 0 && all.lost < all.tried;
+    }
+    int rateFound() const { return found; }
+    bool wantsFresh() const { return freshMade < mostFresh; }
+    /** Whether it is so much higher than the rate found that pings there tell something of it. */
+    bool isFar(int rate) const { return rate >= found + found / 4; }
+    /** Those worth asking about, the highest first. */
+    std::vector<int> above() const
+    {
+        std::vector<int> rates{counts.rbegin()->first};
+        for (auto rate = std::next(counts.rbegin()); rate != counts.rend(); ++rate) {
+            if (rate->first > found && isFar(rate->first))
+                rates.push_back(rate->first);
+        }
+        return rates;
+    }
+    /** From `first` to `last`. */
+    LossCount sum(int first, int last) const
+    {
+        LossCount all;
+        for (auto rate = counts.lower_bound(first); rate != counts.end() && rate->first <= last;
+             ++rate)
+            all += rate->second;
+        return all;
+    }
+    /** Whether loss is even up to `rate`, which is above the rate found. */
+    Answer compare(int rate) const
+    {
+        const LossCount low = sum(0, found);
+        const LossCount high = sum(found + 1, rate);
+        const double chance = chanceOf(high, low);
+        if (chance < certain || chanceOf(sum(rate, rate), sum(found + 1, rate - 1)) < significant)
+            return Answer::HigherAbove;
+        if (chance >= significant) {
+            if (low.lost == 0)
+                return Answer::TooFewPings;
+            const bool isEven = chanceOf(low, high) >= significant &&
+                                chanceOf(sum(found, rate), sum(0, found - 1)) >= significant;
+            return isEven ? Answer::Even : Answer::Unclear;
+        }
+        // The search stayed below what lost and above what did not: only new trials can tell.
+        if (wantsFresh())
+            return Answer::TooFewPings;
+        if (chanceOf(high, fresh) < significant)
+            return Answer::HigherAbove;
+        return fresh.lost > 0 ? Answer::Even : Answer::Unclear;
+    }
+
+private:
+    std::map<int, LossCount> counts; ///< by rate
+    LossCount fresh;
+    int freshMade = 0;
+    int found = 0; ///< the lowest rate tried where nothing passed
+};
+
+} // namespace
+
+LossCount& LossCount::operator+=(const LossCount& other)
+{
+    tried += other.tried;
+    lost += other.lost;
+    return *this;
+}
+
+LossComparison compareLoss(const std::vector<Trial>& trials, int lossless)
+{
+    LossComparison result;
+    const Rates rates(trials, lossless);
+    if (!rates.canCompare())
+        return result;
+    const std::vector<int> above = rates.above();
+    for (const int rate : above) {
+        const Rates::Answer answer = rates.compare(rate);
+        if (answer == Rates::Answer::HigherAbove) {
+            result.dependsOnRate = true;
+            continue;
+        }
+        const bool everyRate = rate == above.front();
+        if (answer == Rates::Answer::TooFewPings && rates.isFar(rate) && rates.wantsFresh()) {
+            result.moreAt = rates.rateFound();
+        } else if (answer == Rates::Answer::Even) {
+            result.even = {rate, everyRate, rates.sum(0, rate)};
+            if (everyRate)
+                result.dependsOnRate = false;
+        }
+        break;
+    }
+    return result;
+}
+
+double chanceOf(const LossCount& high, const LossCount& low)
+{
+    const auto tried = static_cast<unsigned>(high.tried);
+    const auto lost = static_cast<unsigned>(high.lost + low.lost);
+    const auto all = static_cast<unsigned>(high.tried + low.tried);
+    const unsigned fewest = lost + tried > all ? lost + tried - all : 0;
+    if (high.lost <= fewest)
+        return 1; // it cannot be less
+    const boost::math::hypergeometric_distribution<> chance(lost, tried, all);
+    return cdf(complement(chance, high.lost - 1));
+}
