@@ -1,12 +1,9 @@
-#include "console/MainWindow.h"
+#include "console/EventFile.h"
 
 #include "engine/EventRow.h"
-#include "engine/timing/wallTime.h"
 
-#include <QFile>
+#include <QDateTime>
 #include <QFileInfo>
-#include <QStatusBar>
-#include <QTextStream>
 
 namespace {
 
@@ -18,43 +15,37 @@ bool isTaken(const QString& fileName)
 
 } // namespace
 
-void MainWindow::openEventFile()
+bool EventFile::open(const QDateTime& time)
 {
+    constexpr auto mode = QIODevice::WriteOnly | QIODevice::Text | QIODevice::NewOnly;
     const QString stem =
-        QStringLiteral("PacketTest_%1").arg(wallTime().toString(QStringLiteral("yyyyMMdd_HHmmss")));
-    csvFileName = stem + QStringLiteral(".csv");
-    csvFile = new QFile(csvFileName);
-    bool opened = csvFile->open(QIODevice::WriteOnly | QIODevice::Text | QIODevice::NewOnly);
-    for (int copy = 2; !opened && isTaken(csvFileName); ++copy) {
-        csvFileName = QStringLiteral("%1_%2.csv").arg(stem).arg(copy);
-        csvFile->setFileName(csvFileName);
-        opened = csvFile->open(QIODevice::WriteOnly | QIODevice::Text | QIODevice::NewOnly);
+        QStringLiteral("PacketTest_%1").arg(time.toString(QStringLiteral("yyyyMMdd_HHmmss")));
+    file.setFileName(stem + QStringLiteral(".csv"));
+    bool opened = file.open(mode);
+    for (int copy = 2; !opened && isTaken(name()); ++copy) {
+        file.setFileName(QStringLiteral("%1_%2.csv").arg(stem).arg(copy));
+        opened = file.open(mode);
     }
     if (!opened)
-        return;
-    csvStream = new QTextStream(csvFile);
-    *csvStream << eventHeader();
-    csvStream->flush();
-    statusBar()->showMessage(QStringLiteral("Logging to: ") + csvFileName);
+        return false;
+    stream.setDevice(&file);
+    stream << eventHeader();
+    stream.flush();
+    return true;
 }
 
-void MainWindow::writeEvent(const QString& type, const QString& msg)
+void EventFile::append(const QDateTime& time, const QString& type, const QString& message)
 {
-    if (csvStream == nullptr)
+    if (!file.isOpen())
         return;
     // A stream that has failed takes no more to the file, but keeps every later row in memory.
-    csvStream->resetStatus();
-    *csvStream << eventRow(wallTime(), type, msg);
-    csvStream->flush();
+    stream.resetStatus();
+    stream << eventRow(time, type, message);
+    stream.flush();
 }
 
-void MainWindow::closeEventFile()
+void EventFile::close()
 {
-    delete csvStream; // flushes into the file
-    csvStream = nullptr;
-    if (csvFile == nullptr)
-        return;
-    csvFile->close();
-    delete csvFile;
-    csvFile = nullptr;
+    stream.setDevice(nullptr); // writes what a failure has left in it
+    file.close();
 }

@@ -1,6 +1,6 @@
 #include "console/MainWindow.h"
 
-#include "console/inputHabits.h"
+#include "console/windowHabits.h"
 #include "engine/BraskTestWorker.h"
 #include "engine/metaTypes.h"
 
@@ -40,7 +40,7 @@ MainWindow::~MainWindow()
     workerThread->wait();
     // The engine's last lines are still queued for this thread, and belong into the event file.
     QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
-    closeEventFile();
+    eventFile.close();
 }
 
 void MainWindow::startEngine()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "console/EventFile.h"
 #include "engine/TestStats.h"
 #include "engine/timing/RunClock.h"
 #include "link/vnPortEnumerator.h"
@@ -10,13 +11,11 @@
 
 class BraskTestWorker;
 class QComboBox;
-class QFile;
 class QGroupBox;
 class QLabel;
 class QPushButton;
 class QSpinBox;
 class QTextEdit;
-class QTextStream;
 class QThread;
 class QTimer;
 
@@ -74,10 +73,6 @@ private:
     void trimLog();
     void saveLog();
 
-    void openEventFile();
-    void writeEvent(const QString& type, const QString& msg);
-    void closeEventFile();
-
     // Widgets belong to the Qt tree.
     QComboBox* portCombo = nullptr;
     QPushButton* refreshButton = nullptr;
@@ -115,7 +110,5 @@ private:
     RunClock clock{steadyClock};            ///< looks at the wall when the engine's does
     QTimer* durationDisplayTimer = nullptr; ///< child
 
-    QFile* csvFile = nullptr;         ///< owned; exists from a start to the run's end
-    QTextStream* csvStream = nullptr; ///< owned; null when the file could not be opened
-    QString csvFileName;              ///< of the current or last run
+    EventFile eventFile; ///< open from a start to the run's end, unless it could not be made
 };

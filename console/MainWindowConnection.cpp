@@ -1,9 +1,9 @@
 #include "console/MainWindow.h"
 
-#include "console/Caption.h"
 #include "console/ElidingComboBox.h"
-#include "console/inputHabits.h"
+#include "console/windowHabits.h"
 #include "engine/BraskTestWorker.h"
+#include "link/lineRates.h"
 
 #include <QComboBox>
 #include <QDebug>
@@ -61,7 +61,7 @@ QGroupBox* MainWindow::createConnectionGroup()
 void MainWindow::populateBaudRates()
 {
     baudCombo->clear();
-    for (const int rate : {1200, 1800, 2400, 4800, 9600, 19200, 38400, 115200})
+    for (const int rate : baudRates)
         baudCombo->addItem(QString::number(rate), rate);
     baudCombo->setCurrentIndex(defaultRateIndex);
 }

@@ -107,7 +107,7 @@ void MainWindow::trimLog()
 void MainWindow::onLogMessage(QString type, QString msg)
 {
     appendLog(type, msg);
-    writeEvent(type, msg);
+    eventFile.append(wallTime(), type, msg);
 }
 
 void MainWindow::onErrorOccurred(QString error)

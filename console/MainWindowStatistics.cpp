@@ -1,6 +1,6 @@
 #include "console/MainWindow.h"
 
-#include "console/Caption.h"
+#include "console/windowHabits.h"
 
 #include <QGridLayout>
 #include <QGroupBox>

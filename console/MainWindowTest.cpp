@@ -1,8 +1,8 @@
 #include "console/MainWindow.h"
 
-#include "console/Caption.h"
-#include "console/inputHabits.h"
+#include "console/windowHabits.h"
 #include "engine/BraskTestWorker.h"
+#include "engine/timing/wallTime.h"
 
 #include <QGridLayout>
 #include <QGroupBox>
@@ -10,6 +10,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QStatusBar>
 #include <QTimer>
 
 namespace {
@@ -78,8 +79,9 @@ void MainWindow::onStartTest()
     config.maxDataSize = maxSizeSpin->value();
     config.timeoutMs = timeoutSpin->value();
     config.durationSec = durationSpin->value();
-    openEventFile();
-    config.csvFilePath = csvFileName;
+    if (eventFile.open(wallTime()))
+        statusBar()->showMessage(QStringLiteral("Logging to: ") + eventFile.name());
+    config.csvFilePath = eventFile.name();
 
     clock.restart();
     QMetaObject::invokeMethod(worker, "startTest", Qt::QueuedConnection, Q_ARG(TestConfig, config));
@@ -109,7 +111,7 @@ void MainWindow::onTestCompleted()
 void MainWindow::endRecording()
 {
     durationDisplayTimer->stop();
-    closeEventFile();
+    eventFile.close();
 }
 
 void MainWindow::setTestRunning(bool running)

@@ -1,16 +1,14 @@
+#include "command/Program.h"
 #include "command/SignalWatch.h"
-#include "command/standardStreams.h"
-#include "command/useUtf8.h"
 #include "console/MainWindow.h"
-#include "console/fitToScreen.h"
+#include "console/windowHabits.h"
 
 #include <QApplication>
 #include <QIcon>
 
 int main(int argc, char* argv[])
 {
-    prepareStandardStreams();
-    useUtf8();
+    Program::prepare();
     SignalWatch::block();
     const QApplication application(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Varnott"));

@@ -1,4 +1,4 @@
-#include "console/fitToScreen.h"
+#include "console/windowHabits.h"
 #include "tests/support/WindowBench.h"
 
 namespace {

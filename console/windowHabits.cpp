@@ -1,9 +1,14 @@
-#include "console/inputHabits.h"
+#include "console/windowHabits.h"
 
 #include <QEvent>
+#include <QLabel>
 #include <QMainWindow>
+#include <QScreen>
 
 namespace {
+
+// A desktop tells the size of its frames only when the window is there, too late for its place.
+constexpr QSize frame(12, 42);
 
 class NoStatusTips : public QObject
 {
@@ -31,6 +36,18 @@ public:
 };
 
 } // namespace
+
+QLabel* makeCaption(const QString& text, QWidget* control)
+{
+    auto* label = new QLabel(text);
+    label->setBuddy(control);
+    return label;
+}
+
+void fitToScreen(QWidget* window)
+{
+    window->resize(window->size().boundedTo(window->screen()->availableSize() - frame));
+}
 
 void keepStatusText(QMainWindow* window)
 {
