@@ -17,8 +17,8 @@ BraskTestWorker::BraskTestWorker(Setup setup, QObject* parent)
       packetComs(new vnPacketComs(this, serialPort)), portEnumerator(new vnPortEnumerator)
 {
     serialPort->setClock(timing.get());
-    if (timing->sparesLine())
-        packetComs->spareLine();
+    if (timing->keepsUnreadOnLine())
+        packetComs->keepUnreadOnLine();
     packetComs->readInOrder([this](std::span<const uint8_t> bytes) { return awaits(bytes); });
     attachTiming();
     resetStatistics();

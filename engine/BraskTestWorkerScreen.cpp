@@ -1,5 +1,6 @@
 #include "engine/BraskTestWorker.h"
 
+#include "engine/screenRows.h"
 #include "engine/timing/wallTime.h"
 #include "link/vnPacketComs.h"
 
@@ -10,8 +11,6 @@ namespace {
 
 constexpr uint8_t clearScreenCommand = 6;
 constexpr uint8_t writeTextCommand = 31;
-/** Column and row, in front of the text. */
-constexpr int positionSize = 2;
 
 } // namespace
 
@@ -19,20 +18,11 @@ void BraskTestWorker::updateLCDDisplay()
 {
     if (!connected)
         return;
-    sendLCDText(0, 0, wallTime().toString(QStringLiteral("MM/dd/yy hh:mm:ss")));
-    if (!testRunning) {
-        sendLCDText(1, 0, QStringLiteral("Ready"));
-        return;
+    const QStringList rows = screenRows(wallTime(), testRunning ? &stats : nullptr);
+    for (int row = 0; row < rows.size(); ++row) {
+        if (!rows[row].isEmpty())
+            sendLCDText(row, 0, rows[row]);
     }
-    sendLCDText(1, 0,
-                QStringLiteral("Tx:%1 Rx:%2").arg(stats.packetsSent).arg(stats.packetsReceived));
-    if (stats.packetsSent != 0)
-        sendLCDText(2, 0,
-                    QStringLiteral("OK:%1% %2ms")
-                        .arg(QString::number(stats.successRate, 'f', 0),
-                             QString::number(stats.avgLatencyMs)));
-    if (stats.packetsLost != 0)
-        sendLCDText(3, 0, QStringLiteral("Lost:%1").arg(stats.packetsLost));
 }
 
 void BraskTestWorker::clearLCD()
@@ -49,12 +39,12 @@ void BraskTestWorker::sendLCDText(int row, int column, const QString& text)
     if (!connected)
         return;
     const QByteArray bytes = text.toLocal8Bit();
-    const auto size = std::min<qsizetype>(bytes.size(), vnMaxDataLength - positionSize);
+    const auto size = std::min<qsizetype>(bytes.size(), vnMaxDataLength - screenPositionBytes);
     vnPacket request{};
     request.command = writeTextCommand;
     request.data[0] = static_cast<uint8_t>(column);
     request.data[1] = static_cast<uint8_t>(row);
-    std::memcpy(request.data + positionSize, bytes.constData(), static_cast<size_t>(size));
-    request.dataLength = static_cast<uint8_t>(positionSize + size);
+    std::memcpy(request.data + screenPositionBytes, bytes.constData(), static_cast<size_t>(size));
+    request.dataLength = static_cast<uint8_t>(screenPositionBytes + size);
     packetComs->sendPacket(request);
 }

@@ -1,19 +1,18 @@
 #include "engine/lineCapacity.h"
 
 #include "engine/TestStats.h"
+#include "engine/screenRows.h"
 #include "link/vnPacket.h"
 
+#include <QDateTime>
+
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstring>
 
 namespace {
 
 /** The sequence id, which every payload begins with. */
 constexpr int smallestPayload = 8;
-/** Column and row, in front of a text for the screen. */
-constexpr int positionBytes = 2;
 constexpr int longestRunSec = 3600;
 
 /** With one decimal, or none where that is exact. */
@@ -29,11 +28,6 @@ QString describeRate(const TestConfig& config, double rate)
         return asked + QStringLiteral(" packets/s");
     return QStringLiteral("%1 packets/s, sent as %2 (one every %3 ms),")
         .arg(asked, figure(rate), figure(1000 / rate));
-}
-
-int digits(quint64 number)
-{
-    return static_cast<int>(QString::number(number).size());
 }
 
 ScreenTraffic fullScreenTraffic(const TestConfig& config, double rate)
@@ -67,22 +61,13 @@ double attemptedRate(const TestConfig& config, bool wholeMilliseconds)
 
 ScreenTraffic screenTraffic(const TestStats& stats)
 {
-    const auto length = [](const char* fixed) { return static_cast<int>(std::strlen(fixed)); };
-    const std::array rows{
-        length("MM/dd/yy hh:mm:ss"),
-        length("Tx: Rx:") + digits(stats.packetsSent) + digits(stats.packetsReceived),
-        stats.packetsSent == 0
-            ? 0
-            : length("OK:% ms") + digits(static_cast<quint64>(std::lround(stats.successRate))) +
-                  digits(static_cast<quint64>(stats.avgLatencyMs)),
-        stats.packetsLost == 0 ? 0 : length("Lost:") + digits(stats.packetsLost),
-    };
     constexpr int overhead = static_cast<int>(vnFrameOverhead);
+    const QDateTime anyTime(QDate(2000, 1, 1), QTime(0, 0)); // all take as many characters
     ScreenTraffic traffic;
-    for (const int textBytes : rows) {
-        if (textBytes == 0)
+    for (const QString& row : screenRows(anyTime, &stats)) {
+        if (row.isEmpty())
             continue;
-        traffic.toModule += overhead + positionBytes + textBytes;
+        traffic.toModule += overhead + screenPositionBytes + static_cast<int>(row.size());
         traffic.fromModule += overhead;
     }
     return traffic;

@@ -1,13 +1,11 @@
 #pragma once
 
 #include "engine/timing/TestConfig.h"
+#include "link/lineRates.h"
 
 #include <QString>
 
 struct TestStats;
-
-/** What a byte takes on the line: start bit, 8 data bits, 2 stop bits. */
-inline constexpr int bitsPerByte = 11;
 
 /** How a run uses the line besides what its TestConfig says. */
 struct LineUse

@@ -96,7 +96,8 @@ bool vnPacketComs::drainLine()
     bool isSilent =
         awaited && !received->isEmpty() && serial->nowNs() - serial->lastReadNs() > silenceNs;
     std::array<uint8_t, readChunk> chunk{};
-    while (!sparesLine || (!lineIsDry && received->count() + readChunk <= receiveRingCapacity)) {
+    while (!keepsUnreadOnLine ||
+           (!lineIsDry && received->count() + readChunk <= receiveRingCapacity)) {
         uint32_t bytesRead = 0;
         serial->readData(chunk.data(), readChunk, bytesRead);
         lineIsDry = bytesRead < readChunk;

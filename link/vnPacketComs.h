@@ -61,7 +61,7 @@ public:
      * losing it, and asks a line that has run dry no more until it has returned false. More may
      * then be waiting there when it does.
      */
-    void spareLine() { sparesLine = true; }
+    void keepUnreadOnLine() { keepsUnreadOnLine = true; }
 
     /**
      * From now on receivePacket() reads as findFrameInOrder() does, with these frames awaited. The
@@ -107,7 +107,7 @@ private:
     RingBuffer* received; ///< owned: created in the constructor, destroyed in the destructor
     std::vector<qint64> readMoments; ///< of each byte in the ring's storage
     qint64 packetReadNs = 0;
-    bool sparesLine = false;
+    bool keepsUnreadOnLine = false;
     bool lineIsDry = false; ///< since the last false result
     AwaitedFrames awaited;  ///< empty: reads at every position
     bool isHeld = false;

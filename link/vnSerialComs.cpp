@@ -1,6 +1,8 @@
 #include "link/vnSerialComs.h"
 
 #include "link/boundedClose.h"
+#include "link/lineRates.h"
+#include "link/vnPacket.h"
 
 #include <QDeadlineTimer>
 
@@ -17,31 +19,16 @@
 
 namespace {
 
-struct LineRate
-{
-    int baudRate;
-    speed_t speed;
-};
-
-constexpr std::array<LineRate, 8> lineRates{{
-    {1200, B1200},
-    {1800, B1800},
-    {2400, B2400},
-    {4800, B4800},
-    {9600, B9600},
-    {19200, B19200},
-    {38400, B38400},
-    {115200, B115200},
-}};
+/** The system's names of the baudRates, in their order. */
+constexpr std::array<speed_t, baudRates.size()> speeds{B1200, B1800,  B2400,  B4800,
+                                                       B9600, B19200, B38400, B115200};
 
 std::optional<speed_t> terminalSpeed(int baudRate)
 {
-    const auto* const row =
-        std::find_if(lineRates.begin(), lineRates.end(),
-                     [baudRate](const LineRate& rate) { return rate.baudRate == baudRate; });
-    if (row == lineRates.end())
+    const auto* const rate = std::find(baudRates.begin(), baudRates.end(), baudRate);
+    if (rate == baudRates.end())
         return std::nullopt;
-    return row->speed;
+    return speeds.at(static_cast<std::size_t>(rate - baudRates.begin()));
 }
 
 void makeRaw(termios& line, speed_t speed)
@@ -152,7 +139,7 @@ bool vnSerialComs::configure(int descriptor)
 
 int vnSerialComs::closeWaitMs(int baudRate)
 {
-    return fullFrameBits * 1000 / baudRate + writeWaitMs;
+    return static_cast<int>(vnMaxFrameLength) * bitsPerByte * 1000 / baudRate + writeWaitMs;
 }
 
 bool vnSerialComs::closePort()

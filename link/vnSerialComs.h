@@ -109,8 +109,6 @@ public:
     static int closeWaitMs(int baudRate);
 
 private:
-    static constexpr int fullFrameBits = 128 * 11;
-
     bool configure(int descriptor);
     bool waitUntilWritable();
 

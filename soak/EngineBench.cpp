@@ -19,8 +19,8 @@ struct GaugedTiming final : WindowTiming
     explicit GaugedTiming(std::unique_ptr<RunAccount>& account) : run(account) {}
     void beginRun(const TestConfig& config, int line) override
     {
-        look = look ? look : deed.look;
-        deed.look = [this, line] {
+        look = look ? look : callbacks.look;
+        callbacks.look = [this, line] {
             int waiting = 0;
             if (::ioctl(line, FIONREAD, &waiting) == 0)
                 run->peakBytes = std::max(run->peakBytes, waiting);

@@ -5,12 +5,16 @@
 #include "link/SteadyClock.h"
 
 #include <functional>
+#include <memory>
 
 class QObject;
 
+/** Which timing drives a run: WindowTiming or ExactTiming. */
+enum class TimingKind { Window, Exact };
+
 /**
- * Decides when an engine does what: it has the clock, the timers and the waits, the engine has the
- * deeds. WindowTiming is the window's, ExactTiming that of a measuring instrument.
+ * Decides when an engine acts. It has the clock, the timers and the waits; the engine gives it the
+ * callbacks. WindowTiming is the window's. ExactTiming measures to the microsecond.
  *
  * Threads: made anywhere, owned by its engine, and used on that engine's thread only, which needs
  * an event loop. The clock may be read on any thread.
@@ -18,8 +22,8 @@ class QObject;
 class EngineTiming : public SteadyClock
 {
 public:
-    /** What the engine does when its time has come. Any of them may end the run from inside. */
-    struct Deeds
+    /** What the engine does when its time has come. Each of them may end the run from inside. */
+    struct Callbacks
     {
         std::function<void()> send;        ///< sends the next ping
         std::function<void()> sweep;       ///< gives up old pings
@@ -32,18 +36,21 @@ public:
         std::function<qint64()> roomWaitNs; ///< as of vnSerialComs
     };
 
-    /** Once, by the engine; what is made from then on is a child of `engine`. */
-    virtual void attach(QObject* engine, const Deeds& deeds) = 0;
+    /** The engine calls it once. Timers made from then on are children of `engine`. */
+    virtual void attach(QObject* engine, const Callbacks& callbacks) = 0;
 
-    /** Whether the line is read as vnPacketComs::spareLine() has it, which wants a look again. */
-    virtual bool sparesLine() const = 0;
+    /**
+     * Whether the line is read as after vnPacketComs::keepUnreadOnLine(). A look may then leave
+     * bytes on the line, so another look has to follow.
+     */
+    virtual bool keepsUnreadOnLine() const = 0;
     /**
      * Whether an echo is late when its round trip is longer than the time-out. If not, it is late
      * once a sweep has given its ping up.
      */
     virtual bool limitsRoundTrips() const = 0;
 
-    /** Begins all that recurs in a run over the line `descriptor`. No deed is done inside. */
+    /** Begins all that recurs in a run over the line `descriptor`. Calls none of the callbacks. */
     virtual void beginRun(const TestConfig& config, int descriptor) = 0;
     /** Ends all of it; what beginRun() made does nothing more. Pings may be left out inside. */
     virtual void endRun() = 0;
@@ -67,3 +74,6 @@ public:
     virtual void startDisplay(int intervalMs) = 0;
     virtual void stopDisplay() = 0;
 };
+
+/** A new timing of that kind. */
+std::unique_ptr<EngineTiming> makeTiming(TimingKind kind);

@@ -47,10 +47,10 @@ void ExactTiming::beginRun(const TestConfig& config, int descriptor)
     endNs = config.durationSec > 0 ? startNs + config.durationSec * secondNs : -1;
     schedule.begin(startNs, config.packetsPerSecond, endNs);
     timeoutTimer = makeTimer(sweepMs, [this] {
-        deed.look(); // an echo in time may wait on the line
-        deed.sweep();
+        callbacks.look(); // an echo in time may wait on the line
+        callbacks.sweep();
     });
-    statsTimer = makeTimer(publishMs, deed.publish);
+    statsTimer = makeTimer(publishMs, callbacks.publish);
     alarmNotifier = makeNotifier(alarm, &ExactTiming::takeAlarm);
     lineNotifier = makeNotifier(line, &ExactTiming::takeBytes);
     setAlarm();
@@ -128,7 +128,7 @@ void ExactTiming::takeAlarm()
     if (endNs >= 0 && nowNs() >= endNs) {
         if (sending)
             leaveOut(schedule.countDue(endNs), takeRoomWaitNs());
-        deed.endInTime();
+        callbacks.endInTime();
     } else if (nowNs() >= alarmUntilNs) {
         setAlarm();
     }
@@ -140,7 +140,7 @@ void ExactTiming::sendMissed()
     const qint64 burst = std::min(due, schedule.burstLimit());
     roundWaitNs = takeRoomWaitNs();
     for (qint64 i = 0; i < burst; ++i) {
-        deed.send();
+        callbacks.send();
         if (!sending)
             return;
         schedule.take();
@@ -160,7 +160,7 @@ void ExactTiming::stopSending()
 /** For how long pings have waited for room on the line since it was last asked for. */
 qint64 ExactTiming::takeRoomWaitNs()
 {
-    const qint64 waitNs = deed.roomWaitNs();
+    const qint64 waitNs = callbacks.roomWaitNs();
     return waitNs - std::exchange(knownWaitNs, waitNs);
 }
 
@@ -171,7 +171,7 @@ void ExactTiming::leaveOut(qint64 pings, qint64 waitNs)
         return;
     schedule.skip(pings);
     const qint64 byLine = std::min(pings, schedule.countWithin(waitNs));
-    deed.leaveOut({.byComputer = pings - byLine, .byLine = byLine});
+    callbacks.leaveOut({.byComputer = pings - byLine, .byLine = byLine});
 }
 
 void ExactTiming::setAlarm()
@@ -192,7 +192,7 @@ void ExactTiming::setAlarm()
 void ExactTiming::takeBytes()
 {
     // A line that was hung up is ready for ever.
-    if (deed.look() || lineNotifier == nullptr || !isHungUp())
+    if (callbacks.look() || lineNotifier == nullptr || !isHungUp())
         return;
     lineNotifier->setEnabled(false);
     line = -1;
@@ -207,7 +207,7 @@ bool ExactTiming::isHungUp() const
 void ExactTiming::waitForReplies(int limitMs, const std::function<bool()>& isOver)
 {
     const qint64 limitNs = nowNs() + limitMs * millisecondNs;
-    deed.look();
+    callbacks.look();
     while (!isOver()) {
         const qint64 leftNs = limitNs - nowNs();
         if (leftNs <= 0)
@@ -215,7 +215,7 @@ void ExactTiming::waitForReplies(int limitMs, const std::function<bool()>& isOve
         const int leftMs = static_cast<int>(leftNs / millisecondNs) + 1;
         pollfd state = {.fd = line, .events = POLLIN, .revents = {}};
         const int ready = ::poll(&state, 1, std::min(lookMs, leftMs));
-        if (!deed.look() && ready != 0)
+        if (!callbacks.look() && ready != 0)
             pause(std::min(lookMs, leftMs)); // a dying line is ready at once
     }
 }

@@ -23,7 +23,7 @@ public:
     ExactTiming();
     ~ExactTiming() override;
 
-    bool sparesLine() const override { return true; }
+    bool keepsUnreadOnLine() const override { return true; }
     bool limitsRoundTrips() const override { return true; }
     void beginRun(const TestConfig& config, int descriptor) override;
     void endRun() override;
@@ -52,7 +52,7 @@ private:
     bool sending = false;
     qint64 endNs = -1;       ///< of the run; negative: none
     qint64 alarmUntilNs = 0; ///< set the alarm anew at the first one behind this
-    qint64 knownWaitNs = 0;  ///< of deed.roomWaitNs() when it was last asked for
+    qint64 knownWaitNs = 0;  ///< of callbacks.roomWaitNs() when it was last asked for
     qint64 roundWaitNs = 0;  ///< waited for room between the last look for due pings and this one
     PingSchedule schedule;
     // Children of the engine; they exist during a run only.

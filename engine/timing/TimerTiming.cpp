@@ -3,10 +3,10 @@
 #include <QThread>
 #include <QTimer>
 
-void TimerTiming::attach(QObject* engine, const Deeds& deeds)
+void TimerTiming::attach(QObject* engine, const Callbacks& given)
 {
     owner = engine;
-    deed = deeds;
+    callbacks = given;
 }
 
 void TimerTiming::pause(int ms)
@@ -18,7 +18,7 @@ void TimerTiming::startDisplay(int intervalMs)
 {
     if (lcdTimer == nullptr) {
         lcdTimer = new QTimer(owner);
-        QObject::connect(lcdTimer, &QTimer::timeout, owner, deed.showDisplay);
+        QObject::connect(lcdTimer, &QTimer::timeout, owner, callbacks.showDisplay);
     }
     lcdTimer->start(intervalMs);
 }
@@ -29,11 +29,11 @@ void TimerTiming::stopDisplay()
         lcdTimer->stop();
 }
 
-QTimer* TimerTiming::makeTimer(int intervalMs, const std::function<void()>& deedToDo) const
+QTimer* TimerTiming::makeTimer(int intervalMs, const std::function<void()>& callback) const
 {
     auto* timer = new QTimer(owner);
     timer->setTimerType(Qt::PreciseTimer);
-    QObject::connect(timer, &QTimer::timeout, owner, deedToDo);
+    QObject::connect(timer, &QTimer::timeout, owner, callback);
     timer->start(intervalMs);
     return timer;
 }

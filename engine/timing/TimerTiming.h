@@ -8,7 +8,7 @@ class QTimer;
 class TimerTiming : public EngineTiming
 {
 public:
-    void attach(QObject* engine, const Deeds& deeds) override;
+    void attach(QObject* engine, const Callbacks& given) override;
     void pause(int ms) override;
     void startDisplay(int intervalMs) override;
     void stopDisplay() override;
@@ -19,12 +19,12 @@ protected:
     static constexpr int publishMs = 100;
 
     /** A running child of the engine. */
-    QTimer* makeTimer(int intervalMs, const std::function<void()>& deed) const;
+    QTimer* makeTimer(int intervalMs, const std::function<void()>& callback) const;
     /** Stops and destroys `timer`, even from inside its own time-out, and makes it null. */
     static void endTimer(QTimer*& timer);
 
     QObject* owner = nullptr; ///< the engine
-    Deeds deed;
+    Callbacks callbacks;
     // Children of the engine; these two exist during a run only.
     QTimer* timeoutTimer = nullptr;
     QTimer* statsTimer = nullptr;

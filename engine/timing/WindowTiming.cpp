@@ -4,12 +4,12 @@
 
 void WindowTiming::beginRun(const TestConfig& config, int /*descriptor*/)
 {
-    sendTimer = makeTimer(1000 / config.packetsPerSecond, deed.send);
-    timeoutTimer = makeTimer(sweepMs, deed.sweep);
-    pollTimer = makeTimer(lookMs, [this] { deed.look(); });
-    statsTimer = makeTimer(publishMs, deed.publish);
+    sendTimer = makeTimer(1000 / config.packetsPerSecond, callbacks.send);
+    timeoutTimer = makeTimer(sweepMs, callbacks.sweep);
+    pollTimer = makeTimer(lookMs, [this] { callbacks.look(); });
+    statsTimer = makeTimer(publishMs, callbacks.publish);
     if (config.durationSec > 0) {
-        durationTimer = makeTimer(config.durationSec * 1000, deed.endInTime);
+        durationTimer = makeTimer(config.durationSec * 1000, callbacks.endInTime);
         durationTimer->setSingleShot(true);
     }
 }
@@ -40,8 +40,8 @@ void WindowTiming::waitForReplies(int limitMs, const std::function<bool()>& /*is
 {
     const qint64 endNs = nowNs() + limitMs * qint64{1'000'000};
     do {
-        deed.look();
+        callbacks.look();
         pause(lookMs);
     } while (nowNs() < endNs);
-    deed.look();
+    callbacks.look();
 }

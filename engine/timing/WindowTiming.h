@@ -9,7 +9,7 @@
 class WindowTiming : public TimerTiming
 {
 public:
-    bool sparesLine() const override { return false; }
+    bool keepsUnreadOnLine() const override { return false; }
     bool limitsRoundTrips() const override { return false; }
     void beginRun(const TestConfig& config, int descriptor) override;
     void endRun() override;

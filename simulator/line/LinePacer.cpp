@@ -1,10 +1,11 @@
 #include "simulator/line/LinePacer.h"
 
+#include "link/lineRates.h"
+
 #include <limits>
 
 namespace {
 
-constexpr qint64 bitsPerByte = 11;
 constexpr qint64 usPerSecond = 1'000'000;
 
 } // namespace

@@ -16,7 +16,7 @@ namespace {
 
 constexpr qint64 secondNs = 1'000'000'000;
 
-/** A timing whose deeds are told by name. */
+/** A timing whose callbacks are told by name. */
 template <typename Timing> struct TimingBench
 {
     Timing timing;
@@ -24,7 +24,7 @@ template <typename Timing> struct TimingBench
     RawLine line;
     QStringList did;
     qint64 byComputer = 0, byLine = 0, waitNs = 0; ///< left out; for room
-    EngineTiming::Deeds deeds{
+    EngineTiming::Callbacks callbacks{
         [this] { did += "send"; },
         [this] { did += "sweep"; },
         [this] { return take(); },
@@ -45,7 +45,7 @@ template <typename Timing> struct TimingBench
     }
     void begin(const TestConfig& config)
     {
-        timing.attach(&owner, deeds);
+        timing.attach(&owner, callbacks);
         timing.beginRun(config, line.otherEnd());
     }
     /** Each running timer and what it does: "10 precise: look", "5000 precise once: end". */
@@ -113,13 +113,13 @@ private slots:
             window.timing.resumeSending();
             QVERIFY(!window.timing.isSendingPaused());
             QCOMPARE(window.timers(), QStringList(send) + common + end);
-            QVERIFY(window.timing.dueNs() == -1 && !window.timing.sparesLine());
+            QVERIFY(window.timing.dueNs() == -1 && !window.timing.keepsUnreadOnLine());
             leavesNothing(window);
         }
         TimingBench<ExactTiming> exact;
         exact.begin({.packetsPerSecond = 3, .durationSec = 3});
         QCOMPARE(exact.timers(), (QStringList{"100 precise: look sweep", "100 precise: publish"}));
-        QVERIFY(exact.timing.sparesLine());
+        QVERIFY(exact.timing.keepsUnreadOnLine());
         leavesNothing(exact);
     }
 
@@ -129,19 +129,19 @@ private slots:
         EngineTiming& timing = bench.timing;
         QList<qint64> dues;
         qint64 leastLagNs = secondNs, resumedNs = 0, endedNs = 0;
-        bench.deeds.send = [&] {
+        bench.callbacks.send = [&] {
             dues += timing.dueNs();
             leastLagNs = std::min(leastLagNs, timing.nowNs() - dues.last());
             if (dues.size() % 10 == 5)
                 timing.pauseSending();
         };
-        bench.deeds.sweep = [&] {
+        bench.callbacks.sweep = [&] {
             if (dues.size() != 5 || !timing.isSendingPaused())
                 return;
             resumedNs = timing.nowNs();
             timing.resumeSending();
         };
-        bench.deeds.endInTime = [&] {
+        bench.callbacks.endInTime = [&] {
             endedNs = timing.nowNs();
             timing.endRun();
         };
@@ -166,7 +166,7 @@ private slots:
         QList<qint64> dues;
         int inTime = 0; // so many in a row; as many as wait for the event loop would not be
         int longest = 0;
-        bench.deeds.send = [&] {
+        bench.callbacks.send = [&] {
             dues += bench.timing.dueNs();
             inTime = bench.timing.nowNs() - dues.last() < 5'000'000 ? inTime + 1 : 0;
             longest = std::max(longest, inTime);
@@ -182,7 +182,7 @@ private slots:
         bench.timing.endRun();
 
         int sent = 0;
-        bench.deeds.send = [&] {
+        bench.callbacks.send = [&] {
             if (++sent % 30 == 0)
                 QTest::qSleep(100), bench.waitNs += 100'000'000; // for room on the line
         };
@@ -199,7 +199,7 @@ private slots:
         }
 
         qint64 lagNs = secondNs; // of a first ping; a busy machine needs a few runs for a short one
-        bench.deeds.send = [&] {
+        bench.callbacks.send = [&] {
             lagNs = bench.timing.nowNs() - bench.timing.dueNs();
             bench.timing.endRun();
         };
@@ -213,11 +213,11 @@ private slots:
 
     void endsFromInsideAnyDeed()
     {
-        using Deeds = EngineTiming::Deeds;
-        for (const auto deed : {&Deeds::send, &Deeds::sweep, &Deeds::publish}) {
+        using Callbacks = EngineTiming::Callbacks;
+        for (const auto callback : {&Callbacks::send, &Callbacks::sweep, &Callbacks::publish}) {
             TimingBench<ExactTiming> bench;
             int calls = 0;
-            bench.deeds.*deed = [&] {
+            bench.callbacks.*callback = [&] {
                 ++calls;
                 bench.timing.endRun();
             };
@@ -233,7 +233,7 @@ private slots:
     void letsOthersHaveTheirTurn()
     {
         TimingBench<ExactTiming> ready, dead;
-        ready.deeds.look = [] { return false; };
+        ready.callbacks.look = [] { return false; };
         for (auto* each : {&ready, &dead}) {
             each->begin({.packetsPerSecond = 1});
             each->line.send("x");
@@ -253,7 +253,7 @@ private slots:
     {
         TimingBench<ExactTiming> bench;
         int open = 3;
-        bench.deeds.look = [&] {
+        bench.callbacks.look = [&] {
             bench.take();
             bench.line.send("x"); // is there at the next look
             return --open > 0;

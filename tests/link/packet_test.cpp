@@ -231,11 +231,11 @@ private slots:
     /** Each read takes 32 bytes, so the moments tell how often the line was asked. */
     void tellsWhenItReadAPacket()
     {
-        for (const bool sparesLine : {false, true}) {
+        for (const bool keepsUnreadOnLine : {false, true}) {
             Link link;
             vnPacket packet{};
-            if (sparesLine)
-                link.coms.spareLine();
+            if (keepsUnreadOnLine)
+                link.coms.keepUnreadOnLine();
             QVERIFY(!link.coms.receivePacket(packet) && link.coms.lastPacketReadNs() == 0);
             for (qint64 reads = 0; reads < 72; reads += 6) { // more than the buffer holds
                 link.line.send(frame(0, noise(60)) + frame(1, noise(123)) + noise(1));
@@ -248,8 +248,8 @@ private slots:
             link.line.send(frame(4));
             QVERIFY(link.coms.receivePacket(packet));
             link.line.send(frame(5)); // a line that has run dry is spared until the next look
-            QVERIFY(link.coms.receivePacket(packet) != sparesLine);
-            QVERIFY(link.coms.receivePacket(packet) == sparesLine);
+            QVERIFY(link.coms.receivePacket(packet) != keepsUnreadOnLine);
+            QVERIFY(link.coms.receivePacket(packet) == keepsUnreadOnLine);
         }
     }
 

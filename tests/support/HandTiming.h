@@ -15,19 +15,19 @@ public:
     void pass(int ms);
     /** Lets `ms` pass in which this thread did nothing; timers do not count them. */
     void skip(int ms) { now += ms * qint64{1'000'000}; }
-    bool look() const { return deed.look(); }
+    bool look() const { return callbacks.look(); }
 
-    /** Done in front of each millisecond's deeds, in waits too: the module's turn. */
+    /** Done in front of each millisecond's callbacks, in waits too: the module's turn. */
     std::function<void()> meanwhile = [] {};
     qint64 tickNs = 0;   ///< by which each look at the clock moves it on
     qint64 due = -1;     ///< what dueNs() tells
-    bool exact = false;  ///< what sparesLine() and limitsRoundTrips() tell
+    bool exact = false;  ///< what keepsUnreadOnLine() and limitsRoundTrips() tell
     int descriptor = -1; ///< of the last run's line
     QList<bool> wasOver; ///< whether a wait was over when it began, and when it had ended
 
     qint64 nowNs() const override { return now += tickNs; }
     qint64 dueNs() const override { return due; }
-    bool sparesLine() const override { return exact; }
+    bool keepsUnreadOnLine() const override { return exact; }
     bool limitsRoundTrips() const override { return exact; }
     void beginRun(const TestConfig& config, int line) override;
     void waitForReplies(int limitMs, const std::function<bool()>& isOver) override;

@@ -10,10 +10,10 @@
 #include <utility>
 
 /** A built program in a process of its own, ended at the latest with this object. */
-struct Program : QProcess
+struct Process : QProcess
 {
-    Program(const QString& path, const QStringList& arguments) { start(path, arguments); }
-    ~Program() override { kill(), waitForFinished(); }
+    Process(const QString& path, const QStringList& arguments) { start(path, arguments); }
+    ~Process() override { kill(), waitForFinished(); }
 
     /** What the program ended with; -1 when it crashed, or did not end in a minute. */
     int status()
