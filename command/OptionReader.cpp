@@ -4,53 +4,31 @@
 #include <QDir>
 
 #include <algorithm>
-#include <array>
 
 namespace {
-
-constexpr std::array<int, 8> baudRates{1200, 1800, 2400, 4800, 9600, 19200, 38400, 115200};
 
 QString integerRange(int lowest, int highest)
 {
     return QStringLiteral("a whole number from %1 to %2").arg(lowest).arg(highest);
 }
 
-QString baudList()
-{
-    QStringList rates;
-    for (const int rate : baudRates)
-        rates += QString::number(rate);
-    return rates.join(QStringLiteral(", "));
-}
-
 } // namespace
 
-void optionTexts::addHelpAndVersion(QCommandLineParser& parser)
+void optionTexts::addHelp(QCommandLineParser& parser)
 {
     parser.addOption({{"h", "help"}, QStringLiteral("Show this help and end.")});
+}
+
+void optionTexts::addVersion(QCommandLineParser& parser)
+{
     parser.addOption({{"v", "version"}, QStringLiteral("Show the version and end.")});
 }
 
-void optionTexts::addPortAndBaud(QCommandLineParser& parser)
-{
-    add(parser, "port", "Device that the module is connected to.", {}, "path");
-    add(parser, "baud", "Bits per second.", baudList(), "rate", QStringLiteral("115200"));
-}
-
-void optionTexts::addInteger(QCommandLineParser& parser, const IntegerOption& option, int initially)
+void optionTexts::addInteger(QCommandLineParser& parser, const IntegerOption& option,
+                             std::optional<int> initially)
 {
     add(parser, option.name, option.effect, integerRange(option.lowest, option.highest),
-        option.unit, QString::number(initially));
-}
-
-void optionTexts::addTag(QCommandLineParser& parser)
-{
-    add(parser, "tag", "Goes into the report as it is; any number of times.", {}, "key=value");
-}
-
-void optionTexts::addQuiet(QCommandLineParser& parser)
-{
-    parser.addOption({QStringLiteral("quiet"), QStringLiteral("Print errors and warnings only.")});
+        option.unit, initially ? QString::number(*initially) : QString());
 }
 
 void optionTexts::add(QCommandLineParser& parser, const char* name, const char* effect,
@@ -67,48 +45,65 @@ QString optionTexts::numberRange(double lowest, double highest)
     return QStringLiteral("a number from %1 to %2").arg(lowest).arg(highest);
 }
 
-void OptionReader::readPort(QString& port, const QString& lister)
+bool OptionReader::isSet(const char* name) const
 {
-    readPath("port", port);
-    if (port.isEmpty())
-        complain(QStringLiteral("--port: missing, the path of a device has to be given; %1 shows "
-                                "which there are")
-                     .arg(lister));
+    return parser.isSet(QLatin1String(name));
 }
 
-void OptionReader::readBaud(int& baudRate)
+/** Whether there is a value, be it the initial one. */
+bool OptionReader::isGiven(const char* name) const
 {
-    readInteger("baud", baudRate, baudRates.front(), baudRates.back(), baudList());
-    if (std::find(baudRates.begin(), baudRates.end(), baudRate) == baudRates.end())
-        refuse("baud", baudList());
+    return isSet(name) || !parser.value(QLatin1String(name)).isEmpty();
 }
 
 void OptionReader::readInteger(const IntegerOption& option, int& value)
 {
-    readInteger(option.name, value, option.lowest, option.highest,
-                integerRange(option.lowest, option.highest));
+    if (!isGiven(option.name))
+        return;
+    bool ok = false;
+    const int given = parser.value(QLatin1String(option.name)).toInt(&ok);
+    if (ok && given >= option.lowest && given <= option.highest)
+        value = given;
+    else
+        refuse(option.name, integerRange(option.lowest, option.highest));
 }
 
-void OptionReader::readInteger(const char* name, int& value, int lowest, int highest,
-                               const QString& allowed)
+void OptionReader::readInteger(const char* name, quint64& value)
+{
+    if (!isGiven(name))
+        return;
+    bool ok = false;
+    const quint64 given = parser.value(QLatin1String(name)).toULongLong(&ok);
+    if (ok)
+        value = given;
+    else
+        refuse(name, QStringLiteral("a whole number from 0 to %1").arg(~quint64{0}));
+}
+
+void OptionReader::readOneOf(const char* name, int& value, std::span<const int> allowed,
+                             const QString& allowedText)
 {
     bool ok = false;
     const int given = parser.value(QLatin1String(name)).toInt(&ok);
-    if (ok && given >= lowest && given <= highest)
+    if (ok && std::find(allowed.begin(), allowed.end(), given) != allowed.end())
         value = given;
     else
-        refuse(name, allowed);
+        refuse(name, allowedText);
 }
 
-void OptionReader::readNumber(const char* name, double& value, double lowest, double highest)
+void OptionReader::readNumber(const char* name, double& value, double lowest, double highest,
+                              const QString& allowedText)
 {
+    if (!isGiven(name))
+        return;
     bool ok = false;
     const double given = parser.value(QLatin1String(name)).toDouble(&ok);
     // Written so that what is not a number at all is refused.
     if (ok && given >= lowest && given <= highest)
         value = given;
     else
-        refuse(name, optionTexts::numberRange(lowest, highest));
+        refuse(name,
+               allowedText.isEmpty() ? optionTexts::numberRange(lowest, highest) : allowedText);
 }
 
 void OptionReader::readPath(const char* name, QString& path)
@@ -170,17 +165,23 @@ void OptionReader::refuse(const char* name, const QString& value, const QString&
 bool parseArguments(QCommandLineParser& parser, const QStringList& arguments,
                     const QString& versionText, QString& message)
 {
-    if (!parser.parse(arguments)) {
-        message = parser.errorText() + QStringLiteral(" --help tells what is allowed.");
-    } else if (parser.isSet(QStringLiteral("help"))) {
+    const bool understood = parser.parse(arguments);
+    if (understood && parser.isSet(QStringLiteral("help"))) {
         message = parser.helpText();
         return true;
-    } else if (parser.isSet(QStringLiteral("version"))) {
+    }
+    if (understood && !versionText.isEmpty() && parser.isSet(QStringLiteral("version"))) {
         message = versionText;
         return true;
-    } else if (!parser.positionalArguments().isEmpty()) {
+    }
+    if (!understood)
+        message = parser.errorText() + QStringLiteral(" --help tells what is allowed.");
+    return false;
+}
+
+void refusePositionals(const QCommandLineParser& parser, QString& message)
+{
+    if (message.isEmpty() && !parser.positionalArguments().isEmpty())
         message = QStringLiteral("\"%1\" is not allowed, only options; --help lists them")
                       .arg(parser.positionalArguments().constFirst());
-    }
-    return false;
 }

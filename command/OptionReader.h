@@ -5,6 +5,8 @@
 #include <QStringList>
 
 #include <initializer_list>
+#include <optional>
+#include <span>
 
 class QCommandLineParser;
 
@@ -18,17 +20,14 @@ struct IntegerOption
     const char* effect;
 };
 
-inline constexpr IntegerOption timeoutOption{"timeout", "ms", 50, 5000,
-                                             "A ping older than this is lost."};
-
-/** What the options of several programs are called, do and allow; each adds one or two. */
+/** How options are named, explained and limited in --help; each function adds one or two. */
 namespace optionTexts {
 
-void addHelpAndVersion(QCommandLineParser& parser);
-void addPortAndBaud(QCommandLineParser& parser);
-void addInteger(QCommandLineParser& parser, const IntegerOption& option, int initially);
-void addTag(QCommandLineParser& parser);
-void addQuiet(QCommandLineParser& parser);
+void addHelp(QCommandLineParser& parser);
+void addVersion(QCommandLineParser& parser);
+/** `initially`: what it is when it is not given; nothing: the help does not say. */
+void addInteger(QCommandLineParser& parser, const IntegerOption& option,
+                std::optional<int> initially = {});
 /** Of an option with a value: what it does, and what is allowed where that is not empty. */
 void add(QCommandLineParser& parser, const char* name, const char* effect, const QString& allowed,
          const char* unit, const QString& initially = {});
@@ -38,8 +37,8 @@ QString numberRange(double lowest, double highest);
 } // namespace optionTexts
 
 /**
- * Takes values out of a parsed command line; the first complaint is kept, in one line. A value that
- * is not allowed leaves what it is for as it was.
+ * Takes values out of a parsed command line. The first complaint is kept, in one line. A value that
+ * is not given, or not allowed, leaves its variable as it was.
  */
 class OptionReader
 {
@@ -50,12 +49,16 @@ public:
     {
     }
 
-    /** `lister` is the command that shows which ports there are. */
-    void readPort(QString& port, const QString& lister);
-    void readBaud(int& baudRate);
+    bool isSet(const char* name) const;
     void readInteger(const IntegerOption& option, int& value);
-    /** Decimals are allowed. */
-    void readNumber(const char* name, double& value, double lowest, double highest);
+    /** From 0 to 2^64 - 1. */
+    void readInteger(const char* name, quint64& value);
+    /** One of the numbers of `allowed`, which complaints tell as `allowedText`. */
+    void readOneOf(const char* name, int& value, std::span<const int> allowed,
+                   const QString& allowedText);
+    /** Decimals are allowed. `allowedText` is the range in words; empty: numberRange(). */
+    void readNumber(const char* name, double& value, double lowest, double highest,
+                    const QString& allowedText = {});
     /** An empty path is refused. */
     void readPath(const char* name, QString& path);
     /** Every --tag, as values by keys. */
@@ -69,8 +72,8 @@ public:
     void refuse(const char* name, const QString& value, const QString& allowed);
 
 private:
+    bool isGiven(const char* name) const;
     void readTag(const QString& tag, QMap<QString, QString>& tags);
-    void readInteger(const char* name, int& value, int lowest, int highest, const QString& allowed);
 
     const QCommandLineParser& parser;
     QString& message;
@@ -79,7 +82,10 @@ private:
 /**
  * Parses `arguments`, the program's name first, and looks after what is the same everywhere. True:
  * there is nothing more to read, `message` is the help or the version. False: a `message` that is
- * not empty is a complaint about what are no options at all.
+ * not empty is a complaint. `versionText` is empty for a program without --version.
  */
 bool parseArguments(QCommandLineParser& parser, const QStringList& arguments,
                     const QString& versionText, QString& message);
+
+/** Complains in `message`, where there is no complaint yet, of arguments that are no options. */
+void refusePositionals(const QCommandLineParser& parser, QString& message);

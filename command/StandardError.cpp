@@ -51,9 +51,9 @@ void StandardError::print(const QString& line, const QString& before, const QStr
         ++leftOut;
 }
 
-void StandardError::complain(const QString& message)
+QString StandardError::ownLine(const QString& message) const
 {
-    print(name + QStringLiteral(": ") + message);
+    return name + QStringLiteral(": ") + message;
 }
 
 void StandardError::draw(const QString& text)

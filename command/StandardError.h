@@ -28,7 +28,9 @@ public:
      */
     void print(const QString& line, const QString& before = {}, const QString& after = {});
     /** Prints a line of the program itself. */
-    void complain(const QString& message);
+    void complain(const QString& message) { print(ownLine(message)); }
+    /** `message` as complain() prints it. */
+    QString ownLine(const QString& message) const;
     /** Writes `text`, which counts as no line. */
     void draw(const QString& text);
 

@@ -1,6 +1,6 @@
 #include "command/TerminalOutput.h"
 
-#include "command/terminal.h"
+#include "command/Program.h"
 
 #include <QDateTime>
 
@@ -25,8 +25,8 @@ QString colourOf(const QString& type)
 
 } // namespace
 
-TerminalOutput::TerminalOutput(const QString& program, bool beQuiet)
-    : name(program), errors(program), quiet(beQuiet), drawing(takesEscapes(STDERR_FILENO)),
+TerminalOutput::TerminalOutput(StandardError& standardError, bool beQuiet)
+    : errors(standardError), quiet(beQuiet), drawing(takesEscapes(STDERR_FILENO)),
       coloured(drawing && !qEnvironmentVariableIsSet("NO_COLOR"))
 {
 }
@@ -50,7 +50,7 @@ void TerminalOutput::log(const QDateTime& time, const QString& type, const QStri
 
 void TerminalOutput::complain(const QString& message)
 {
-    print(name + QStringLiteral(": ") + message);
+    print(errors.ownLine(message));
 }
 
 void TerminalOutput::showStatus(const QStringList& pieces)

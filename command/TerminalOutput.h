@@ -14,8 +14,11 @@ class QDateTime;
 class TerminalOutput
 {
 public:
-    /** `program` begins every complaint; `beQuiet` leaves out log lines and the status line. */
-    TerminalOutput(const QString& program, bool beQuiet);
+    /**
+     * Writes to `standardError`, which is not owned and outlives this object. Nothing else writes
+     * to it meanwhile. `beQuiet` leaves out log lines and the status line.
+     */
+    TerminalOutput(StandardError& standardError, bool beQuiet);
     /** Takes the status line away. */
     ~TerminalOutput();
     TerminalOutput(const TerminalOutput&) = delete;
@@ -35,8 +38,7 @@ private:
     void print(const QString& line);
     QString drawnStatus() const;
 
-    QString name;
-    StandardError errors;
+    StandardError& errors;
     bool quiet;
     bool drawing; ///< the terminal takes escapes
     bool coloured;

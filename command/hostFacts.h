@@ -1,9 +1,16 @@
 #pragma once
 
-#include <QJsonValue>
+#include <QString>
 
-/**
- * The computer that this runs on: an object with its `name`, the release of its `kernel` and its
- * `machine`, such as "x86_64". Null when the system does not tell.
- */
-QJsonValue hostFacts();
+#include <optional>
+
+/** The computer that a program runs on. */
+struct HostFacts
+{
+    QString name;
+    QString kernel;  ///< its release
+    QString machine; ///< such as "x86_64"
+};
+
+/** Nothing when the system does not tell. */
+std::optional<HostFacts> hostFacts();

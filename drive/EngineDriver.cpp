@@ -2,8 +2,6 @@
 
 #include "engine/BraskTestWorker.h"
 #include "engine/metaTypes.h"
-#include "engine/timing/ExactTiming.h"
-#include "engine/timing/WindowTiming.h"
 #include "port/openFault.h"
 
 #include <QCoreApplication>
@@ -24,10 +22,7 @@ EngineDriver::~EngineDriver()
 BraskTestWorker* EngineDriver::makeEngine(const Setup& asked, RunObserver& observer)
 {
     BraskTestWorker::Setup setup;
-    if (asked.timing == RunOptions::Timing::Exact)
-        setup.timing = std::make_unique<ExactTiming>();
-    else
-        setup.timing = std::make_unique<WindowTiming>();
+    setup.timing = makeTiming(asked.timing);
     setup.observer = &observer;
     setup.writesScreen = asked.writesScreen;
     return new BraskTestWorker(std::move(setup));

@@ -2,7 +2,7 @@
 
 #include "drive/RunObserver.h"
 #include "engine/TestStats.h"
-#include "runner/runOptions.h"
+#include "engine/timing/EngineTiming.h"
 
 #include <QObject>
 #include <QThread>
@@ -22,8 +22,8 @@ class EngineDriver : public QObject
 public:
     struct Setup
     {
-        RunOptions::Timing timing = RunOptions::Timing::Exact;
-        bool writesScreen = true;  ///< as in RunOptions
+        TimingKind timing = TimingKind::Exact;
+        bool writesScreen = true;  ///< false: the module's screen is left alone
         int timeoutMs = 500;       ///< of all runs, as in TestConfig
         PingSink* pings = nullptr; ///< as of RunMeasurement; not owned
     };
@@ -49,7 +49,7 @@ public:
 
 signals:
     void connected();
-    /** `reason`, in one line, is the engine's and the system's. The object is of no more use. */
+    /** One line: the engine's and the system's error. Do not use the object again. */
     void notConnected(const QString& reason);
     /** In front of the engine's first line on the run. */
     void runBegan();
@@ -63,7 +63,7 @@ signals:
     void lineLost();
     /** stats() and figures() are final. Once a run. */
     void runEnded();
-    /** The engine has said its last line. The object is of no more use. */
+    /** The engine has sent its last line. Do not use the object again. */
     void disconnected();
     /** As of BraskTestWorker; none of these comes while connecting. */
     void errorOccurred(const QString& error);

@@ -3,7 +3,7 @@
 void RunObserver::runBegan(qint64 atNs)
 {
     RunMeasurement::runBegan(atNs);
-    lineWatch.sent();
+    failingSinceNs.reset();
     lost = false;
     emit began();
 }
@@ -11,13 +11,15 @@ void RunObserver::runBegan(qint64 atNs)
 void RunObserver::pingSent(const Sent& ping)
 {
     RunMeasurement::pingSent(ping);
-    lineWatch.sent();
+    failingSinceNs.reset();
 }
 
 void RunObserver::sendFailed(quint64 id, int sizeBytes, qint64 atNs)
 {
     RunMeasurement::sendFailed(id, sizeBytes, atNs);
-    if (!lineWatch.failed(atNs) || lost)
+    if (!failingSinceNs)
+        failingSinceNs = atNs;
+    if (lost || atNs - *failingSinceNs <= timeoutNs)
         return;
     lost = true;
     emit lineLost();

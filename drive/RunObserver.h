@@ -1,14 +1,15 @@
 #pragma once
 
-#include "drive/LineWatch.h"
 #include "measure/RunMeasurement.h"
 
 #include <QObject>
 
+#include <optional>
+
 /**
- * What the runner learns of a run from the engine: its figures, and the moments that it acts upon.
+ * Takes the figures of a run, and tells the driver of the moments that it acts upon.
  *
- * Lives on the runner's thread and is called on the engine's; the signals are sent from there, so
+ * Lives on the driver's thread and is called on the engine's. The signals are sent from there, so
  * connect to them by queued connections. They keep their order among the engine's own.
  */
 class RunObserver : public QObject, public RunMeasurement
@@ -17,7 +18,10 @@ class RunObserver : public QObject, public RunMeasurement
 
 public:
     /** `pings` as of RunMeasurement; `timeoutMs` as in TestConfig. */
-    RunObserver(PingSink* pings, int timeoutMs) : RunMeasurement(pings), lineWatch(timeoutMs) {}
+    RunObserver(PingSink* pings, int timeoutMs)
+        : RunMeasurement(pings), timeoutNs(timeoutMs * qint64{1'000'000})
+    {
+    }
 
     void runBegan(qint64 atNs) override;
     void pingSent(const Sent& ping) override;
@@ -36,6 +40,7 @@ signals:
     void lineLost();
 
 private:
-    LineWatch lineWatch;
+    qint64 timeoutNs;
+    std::optional<qint64> failingSinceNs; ///< first failure since the last ping sent
     bool lost = false;
 };

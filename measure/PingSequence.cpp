@@ -14,7 +14,7 @@ void PingSequence::clear()
     first = next = 0;
 }
 
-void PingSequence::begin(quint64 id, int sizeBytes, qint64 sentNs)
+void PingSequence::opened(quint64 id, int sizeBytes, qint64 sentNs)
 {
     Q_ASSERT(id == next);
     if (next - first == ring.size())
@@ -23,7 +23,7 @@ void PingSequence::begin(quint64 id, int sizeBytes, qint64 sentNs)
     next = id + 1;
 }
 
-void PingSequence::end(quint64 id, PingFate fate, qint64 roundTripNs)
+void PingSequence::settled(quint64 id, PingFate fate, qint64 roundTripNs)
 {
     Q_ASSERT(id >= first && id < next && held(id).open);
     held(id).ping.fate = fate;

@@ -23,9 +23,9 @@ public:
     void clear();
 
     /** Ids come one after another, those of pings that could not be sent included. */
-    void begin(quint64 id, int sizeBytes, qint64 sentNs);
+    void opened(quint64 id, int sizeBytes, qint64 sentNs);
     /** Once for each ping. `roundTripNs` is -1 without an echo. */
-    void end(quint64 id, PingFate fate, qint64 roundTripNs);
+    void settled(quint64 id, PingFate fate, qint64 roundTripNs);
 
     /** Takes out the ping with the lowest id; nothing while its fate is not known. */
     std::optional<PingRecord> takeEnded();

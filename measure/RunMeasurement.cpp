@@ -1,6 +1,6 @@
 #include "measure/RunMeasurement.h"
 
-#include "measure/PingSink.h"
+#include "measure/PingRecord.h"
 
 #include <algorithm>
 
@@ -44,7 +44,7 @@ void RunMeasurement::runBegan(qint64 atNs)
 
 void RunMeasurement::pingSent(const Sent& ping)
 {
-    sequence.begin(ping.id, ping.sizeBytes, ping.startNs - beganNs);
+    sequence.opened(ping.id, ping.sizeBytes, ping.startNs - beganNs);
     const std::lock_guard lock(mutex);
     ++counts.sent;
     timeSpans.sent(sinceStart(ping.startNs));
@@ -54,7 +54,7 @@ void RunMeasurement::pingSent(const Sent& ping)
 
 void RunMeasurement::sendFailed(quint64 id, int sizeBytes, qint64 atNs)
 {
-    sequence.begin(id, sizeBytes, atNs - beganNs);
+    sequence.opened(id, sizeBytes, atNs - beganNs);
     {
         const std::lock_guard lock(mutex);
         ++counts.sendFailures;
@@ -173,7 +173,7 @@ void RunMeasurement::timeLateEcho(quint64 id, qint64 atNs)
 /** Not under the lock: a sink may take its time. */
 void RunMeasurement::endPing(quint64 id, PingFate fate, qint64 roundTripNs)
 {
-    sequence.end(id, fate, roundTripNs);
+    sequence.settled(id, fate, roundTripNs);
     while (const std::optional<PingRecord> ping = sequence.takeEnded()) {
         {
             const std::lock_guard lock(mutex);

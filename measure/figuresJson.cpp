@@ -2,28 +2,20 @@
 
 #include "engine/timing/PingObserver.h"
 #include "link/vnPacketComs.h"
+#include "measure/RunFormat.h"
+#include "measure/jsonValues.h"
 
 #include <QJsonArray>
 #include <QString>
 
-#include <cmath>
+using jsonValues::count;
+using jsonValues::rounded;
 
 namespace {
 
-double roundedTo(int decimals, double value)
-{
-    const double scale = std::pow(10, decimals);
-    return std::round(value * scale) / scale;
-}
-
 QJsonValue us(const std::optional<double>& value)
 {
-    return value ? QJsonValue(roundedTo(1, *value)) : QJsonValue();
-}
-
-QJsonValue count(quint64 value)
-{
-    return static_cast<qint64>(value);
+    return rounded(value, 1);
 }
 
 template <typename Record>
@@ -52,8 +44,7 @@ QJsonArray histogram(const RunFigures& figures)
 {
     QJsonArray bins;
     for (const LatencyHistogram::Bin& bin : figures.latencyHistogram)
-        bins.append(
-            QJsonArray{roundedTo(3, bin.lowerUs), roundedTo(3, bin.upperUs), count(bin.count)});
+        bins.append(QJsonArray{rounded(bin.lowerUs, 3), rounded(bin.upperUs, 3), count(bin.count)});
     return bins;
 }
 
@@ -63,7 +54,7 @@ QJsonArray seconds(const RunFigures& figures)
     for (const TimeSpan& span : figures.spans)
         spans.append(QJsonObject{
             {"start", span.startSec},
-            {"length", roundedTo(3, span.lengthSec)},
+            {"length", rounded(span.lengthSec, 3)},
             {"sent", count(span.sent)},
             {"received", count(span.received)},
             {"lost", count(span.lost)},
@@ -106,9 +97,10 @@ QJsonObject figuresJson(const RunFigures& figures)
                                   {"maximum", us(figures.sendLagUs, &SendLag::maximum)}}},
         {"latencyHistogramUs", histogram(figures)},
         {"seconds", seconds(figures)},
-        {"lossCauses", QJsonObject{{"noEchoInTime", count(figures.lossCauses.noEchoInTime)},
-                                   {"noEchoAtEnd", count(figures.lossCauses.noEchoAtEnd)},
-                                   {"changedEcho", count(figures.lossCauses.changedEcho)}}},
+        {"lossCauses",
+         QJsonObject{{RunFormat::noEchoInTime, count(figures.lossCauses.noEchoInTime)},
+                     {RunFormat::noEchoAtEnd, count(figures.lossCauses.noEchoAtEnd)},
+                     {RunFormat::changedEcho, count(figures.lossCauses.changedEcho)}}},
         {"sendFailures", count(figures.sendFailures)},
         {"lossBursts", QJsonObject{{"count", count(figures.lossBursts.count)},
                                    {"longest", count(figures.lossBursts.longest)}}},

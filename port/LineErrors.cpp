@@ -1,9 +1,5 @@
 #include "port/LineErrors.h"
 
-#include <QJsonObject>
-
-#include <algorithm>
-
 #include <fcntl.h>
 #include <linux/serial.h>
 #include <sys/ioctl.h>
@@ -11,9 +7,9 @@
 
 namespace {
 
-QJsonValue knownCount(quint32 count, bool isCounted)
+std::optional<quint32> knownCount(quint32 count, bool isCounted)
 {
-    return count > 0 || isCounted ? QJsonValue(qint64{count}) : QJsonValue();
+    return count > 0 || isCounted ? std::optional(count) : std::nullopt;
 }
 
 } // namespace
@@ -52,19 +48,17 @@ std::optional<LineErrorCounts> LineErrors::read() const
                            .bufferOverrun = static_cast<quint32>(counters.buf_overrun)};
 }
 
-QJsonValue LineErrors::sinceStart() const
+std::optional<KnownLineErrors> LineErrors::sinceStart() const
 {
     const std::optional<LineErrorCounts> now = read();
     if (!start || !now)
-        return {};
+        return std::nullopt;
     const LineErrorCounts counts = countedBetween(*start, *now);
-    const QJsonObject known{
-        {"framing", knownCount(counts.framing, counted.framing)},
-        {"parity", knownCount(counts.parity, counted.parity)},
-        {"overrun", knownCount(counts.overrun, counted.overrun)},
-        {"break", knownCount(counts.lineBreak, counted.lineBreak)},
-        {"bufferOverrun", knownCount(counts.bufferOverrun, counted.bufferOverrun)}};
-    const bool isUnknown = std::all_of(known.begin(), known.end(),
-                                       [](const QJsonValue& count) { return count.isNull(); });
-    return isUnknown ? QJsonValue() : known;
+    const KnownLineErrors known{.framing = knownCount(counts.framing, counted.framing),
+                                .parity = knownCount(counts.parity, counted.parity),
+                                .overrun = knownCount(counts.overrun, counted.overrun),
+                                .lineBreak = knownCount(counts.lineBreak, counted.lineBreak),
+                                .bufferOverrun =
+                                    knownCount(counts.bufferOverrun, counted.bufferOverrun)};
+    return known == KnownLineErrors{} ? std::nullopt : std::optional(known);
 }

@@ -2,7 +2,6 @@
 
 #include "port/countedErrors.h"
 
-#include <QJsonValue>
 #include <QString>
 
 #include <optional>
@@ -19,7 +18,19 @@ struct LineErrorCounts
     bool operator==(const LineErrorCounts&) const = default;
 };
 
-/** What came between two readings, the counters running over at 2^32. */
+/** The same as far as it is known; nothing where 0 may only mean that the driver does not count. */
+struct KnownLineErrors
+{
+    std::optional<quint32> framing{};
+    std::optional<quint32> parity{};
+    std::optional<quint32> overrun{};
+    std::optional<quint32> lineBreak{};
+    std::optional<quint32> bufferOverrun{};
+
+    bool operator==(const KnownLineErrors&) const = default;
+};
+
+/** What came between two readings. The counters start again from 0 after 2^32 - 1. */
 LineErrorCounts countedBetween(const LineErrorCounts& start, const LineErrorCounts& end);
 
 /**
@@ -39,12 +50,10 @@ public:
     LineErrors& operator=(const LineErrors&) = delete;
 
     /**
-     * Faults since construction: an object with `framing`, `parity`, `overrun`, `break` and
-     * `bufferOverrun`. A count of 0 of a kind that the driver does not always count is null. Null
-     * as a whole when all are, when the driver has no counters, as for a pseudo-terminal, and when
-     * the device could not be opened or has gone.
+     * Faults since construction. Nothing when no kind is known, when the driver has no counters, as
+     * for a pseudo-terminal, and when the device could not be opened or has gone.
      */
-    QJsonValue sinceStart() const;
+    std::optional<KnownLineErrors> sinceStart() const;
 
 private:
     std::optional<LineErrorCounts> read() const;

@@ -3,7 +3,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonObject>
 
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -35,11 +34,6 @@ QString ownerOf(QString device, const char* name)
         device = parentOf(device);
     }
     return {};
-}
-
-QJsonValue orNull(const QString& text)
-{
-    return text.isEmpty() ? QJsonValue() : QJsonValue(text);
 }
 
 } // namespace
@@ -77,18 +71,4 @@ std::optional<PortAdapter> portAdapter(const QString& path)
     adapter.suspends = attribute(usb, "power/control") == u"auto";
     adapter.suspendFile = usb + QStringLiteral("/power/control");
     return adapter;
-}
-
-QJsonValue toJson(const std::optional<PortAdapter>& adapter)
-{
-    if (!adapter)
-        return {};
-    return QJsonObject{{"driver", orNull(adapter->driver)},
-                       {"vendorId", orNull(adapter->vendorId)},
-                       {"productId", orNull(adapter->productId)},
-                       {"serialNumber", orNull(adapter->serialNumber)},
-                       {"product", orNull(adapter->product)},
-                       {"latencyTimerMs", adapter->latencyTimerMs
-                                              ? QJsonValue(*adapter->latencyTimerMs)
-                                              : QJsonValue()}};
 }

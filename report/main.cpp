@@ -1,7 +1,5 @@
 #include "command/OutputFile.h"
-#include "command/StandardError.h"
-#include "command/standardStreams.h"
-#include "command/useUtf8.h"
+#include "command/Program.h"
 #include "report/html/page.h"
 #include "report/html/surveyPage.h"
 #include "report/read/readReport.h"
@@ -14,8 +12,6 @@
 
 namespace {
 
-enum ExitStatus { AllRead = 0, SomeUnread = 1, WrongUsage = 2, OutputFailed = 5 };
-
 struct Reports
 {
     std::vector<Run> runs;
@@ -23,13 +19,13 @@ struct Reports
     bool complete = true;             ///< all could be read
 };
 
-void complain(StandardError& errors, const QString& message)
+void complain(Program& program, const QString& message)
 {
-    errors.complain(printable(message));
+    program.complain(printable(message));
 }
 
 /** Complains of those that cannot be shown. */
-Reports readReports(const QStringList& files, StandardError& errors)
+Reports readReports(const QStringList& files, Program& program)
 {
     Reports reports;
     for (const QString& file : files) {
@@ -41,56 +37,55 @@ Reports readReports(const QStringList& files, StandardError& errors)
         else if (result.survey)
             reports.survey = std::move(result.survey);
         else
-            complain(errors, QStringLiteral("%1: %2").arg(file, result.fault));
+            complain(program, QStringLiteral("%1: %2").arg(file, result.fault));
         reports.complete = reports.complete && result.fault.isEmpty();
     }
     return reports;
 }
 
-int report(const ReportOptions& options, StandardError& errors)
+QByteArray page(Reports& reports, const QString& by)
 {
-    Reports reports = readReports(options.files, errors);
+    return (reports.survey ? surveyPage(*reports.survey) : htmlPage(reports.runs, by)).toUtf8();
+}
+
+QString text(Reports& reports, const QString& by)
+{
+    return reports.survey ? surveyText(*reports.survey) : textReport(std::move(reports.runs), by);
+}
+
+ExitStatus report(const ReportOptions& options, Program& program)
+{
+    Reports reports = readReports(options.files, program);
     if (reports.runs.empty() && !reports.survey)
-        return WrongUsage;
-    QString fault;
-    if (!options.htmlPath.isEmpty())
-        fault = writeOutput(
-            QStringLiteral("the page"), options.htmlPath,
-            (reports.survey ? surveyPage(*reports.survey) : htmlPage(reports.runs, options.by))
-                .toUtf8());
-    if (fault.isEmpty() && options.onTerminal)
-        fault =
-            printOnStandardOutput((reports.survey ? surveyText(*reports.survey)
-                                                  : textReport(std::move(reports.runs), options.by))
-                                      .toLocal8Bit());
-    if (!fault.isEmpty()) {
-        complain(errors, fault);
-        return OutputFailed;
+        return ExitStatus::WrongUsage;
+    if (!options.htmlPath.isEmpty()) {
+        const QString fault =
+            writeOutput(QStringLiteral("the page"), options.htmlPath, page(reports, options.by));
+        if (!fault.isEmpty()) {
+            complain(program, fault);
+            return ExitStatus::OutputFailed;
+        }
     }
-    return reports.complete ? AllRead : SomeUnread;
+    if (options.onTerminal && program.print(text(reports, options.by)) != 0)
+        return ExitStatus::OutputFailed;
+    return reports.complete ? ExitStatus::Passed : ExitStatus::Failed;
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    prepareStandardStreams();
-    useUtf8();
+    Program::prepare();
     const QCoreApplication application(argc, argv);
-    StandardError errors(QStringLiteral("packetbrask-report"));
+    Program program(QStringLiteral("packetbrask-report"));
     const ReportOptions options = parseReportOptions(QCoreApplication::arguments());
     switch (options.outcome) {
-    case ReportOptions::Outcome::ShowText: {
-        const QString fault = printOnStandardOutput(options.message.toLocal8Bit());
-        if (!fault.isEmpty())
-            complain(errors, fault);
-        return fault.isEmpty() ? AllRead : OutputFailed;
-    }
+    case ReportOptions::Outcome::ShowText:
+        return program.print(options.message);
     case ReportOptions::Outcome::Error:
-        complain(errors, options.message);
-        return WrongUsage;
+        return program.refuse(printable(options.message));
     case ReportOptions::Outcome::Report:
         break;
     }
-    return report(options, errors);
+    return static_cast<int>(report(options, program));
 }

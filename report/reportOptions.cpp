@@ -1,5 +1,7 @@
 #include "report/reportOptions.h"
 
+#include "command/OptionReader.h"
+
 #include <QCommandLineParser>
 #include <QFileInfo>
 
@@ -12,17 +14,16 @@ void addOptions(QCommandLineParser& parser)
         "a batch as a table; or one report of packetbrask-survey. Exit status: 0 when all was read "
         "and written, 1 when a report could not be read, 2 when none could or the usage was wrong, "
         "5 when something could not be written."));
-    parser.addOption({{"h", "help"}, QStringLiteral("Show this help and end.")});
-    parser.addOption({{"v", "version"}, QStringLiteral("Show the version and end.")});
-    parser.addOption({QStringLiteral("html"),
-                      QStringLiteral("File for the page, which needs no other file and no network; "
-                                     "- is standard output."),
-                      QStringLiteral("file")});
+    optionTexts::addHelp(parser);
+    optionTexts::addVersion(parser);
+    optionTexts::add(parser, "html",
+                     "File for the page, which needs no other file and no network; - is standard "
+                     "output.",
+                     {}, "file");
     parser.addOption(
         {QStringLiteral("text"), QStringLiteral("Print it as text; so it is without --html too.")});
-    parser.addOption({QStringLiteral("by"),
-                      QStringLiteral("Name the runs by this tag, and group more than eight by it."),
-                      QStringLiteral("tag")});
+    optionTexts::add(parser, "by", "Name the runs by this tag, and group more than eight by it.",
+                     {}, "tag");
     parser.addPositionalArgument(QStringLiteral("report"),
                                  QStringLiteral("Report that packetbrask-run or packetbrask-survey "
                                                 "has written with --json."),
@@ -54,15 +55,10 @@ ReportOptions parseReportOptions(const QStringList& arguments)
     QCommandLineParser parser;
     addOptions(parser);
     ReportOptions options;
-    const bool understood = parser.parse(arguments);
-    if (understood && parser.isSet(QStringLiteral("help"))) {
+    if (parseArguments(parser, arguments,
+                       QStringLiteral("packetbrask-report " PROGRAM_VERSION "\n"),
+                       options.message)) {
         options.outcome = ReportOptions::Outcome::ShowText;
-        options.message = parser.helpText();
-        return options;
-    }
-    if (understood && parser.isSet(QStringLiteral("version"))) {
-        options.outcome = ReportOptions::Outcome::ShowText;
-        options.message = QStringLiteral("packetbrask-report " PROGRAM_VERSION "\n");
         return options;
     }
     options.files = parser.positionalArguments();
@@ -70,7 +66,8 @@ ReportOptions parseReportOptions(const QStringList& arguments)
     options.by = parser.value(QStringLiteral("by"));
     options.onTerminal =
         parser.isSet(QStringLiteral("text")) || !parser.isSet(QStringLiteral("html"));
-    options.message = understood ? fault(parser, options) : parser.errorText();
+    if (options.message.isEmpty())
+        options.message = fault(parser, options);
     if (!options.message.isEmpty())
         options.outcome = ReportOptions::Outcome::Error;
     return options;

@@ -1,5 +1,7 @@
 #include "runner/PingLog.h"
 
+#include "measure/RunFormat.h"
+
 #include <cstdio>
 #include <utility>
 
@@ -16,11 +18,11 @@ const char* fateName(PingFate fate)
     case PingFate::ReceivedAfterEnd:
         return "receivedAtEnd";
     case PingFate::NoEchoInTime:
-        return "noEchoInTime";
+        return RunFormat::noEchoInTime;
     case PingFate::NoEchoAtEnd:
-        return "noEchoAtEnd";
+        return RunFormat::noEchoAtEnd;
     case PingFate::ChangedEcho:
-        return "changedEcho";
+        return RunFormat::changedEcho;
     case PingFate::NotSent:
         break;
     }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "command/RowFile.h"
-#include "measure/PingSink.h"
+#include "measure/PingRecord.h"
 
 #include <QByteArray>
 

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "command/hostFacts.h"
 #include "engine/TestStats.h"
 #include "measure/RunFigures.h"
+#include "port/LineErrors.h"
+#include "port/portAdapter.h"
 
 #include <QDateTime>
-#include <QJsonValue>
 #include <QString>
 
 /** What became of one run. A default record is that of a run not yet begun. */
@@ -14,10 +16,10 @@ struct RunOutcome
     RunFigures figures{}; ///< of the finished run
     qint64 lastedMs = 0;  ///< from the run's start to its end, final wait included; steady clock
     bool lineLost = false;
-    QString outputFault{};   ///< first reason why one of its other files is incomplete; empty: none
-    QJsonValue host{};       ///< see hostFacts()
-    QJsonValue adapter{};    ///< see toJson(PortAdapter)
-    QJsonValue lineErrors{}; ///< see LineErrors::sinceStart()
+    QString outputFault{}; ///< first reason why one of its other files is incomplete; empty: none
+    std::optional<HostFacts> host{};
+    std::optional<PortAdapter> adapter{};
+    std::optional<KnownLineErrors> lineErrors{};
 
     /** Local time. */
     QDateTime start() const { return QDateTime::fromMSecsSinceEpoch(stats.startTime); }

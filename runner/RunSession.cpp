@@ -1,12 +1,10 @@
 #include "runner/RunSession.h"
 
-#include "command/ExitStatus.h"
 #include "command/OutputFile.h"
+#include "command/Program.h"
 #include "command/TerminalOutput.h"
-#include "command/hostFacts.h"
 #include "engine/lineCapacity.h"
 #include "engine/timing/wallTime.h"
-#include "port/portAdapter.h"
 #include "runner/junitReport.h"
 #include "runner/runReport.h"
 #include "runner/statusPieces.h"
@@ -71,7 +69,7 @@ void RunSession::onNotConnected(const QString& reason)
     emit finished(static_cast<int>(ExitStatus::PortNotOpened));
 }
 
-/** Why not all files can be written, in one line; empty when they can. */
+/** First reason why an output file cannot be written; empty if none. */
 QString RunSession::openOutputs()
 {
     for (const QString& path : {options.reportPath, options.junitPath}) {
@@ -95,15 +93,15 @@ void RunSession::beginRun()
         finish(static_cast<int>(ExitStatus::OutputFailed));
         return;
     }
-    const LineUse use{.wholeMilliseconds = options.timing == RunOptions::Timing::Window,
+    const LineUse use{.wholeMilliseconds = options.timing == TimingKind::Window,
                       .writesScreen = options.writesScreen};
     const QString warning = capacityWarning(options.config, options.baudRate, use);
     if (!warning.isEmpty())
         output.complain(QStringLiteral("the line cannot carry this: ") + warning);
     outcome.host = hostFacts();
-    const std::optional<PortAdapter> adapter = portAdapter(options.port);
-    outcome.adapter = toJson(adapter);
-    lineErrors.emplace(options.port, countedErrors(adapter ? adapter->driver : QString()));
+    outcome.adapter = portAdapter(options.port);
+    lineErrors.emplace(options.port,
+                       countedErrors(outcome.adapter ? outcome.adapter->driver : QString()));
     running = true;
     engine.startRun(options.config);
     if (endRequested)

@@ -38,7 +38,7 @@ void writeTags(QXmlStreamWriter& xml, const RunOptions& options)
 void writeCheck(QXmlStreamWriter& xml, const Check& check)
 {
     xml.writeStartElement(QStringLiteral("testcase"));
-    xml.writeAttribute(QStringLiteral("classname"), QStringLiteral("packetbrask-run"));
+    xml.writeAttribute(QStringLiteral("classname"), RunFormat::program());
     xml.writeAttribute(QStringLiteral("name"), check.name);
     if (check.result == Check::Result::Broken) {
         xml.writeEmptyElement(QStringLiteral("failure"));
@@ -64,7 +64,7 @@ QByteArray junitReport(const RunOptions& options, const RunOutcome& outcome, con
     const auto attribute = [&xml](const char* name, const QString& value) {
         xml.writeAttribute(QLatin1String(name), value);
     };
-    attribute("name", writable(QStringLiteral("packetbrask-run ") + options.port));
+    attribute("name", writable(RunFormat::program() + u' ' + options.port));
     attribute("tests", QString::number(verdict.checks.size()));
     attribute("failures", QString::number(countOf(verdict, Check::Result::Broken)));
     attribute("errors", QString::number(countOf(verdict, Check::Result::Disturbed)));

@@ -1,9 +1,8 @@
-#include "command/ExitStatus.h"
+#include "command/Program.h"
 #include "command/SignalWatch.h"
 #include "command/TerminalOutput.h"
-#include "command/standardStreams.h"
-#include "command/useUtf8.h"
 #include "link/vnPortEnumerator.h"
+#include "measure/RunFormat.h"
 #include "port/portCheck.h"
 #include "runner/RunSession.h"
 
@@ -11,42 +10,28 @@
 
 namespace {
 
-QString programName()
-{
-    return QStringLiteral("packetbrask-run");
-}
-
-int print(const QString& text)
-{
-    const QString fault = printOnStandardOutput(text.toLocal8Bit());
-    if (fault.isEmpty())
-        return static_cast<int>(ExitStatus::Passed);
-    TerminalOutput(programName(), false).complain(fault);
-    return static_cast<int>(ExitStatus::OutputFailed);
-}
-
-int listPorts()
+QString portList()
 {
     QString text;
     for (const portInfo& port : vnPortEnumerator().enumeratePorts())
         text += port.portName + u'\t' + port.description + u'\n';
-    return print(text);
+    return text;
 }
 
-int checkPort(const QString& path)
+int checkPort(Program& program, const QString& path)
 {
     QString text;
     for (const QString& fault : portFaults(path))
         text += path + QStringLiteral(": ") + fault + u'\n';
-    const int status = print(text);
+    const int status = program.print(text);
     if (status != static_cast<int>(ExitStatus::Passed) || text.isEmpty())
         return status;
-    return static_cast<int>(ExitStatus::LimitExceeded);
+    return static_cast<int>(ExitStatus::Failed);
 }
 
-int run(const RunOptions& options)
+int run(Program& program, const RunOptions& options)
 {
-    TerminalOutput output(programName(), options.quiet);
+    TerminalOutput output(program.standardError(), options.quiet);
     const SignalWatch watch;
     RunSession session(options, output);
     QObject::connect(&watch, &SignalWatch::endRequested, &session, &RunSession::requestEnd);
@@ -59,23 +44,22 @@ int run(const RunOptions& options)
 
 int main(int argc, char** argv)
 {
-    prepareStandardStreams();
-    useUtf8();
+    Program::prepare();
     SignalWatch::block();
     const QCoreApplication application(argc, argv);
+    Program program(RunFormat::program());
     const RunOptions options = parseRunOptions(QCoreApplication::arguments());
     switch (options.outcome) {
     case RunOptions::Outcome::ShowText:
-        return print(options.message);
+        return program.print(options.message);
     case RunOptions::Outcome::ListPorts:
-        return listPorts();
+        return program.print(portList());
     case RunOptions::Outcome::CheckPort:
-        return checkPort(options.port);
+        return checkPort(program, options.port);
     case RunOptions::Outcome::Error:
-        TerminalOutput(programName(), false).complain(options.message);
-        return static_cast<int>(ExitStatus::WrongUsage);
+        return program.refuse(options.message);
     case RunOptions::Outcome::Run:
         break;
     }
-    return run(options);
+    return run(program, options);
 }

@@ -1,6 +1,6 @@
 #include "runner/runOptions.h"
 
-#include "command/OptionReader.h"
+#include "measure/RunFormat.h"
 
 #include <QCommandLineParser>
 
@@ -37,11 +37,12 @@ void addOptions(QCommandLineParser& parser)
     const QString latencyRange = optionTexts::numberRange(0, highestLatencyMs);
     parser.setApplicationDescription(
         QStringLiteral("Tests the serial link of a display module, without a window."));
-    optionTexts::addHelpAndVersion(parser);
+    optionTexts::addHelp(parser);
+    optionTexts::addVersion(parser);
     parser.addOption({QStringLiteral("list"), QStringLiteral("List the serial ports and end.")});
     parser.addOption({QStringLiteral("check"),
                       QStringLiteral("Tell what would spoil a test on the port, and end.")});
-    optionTexts::addPortAndBaud(parser);
+    addLineOptions(parser);
     for (const auto& [option, value] : configOptions)
         optionTexts::addInteger(parser, option, TestConfig{}.*value);
     add(parser, "events", "New file for the run's events, as CSV.", {}, "file");
@@ -62,34 +63,32 @@ void addOptions(QCommandLineParser& parser)
         QStringLiteral("exact"));
     parser.addOption(
         {QStringLiteral("no-screen"), QStringLiteral("Leave the module's screen alone.")});
-    optionTexts::addTag(parser);
-    optionTexts::addQuiet(parser);
+    addReportOptions(parser);
 }
 
-void readLimits(const QCommandLineParser& parser, OptionReader& reader, RunOptions& options)
+void readLimits(OptionReader& reader, RunOptions& options)
 {
     reader.readNumber("max-loss", options.maxLossPercent, 0, 100);
     reader.readNumber("max-left-out", options.maxLeftOutPercent, 0, 100);
-    if (parser.isSet(QStringLiteral("max-latency")))
+    if (reader.isSet("max-latency"))
         reader.readNumber("max-latency", options.maxLatencyMs.emplace(), 0, highestLatencyMs);
-    if (parser.isSet(QStringLiteral("max-p99")))
+    if (reader.isSet("max-p99"))
         reader.readNumber("max-p99", options.maxP99Ms.emplace(), 0, highestLatencyMs);
 }
 
 void readTiming(const QCommandLineParser& parser, OptionReader& reader, RunOptions& options)
 {
     const QString name = parser.value(QStringLiteral("timing"));
-    if (name == u"window")
-        options.timing = RunOptions::Timing::Window;
-    else if (name != u"exact")
+    if (name == QLatin1String(RunFormat::windowTiming))
+        options.timing = TimingKind::Window;
+    else if (name != QLatin1String(RunFormat::exactTiming))
         reader.refuse("timing", timingNames());
 }
 
 void readAll(const QCommandLineParser& parser, RunOptions& options)
 {
     OptionReader reader(parser, options.message);
-    reader.readPort(options.port, QStringLiteral("--list"));
-    reader.readBaud(options.baudRate);
+    readDriveOptions(reader, QStringLiteral("--list"), options);
     for (const auto& [option, value] : configOptions)
         reader.readInteger(option, options.config.*value);
     if (options.config.minDataSize > options.config.maxDataSize)
@@ -98,14 +97,11 @@ void readAll(const QCommandLineParser& parser, RunOptions& options)
             QStringLiteral("at most the --max-size, which is %1").arg(options.config.maxDataSize));
     reader.readPath("events", options.config.csvFilePath);
     reader.readPath("pings", options.pingPath);
-    reader.readPath("json", options.reportPath);
     reader.readPath("junit", options.junitPath);
     reader.keepFilesApart({"events", "pings", "json", "junit"});
-    readLimits(parser, reader, options);
+    readLimits(reader, options);
     readTiming(parser, reader, options);
-    options.writesScreen = !parser.isSet(QStringLiteral("no-screen"));
-    reader.readTags(options.tags);
-    options.quiet = parser.isSet(QStringLiteral("quiet"));
+    options.writesScreen = !reader.isSet("no-screen");
 }
 
 } // namespace
@@ -115,11 +111,13 @@ RunOptions parseRunOptions(const QStringList& arguments)
     QCommandLineParser parser;
     addOptions(parser);
     RunOptions options;
-    if (parseArguments(parser, arguments, QStringLiteral("packetbrask-run " PROGRAM_VERSION "\n"),
+    if (parseArguments(parser, arguments,
+                       RunFormat::program() + QStringLiteral(" " PROGRAM_VERSION "\n"),
                        options.message)) {
         options.outcome = RunOptions::Outcome::ShowText;
         return options;
     }
+    refusePositionals(parser, options.message);
     if (options.message.isEmpty() && parser.isSet(QStringLiteral("list"))) {
         options.outcome = RunOptions::Outcome::ListPorts;
     } else if (options.message.isEmpty()) {

@@ -1,45 +1,22 @@
 #include "runner/runReport.h"
 
+#include "drive/reportMembers.h"
 #include "engine/lineCapacity.h"
+#include "measure/RunFormat.h"
 #include "measure/figuresJson.h"
+#include "measure/jsonValues.h"
 
 #include <QJsonArray>
 
-#include <cmath>
 #include <optional>
+
+using namespace jsonValues;
 
 namespace {
 
-/** Reports without a format are those of version 1.0. */
-constexpr int reportFormat = 2;
-
-/** Figures are given no finer than they are measured. */
-QJsonValue orNull(const std::optional<double>& value, int decimals)
-{
-    if (!value)
-        return {};
-    const double scale = std::pow(10, decimals);
-    return std::round(*value * scale) / scale;
-}
-
-QJsonValue pathOrNull(const QString& path)
-{
-    return path.isEmpty() ? QJsonValue() : QJsonValue(path);
-}
-
-QJsonValue count(quint64 value)
-{
-    return static_cast<qint64>(value);
-}
-
-QString isoTime(const QDateTime& time)
-{
-    return time.toOffsetFromUtc(time.offsetFromUtc()).toString(Qt::ISODateWithMs);
-}
-
 bool isExact(const RunOptions& options)
 {
-    return options.timing == RunOptions::Timing::Exact;
+    return options.timing == TimingKind::Exact;
 }
 
 QJsonObject configuration(const RunOptions& options)
@@ -54,21 +31,13 @@ QJsonObject configuration(const RunOptions& options)
         {"durationSeconds", options.config.durationSec},
         {"moduleScreen", options.writesScreen},
         {"maxLossPercent", options.maxLossPercent},
-        {"maxLatencyMs", options.maxLatencyMs ? QJsonValue(*options.maxLatencyMs) : QJsonValue()},
-        {"maxP99Ms", options.maxP99Ms ? QJsonValue(*options.maxP99Ms) : QJsonValue()},
+        {"maxLatencyMs", orNull(options.maxLatencyMs)},
+        {"maxP99Ms", orNull(options.maxP99Ms)},
         {"maxLeftOutPercent",
          isExact(options) ? QJsonValue(options.maxLeftOutPercent) : QJsonValue()},
-        {"eventFile", pathOrNull(options.config.csvFilePath)},
-        {"pingFile", pathOrNull(options.pingPath)},
+        {"eventFile", orNull(options.config.csvFilePath)},
+        {"pingFile", orNull(options.pingPath)},
     };
-}
-
-QJsonObject tags(const RunOptions& options)
-{
-    QJsonObject object;
-    for (auto tag = options.tags.begin(); tag != options.tags.end(); ++tag)
-        object.insert(tag.key(), tag.value());
-    return object;
 }
 
 QJsonObject leftOut(const RunFigures& figures)
@@ -104,7 +73,7 @@ QJsonObject traffic(const RunOptions& options, const RunOutcome& outcome, quint6
         *bytes = *bytes * meanFrameBytes(options.config) + screenBytes;
         share = lineSharePercent(*bytes, options.baudRate);
     }
-    return {{"bytesPerSecond", orNull(bytes, 0)}, {"lineSharePercent", orNull(share, 2)}};
+    return {{"bytesPerSecond", rounded(bytes, 0)}, {"lineSharePercent", rounded(share, 2)}};
 }
 
 QJsonObject bothTraffics(const RunOptions& options, const RunOutcome& outcome)
@@ -134,27 +103,28 @@ QJsonObject runReport(const RunOptions& options, const RunOutcome& outcome, cons
     if (stats.packetsSent > 0)
         successPercent = stats.successRate;
     QJsonObject report{
-        {"program", "packetbrask-run"},
+        {"program", RunFormat::program()},
         {"version", PROGRAM_VERSION},
-        {"format", reportFormat},
+        {"format", RunFormat::number},
         {"configuration", configuration(options)},
-        {"tags", tags(options)},
-        {"host", outcome.host},
-        {"adapter", outcome.adapter},
-        {"timing", exact ? "exact" : "window"},
+        {"tags", toJson(options.tags)},
+        {"host", toJson(outcome.host)},
+        {"adapter", toJson(outcome.adapter)},
+        {"timing", exact ? RunFormat::exactTiming : RunFormat::windowTiming},
         {"start", isoTime(outcome.start())},
         {"end", isoTime(outcome.end())},
-        {"sendingSeconds", orNull(outcome.sendingSeconds(), 6)},
+        {"sendingSeconds", rounded(outcome.sendingSeconds(), 6)},
         {"requestedPacketsPerSecond", options.config.packetsPerSecond},
-        {"achievedPacketsPerSecond", orNull(perSecond(stats.packetsSent, outcome), 3)},
+        {"achievedPacketsPerSecond", rounded(perSecond(stats.packetsSent, outcome), 3)},
         {"packetsSent", count(stats.packetsSent)},
         {"packetsReceived", count(stats.packetsReceived)},
         {"packetsLost", count(stats.packetsLost)},
         {"packetsLeftOut", exact ? leftOut(outcome.figures) : QJsonValue()},
-        {"successRatePercent", orNull(successPercent, 4)},
+        {"successRatePercent", rounded(successPercent, 4)},
         {"latencyMs", latencies(stats)},
-        {"lineErrors", outcome.lineErrors},
-        {"verdict", verdictWord(verdict.status)},
+        {"lineErrors", toJson(outcome.lineErrors)},
+        {"verdict",
+         RunFormat::verdictWords.at(static_cast<std::size_t>(reportedVerdict(verdict.status)))},
         {"reasons", QJsonArray::fromStringList(verdict.reasons())},
         {"exitStatus", static_cast<int>(verdict.status)},
     };

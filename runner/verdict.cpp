@@ -110,31 +110,31 @@ Verdict judge(const RunOptions& options, const RunOutcome& outcome)
                outcome.lineLost ? QStringLiteral("the line was lost during the run") : QString());
     verdict.checks += limits(options, outcome);
     const bool unitFailed = !verdict.reasons().isEmpty();
-    if (options.timing == RunOptions::Timing::Exact)
+    if (options.timing == TimingKind::Exact)
         verdict.checks += schedule(outcome, options.maxLeftOutPercent);
     if (!outcome.outputFault.isEmpty())
         verdict.status = ExitStatus::OutputFailed;
     else if (outcome.lineLost)
         verdict.status = ExitStatus::LineLost;
     else if (unitFailed)
-        verdict.status = ExitStatus::LimitExceeded;
+        verdict.status = ExitStatus::Failed;
     else if (!verdict.reasons().isEmpty())
         verdict.status = ExitStatus::Disturbed;
     return verdict;
 }
 
-QString verdictWord(ExitStatus status)
+RunVerdict reportedVerdict(ExitStatus status)
 {
     switch (status) {
     case ExitStatus::Passed:
-        return QStringLiteral("passed");
+        return RunVerdict::Passed;
     case ExitStatus::LineLost:
-        return QStringLiteral("lineLost");
+        return RunVerdict::LineLost;
     case ExitStatus::OutputFailed:
-        return QStringLiteral("outputFailed");
+        return RunVerdict::OutputFailed;
     case ExitStatus::Disturbed:
-        return QStringLiteral("disturbed");
+        return RunVerdict::Disturbed;
     default:
-        return QStringLiteral("failed");
+        return RunVerdict::Failed;
     }
 }

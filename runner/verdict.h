@@ -1,6 +1,7 @@
 #pragma once
 
-#include "command/ExitStatus.h"
+#include "command/Program.h"
+#include "measure/RunFormat.h"
 #include "runner/RunOutcome.h"
 #include "runner/runOptions.h"
 
@@ -35,9 +36,9 @@ struct Verdict
 
 /**
  * Judges a finished run by the limits of `options`. Of several causes the status tells the first of
- * OutputFailed, LineLost, LimitExceeded and Disturbed; the reasons tell them all.
+ * OutputFailed, LineLost, Failed and Disturbed; the reasons tell them all.
  */
 Verdict judge(const RunOptions& options, const RunOutcome& outcome);
 
-/** The word for it in the report: "passed", "failed", "lineLost", "outputFailed" or "disturbed". */
-QString verdictWord(ExitStatus status);
+/** What the report calls a run that ends so. */
+RunVerdict reportedVerdict(ExitStatus status);

@@ -91,7 +91,7 @@ void SurveySession::onConnected()
         return;
     }
     outcome.host = hostFacts();
-    outcome.adapter = toJson(portAdapter(options.port));
+    outcome.adapter = portAdapter(options.port);
     statusTimer.start(statusMs);
     askForAnswer(Stage::Waking);
     if (endRequested)
@@ -127,7 +127,7 @@ void SurveySession::nextTrial()
     updateStatus();
 }
 
-void SurveySession::hearOut()
+void SurveySession::listenUntilQuiet()
 {
     ping(Stage::Listening, survey.next()->sizeBytes, 1,
          std::min(longestListenMs,
@@ -177,7 +177,7 @@ void SurveySession::onRunEnded()
     if (lineIsLost || (figures.sent == 0 && figures.sendFailures > 0)) {
         end(ExitStatus::LineLost, QStringLiteral("the line takes no more packets"));
     } else if (endRequested && !(stage == Stage::Measuring && ranOut)) {
-        end(ExitStatus::LimitExceeded, QStringLiteral("ended by a signal"));
+        end(ExitStatus::Failed, QStringLiteral("ended by a signal"));
     } else {
         switch (stage) {
         case Stage::Waking:
@@ -201,10 +201,9 @@ void SurveySession::afterWaking()
     const RunFigures figures = engine.figures();
     const std::optional<double> lateUs = lateOnlyUs(figures, options.timeoutMs);
     if (lateUs) {
-        end(ExitStatus::LimitExceeded, lateText(*lateUs, options.timeoutMs));
+        end(ExitStatus::Failed, lateText(*lateUs, options.timeoutMs));
     } else if (figures.received == 0) {
-        end(ExitStatus::LimitExceeded,
-            QStringLiteral("none of %1 packets came back").arg(figures.sent));
+        end(ExitStatus::Failed, QStringLiteral("none of %1 packets came back").arg(figures.sent));
     } else {
         waitForQuiet();
     }
@@ -214,7 +213,7 @@ void SurveySession::waitForQuiet()
 {
     quietMs = 0;
     listening.start();
-    hearOut();
+    listenUntilQuiet();
 }
 
 void SurveySession::afterTrial()
@@ -234,7 +233,7 @@ void SurveySession::afterAsking()
     const Trial asked = trialMade(*survey.next(), engine.figures(), options.timeoutMs, false);
     if (asked.isSilent()) {
         outcome.silentSince = lastEcho;
-        end(ExitStatus::LimitExceeded, silentText(silentTrial, lastEcho));
+        end(ExitStatus::Failed, silentText(silentTrial, lastEcho));
     } else {
         take(silentTrial);
     }
@@ -248,7 +247,7 @@ void SurveySession::take(const Trial& trial)
     if (!survey.next())
         end(ExitStatus::Passed, {});
     else if (endRequested)
-        end(ExitStatus::LimitExceeded, QStringLiteral("ended by a signal"));
+        end(ExitStatus::Failed, QStringLiteral("ended by a signal"));
     else if (clean)
         nextTrial();
     else
@@ -263,7 +262,7 @@ void SurveySession::afterListening()
     quietMs = echoes > 0 ? 0 : quietMs + runMs;
     if (quietMs < quietMsFor(survey.next()->sizeBytes, options.baudRate) &&
         !listening.hasExpired(patienceMs))
-        hearOut();
+        listenUntilQuiet();
     else
         nextTrial();
 }
@@ -301,7 +300,7 @@ void SurveySession::end(ExitStatus status, const QString& reason)
                                 .arg(size.sizeBytes));
     }
     if (status == ExitStatus::Passed && !outcome.reasons.isEmpty())
-        status = ExitStatus::LimitExceeded;
+        status = ExitStatus::Failed;
     outcome.exitStatus = static_cast<int>(status);
     for (const QString& text : outcome.reasons)
         output.complain(text);

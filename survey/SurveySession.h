@@ -1,7 +1,8 @@
 #pragma once
 
-#include "command/ExitStatus.h"
+#include "command/Program.h"
 #include "drive/EngineDriver.h"
+#include "survey/SurveyOutcome.h"
 #include "survey/search/Survey.h"
 #include "survey/surveyOptions.h"
 
@@ -57,7 +58,7 @@ private:
     void nextTrial();
     void askForAnswer(Stage forWhat);
     void waitForQuiet();
-    void hearOut();
+    void listenUntilQuiet();
     void afterWaking();
     void afterTrial();
     void afterAsking();

@@ -1,31 +1,16 @@
-#include "command/ExitStatus.h"
+#include "command/Program.h"
 #include "command/SignalWatch.h"
 #include "command/TerminalOutput.h"
-#include "command/standardStreams.h"
-#include "command/useUtf8.h"
+#include "measure/SurveyFormat.h"
 #include "survey/SurveySession.h"
 
 #include <QCoreApplication>
 
 namespace {
 
-QString programName()
+int run(Program& program, const SurveyOptions& options)
 {
-    return QStringLiteral("packetbrask-survey");
-}
-
-int print(const QString& text)
-{
-    const QString fault = printOnStandardOutput(text.toLocal8Bit());
-    if (fault.isEmpty())
-        return static_cast<int>(ExitStatus::Passed);
-    TerminalOutput(programName(), false).complain(fault);
-    return static_cast<int>(ExitStatus::OutputFailed);
-}
-
-int run(const SurveyOptions& options)
-{
-    TerminalOutput output(programName(), options.quiet);
+    TerminalOutput output(program.standardError(), options.quiet);
     const SignalWatch watch;
     SurveySession session(options, output);
     QObject::connect(&watch, &SignalWatch::endRequested, &session, &SurveySession::requestEnd);
@@ -38,19 +23,18 @@ int run(const SurveyOptions& options)
 
 int main(int argc, char** argv)
 {
-    prepareStandardStreams();
-    useUtf8();
+    Program::prepare();
     SignalWatch::block();
     const QCoreApplication application(argc, argv);
+    Program program(SurveyFormat::program());
     const SurveyOptions options = parseSurveyOptions(QCoreApplication::arguments());
     switch (options.outcome) {
     case SurveyOptions::Outcome::ShowText:
-        return print(options.message);
+        return program.print(options.message);
     case SurveyOptions::Outcome::Error:
-        TerminalOutput(programName(), false).complain(options.message);
-        return static_cast<int>(ExitStatus::WrongUsage);
+        return program.refuse(options.message);
     case SurveyOptions::Outcome::Run:
         break;
     }
-    return run(options);
+    return run(program, options);
 }

@@ -1,8 +1,8 @@
 #include "survey/surveyOptions.h"
 
-#include "command/OptionReader.h"
 #include "engine/lineCapacity.h"
 #include "engine/timing/TestConfig.h"
+#include "measure/SurveyFormat.h"
 
 #include <QCommandLineParser>
 
@@ -29,8 +29,9 @@ void addOptions(QCommandLineParser& parser)
     parser.setApplicationDescription(QStringLiteral(
         "Surveys what the serial link of a display module carries: the highest rate of pings "
         "without loss, for payloads of several sizes, and the round trips below it."));
-    optionTexts::addHelpAndVersion(parser);
-    optionTexts::addPortAndBaud(parser);
+    optionTexts::addHelp(parser);
+    optionTexts::addVersion(parser);
+    addLineOptions(parser);
     add(parser, "sizes", "Payloads, in bytes.", sizesRange(), "list",
         QStringLiteral("8,16,32,64,124"));
     add(parser, "trial", "Length of each trial.",
@@ -40,8 +41,7 @@ void addOptions(QCommandLineParser& parser)
     optionTexts::addInteger(parser, timeoutOption, TestConfig{}.timeoutMs);
     add(parser, "json", "File for the report; - is standard output, in place of the table.", {},
         "file");
-    optionTexts::addTag(parser);
-    optionTexts::addQuiet(parser);
+    addReportOptions(parser);
 }
 
 void readSizes(const QCommandLineParser& parser, OptionReader& reader, QList<int>& sizes)
@@ -84,23 +84,20 @@ SurveyOptions parseSurveyOptions(const QStringList& arguments)
     addOptions(parser);
     SurveyOptions options;
     if (parseArguments(parser, arguments,
-                       QStringLiteral("packetbrask-survey " PROGRAM_VERSION "\n"),
+                       SurveyFormat::program() + QStringLiteral(" " PROGRAM_VERSION "\n"),
                        options.message)) {
         options.outcome = SurveyOptions::Outcome::ShowText;
         return options;
     }
+    refusePositionals(parser, options.message);
     if (options.message.isEmpty()) {
         OptionReader reader(parser, options.message);
-        reader.readPort(options.port, QStringLiteral("packetbrask-run --list"));
-        reader.readBaud(options.baudRate);
+        readDriveOptions(reader, QStringLiteral("packetbrask-run --list"), options);
         readSizes(parser, reader, options.sizesBytes);
         reader.readNumber("trial", options.trialSeconds, shortestTrial, longestTrial);
         reader.readNumber("partial-loss", options.partialLossPercent, 0, 100);
         reader.readInteger(timeoutOption, options.timeoutMs);
         checkTimeout(reader, options);
-        reader.readPath("json", options.reportPath);
-        reader.readTags(options.tags);
-        options.quiet = parser.isSet(QStringLiteral("quiet"));
     }
     if (!options.message.isEmpty())
         options.outcome = SurveyOptions::Outcome::Error;

@@ -1,40 +1,15 @@
 #include "survey/surveyReport.h"
 
+#include "drive/reportMembers.h"
+#include "measure/SurveyFormat.h"
+#include "measure/jsonValues.h"
 #include "survey/surveyReasons.h"
 
 #include <QJsonArray>
 
-#include <cmath>
+using namespace jsonValues;
 
 namespace {
-
-constexpr int reportFormat = 1;
-
-double rounded(double value, int decimals)
-{
-    const double scale = std::pow(10, decimals);
-    return std::round(value * scale) / scale;
-}
-
-QJsonValue orNull(const std::optional<double>& value, int decimals)
-{
-    return value ? QJsonValue(rounded(*value, decimals)) : QJsonValue();
-}
-
-QJsonValue orNull(const std::optional<bool>& value)
-{
-    return value ? QJsonValue(*value) : QJsonValue();
-}
-
-QJsonValue count(quint64 value)
-{
-    return static_cast<qint64>(value);
-}
-
-QString isoTime(const QDateTime& time)
-{
-    return time.toOffsetFromUtc(time.offsetFromUtc()).toString(Qt::ISODateWithMs);
-}
 
 QString purposeWord(TrialPurpose purpose)
 {
@@ -63,10 +38,10 @@ QJsonObject trialJson(const Trial& trial)
         {"packetsLost", count(trial.lost)},
         {"sendFailures", count(trial.failed)},
         {"packetsUnsent", count(trial.unsent)},
-        {"p50Us", orNull(trial.p50Us, 1)},
-        {"p99Us", orNull(trial.p99Us, 1)},
-        {"sendLagP99Us", orNull(trial.sendLagP99Us, 1)},
-        {"soonestLateEchoUs", orNull(trial.lateUs, 1)},
+        {"p50Us", rounded(trial.p50Us, 1)},
+        {"p99Us", rounded(trial.p99Us, 1)},
+        {"sendLagP99Us", rounded(trial.sendLagP99Us, 1)},
+        {"soonestLateEchoUs", rounded(trial.lateUs, 1)},
     };
 }
 
@@ -99,8 +74,8 @@ QJsonObject sizeJson(const SizeResult& size)
                              {"packetsPerSecond", trial.packetsPerSecond},
                              {"packetsSent", count(trial.sent)},
                              {"packetsLost", count(trial.lost + trial.failed)},
-                             {"p50Us", orNull(trial.p50Us, 1)},
-                             {"p99Us", orNull(trial.p99Us, 1)}};
+                             {"p50Us", rounded(trial.p50Us, 1)},
+                             {"p99Us", rounded(trial.p99Us, 1)}};
     }
     QJsonArray trials;
     for (const Trial& trial : size.trials)
@@ -146,21 +121,18 @@ QJsonObject configuration(const SurveyOptions& options)
 
 QJsonObject surveyReport(const SurveyOptions& options, const SurveyOutcome& outcome)
 {
-    QJsonObject tags;
-    for (auto tag = options.tags.begin(); tag != options.tags.end(); ++tag)
-        tags.insert(tag.key(), tag.value());
     QJsonArray sizes;
     for (const SizeResult& size : outcome.sizes)
         sizes += sizeJson(size);
     return {
-        {"program", "packetbrask-survey"},
+        {"program", SurveyFormat::program()},
         {"version", PROGRAM_VERSION},
-        {"kind", "survey"},
-        {"format", reportFormat},
+        {"kind", SurveyFormat::kind},
+        {"format", SurveyFormat::number},
         {"configuration", configuration(options)},
-        {"tags", tags},
-        {"host", outcome.host},
-        {"adapter", outcome.adapter},
+        {"tags", toJson(options.tags)},
+        {"host", toJson(outcome.host)},
+        {"adapter", toJson(outcome.adapter)},
         {"start", isoTime(outcome.start)},
         {"end", isoTime(outcome.end)},
         {"complete", outcome.isComplete()},

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "survey/search/Survey.h"
+#include "survey/SurveyOutcome.h"
 
 #include <QString>
 

@@ -1,9 +1,6 @@
 #include "command/OutputFile.h"
+#include "command/Program.h"
 #include "command/SignalWatch.h"
-#include "command/StandardError.h"
-#include "command/standardStreams.h"
-#include "command/terminal.h"
-#include "command/useUtf8.h"
 #include "simulator/SimulatedModule.h"
 #include "simulator/program/LedgerFile.h"
 #include "simulator/program/LineLink.h"
@@ -19,34 +16,27 @@
 
 namespace {
 
-enum ExitStatus { Success = 0, RunFailed = 1, UsageError = 2, OutputFailed = 5 };
-
-int fail(const QString& message, ExitStatus status)
+int fail(Program& program, const QString& message, ExitStatus status)
 {
-    StandardError(QStringLiteral("packetbrask-module")).complain(message);
-    return status;
-}
-
-int print(const QString& text)
-{
-    const QString fault = printOnStandardOutput(text.toLocal8Bit());
-    return fault.isEmpty() ? Success : fail(fault, OutputFailed);
+    program.complain(message);
+    return static_cast<int>(status);
 }
 
 /** Writes both as far as that goes; without a `ledger` there is none. */
-int writeResults(const SimulatedModule& module, const QString& summaryPath, LedgerFile* ledger)
+int writeResults(Program& program, const SimulatedModule& module, const QString& summaryPath,
+                 LedgerFile* ledger)
 {
-    int status = Success;
+    int status = static_cast<int>(ExitStatus::Passed);
     const QString fault =
         writeOutput(QStringLiteral("the summary"), summaryPath, moduleSummary(module));
     if (!fault.isEmpty())
-        status = fail(fault, OutputFailed);
+        status = fail(program, fault, ExitStatus::OutputFailed);
     if (ledger != nullptr && !ledger->commit())
-        status = fail(ledger->fault(), OutputFailed);
+        status = fail(program, ledger->fault(), ExitStatus::OutputFailed);
     return status;
 }
 
-int run(const ModuleOptions& options)
+int run(Program& program, const ModuleOptions& options)
 {
     const SignalWatch watch;
     LedgerFile ledger(options.ledgerPath);
@@ -54,24 +44,25 @@ int run(const ModuleOptions& options)
     QObject::connect(&watch, &SignalWatch::endRequested, qApp, &QCoreApplication::quit);
     QObject::connect(&module, &SimulatedModule::unplugged, qApp, &QCoreApplication::quit);
     if (!module.open())
-        return fail(module.errorText(), RunFailed);
+        return fail(program, module.errorText(), ExitStatus::Failed);
 
     LineLink link;
     QString reason;
     if (!options.linkPath.isEmpty()) {
         const LineLink::Result result = link.make(options.linkPath, module.linePath(), reason);
         if (result == LineLink::Result::Occupied)
-            return fail(QStringLiteral("--link: ") + reason, UsageError);
+            return fail(program, QStringLiteral("--link: ") + reason, ExitStatus::WrongUsage);
         if (result == LineLink::Result::Failed)
-            return fail(QStringLiteral("--link: ") + reason, RunFailed);
+            return fail(program, QStringLiteral("--link: ") + reason, ExitStatus::Failed);
     }
     if (!options.ledgerPath.isEmpty()) {
         if (!ledger.open())
-            return fail(ledger.fault(), OutputFailed);
+            return fail(program, ledger.fault(), ExitStatus::OutputFailed);
         module.keepLedger([&ledger](const LedgerEntry& ping) { ledger.add(ping); });
     }
-    if (print(module.linePath() + u'\n') != Success)
-        return OutputFailed;
+    const int printed = program.print(module.linePath() + u'\n');
+    if (printed != static_cast<int>(ExitStatus::Passed))
+        return printed;
 
     std::unique_ptr<TerminalView> view;
     if (takesEscapes(STDOUT_FILENO))
@@ -79,7 +70,7 @@ int run(const ModuleOptions& options)
     QCoreApplication::exec();
     view.reset();
     module.closeLedger();
-    return writeResults(module, options.summaryPath,
+    return writeResults(program, module, options.summaryPath,
                         options.ledgerPath.isEmpty() ? nullptr : &ledger);
 }
 
@@ -87,18 +78,18 @@ int run(const ModuleOptions& options)
 
 int main(int argc, char** argv)
 {
-    prepareStandardStreams();
-    useUtf8();
+    Program::prepare();
     SignalWatch::block();
     const QCoreApplication application(argc, argv);
+    Program program(QStringLiteral("packetbrask-module"));
     const ModuleOptions options = parseModuleOptions(QCoreApplication::arguments());
     switch (options.outcome) {
     case ModuleOptions::Outcome::Help:
-        return print(options.message);
+        return program.print(options.message);
     case ModuleOptions::Outcome::Error:
-        return fail(options.message, UsageError);
+        return program.refuse(options.message);
     case ModuleOptions::Outcome::Run:
         break;
     }
-    return run(options);
+    return run(program, options);
 }

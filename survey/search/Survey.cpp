@@ -58,9 +58,3 @@ int Survey::trialsLeft() const
         left += size.trialsLeft();
     return left;
 }
-
-bool SurveyOutcome::isComplete() const
-{
-    return std::all_of(sizes.begin(), sizes.end(),
-                       [](const SizeResult& size) { return size.complete; });
-}

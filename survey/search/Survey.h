@@ -2,10 +2,7 @@
 
 #include "survey/search/SizeSurvey.h"
 
-#include <QDateTime>
-#include <QJsonValue>
 #include <QList>
-#include <QStringList>
 
 /** A whole survey: payloads of one size after the other. Pure; one thread at a time. */
 class Survey
@@ -38,26 +35,4 @@ private:
     std::size_t current = 0;
     int repeats = 0; ///< of the rate tried last
     int repeatedRate = 0;
-};
-
-/** A moment of a survey. */
-struct SurveyMoment
-{
-    double seconds = 0; ///< since the survey's start
-    QDateTime time{};   ///< local time
-};
-
-/** What a survey leaves behind. */
-struct SurveyOutcome
-{
-    std::vector<SizeResult> sizes{};
-    QDateTime start{}; ///< local time
-    QDateTime end{};
-    std::optional<SurveyMoment> silentSince{}; ///< of the last echo, where the module fell silent
-    QStringList reasons{}; ///< why it is incomplete or found no rate, one line each
-    QJsonValue host{};     ///< see hostFacts()
-    QJsonValue adapter{};  ///< see toJson(PortAdapter)
-    int exitStatus = 0;
-
-    bool isComplete() const;
 };

@@ -1,5 +1,5 @@
+#include "command/Program.h"
 #include "command/SignalWatch.h"
-#include "command/useUtf8.h"
 #include "tests/support/processes.h"
 
 #include <QCoreApplication>
@@ -57,7 +57,7 @@ private slots:
             for (const char* name : {"LANG", "LC_ALL", "LC_CTYPE"})
                 qunsetenv(name);
             qputenv(set.value(0, "LANG").constData(), set.value(1));
-            useUtf8();
+            Program::prepare();
             const locale_t chosen = newlocale(LC_ALL_MASK, "", nullptr);
             QVERIFY(chosen != nullptr);
             QCOMPARE(nl_langinfo_l(CODESET, chosen), "UTF-8");

@@ -1,4 +1,4 @@
-#include "measure/PingSink.h"
+#include "measure/PingRecord.h"
 #include "measure/RunMeasurement.h"
 #include "measure/figuresJson.h"
 

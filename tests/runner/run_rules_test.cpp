@@ -1,5 +1,6 @@
-#include "command/standardStreams.h"
+#include "command/Program.h"
 #include "drive/RunObserver.h"
+#include "drive/reportMembers.h"
 #include "engine/lineCapacity.h"
 #include "port/LineErrors.h"
 #include "port/openFault.h"
@@ -55,7 +56,7 @@ private slots:
                  (LineErrorCounts{2, 0, 1, 0, 3})); // the last one ran over
         const RawLine line;                         // a pseudo-terminal counts nothing
         for (const QString& path : {line.path(), QString("/nowhere")})
-            QVERIFY(LineErrors(path, countedErrors("serial")).sinceStart().isNull());
+            QVERIFY(!LineErrors(path, countedErrors("serial")).sinceStart());
         SystemHand hand;
         hand.ioctl = [looks = 0](int, unsigned long request, void* counters) mutable {
             const int n = looks++;
@@ -65,7 +66,8 @@ private slots:
             return request == TIOCGICOUNT ? 0 : failure(ENOTTY);
         };
         const auto counted = [](const char* driver) {
-            const QJsonValue errors = LineErrors("/dev/null", countedErrors(driver)).sinceStart();
+            const QJsonValue errors =
+                toJson(LineErrors("/dev/null", countedErrors(driver)).sinceStart());
             return QJsonDocument(QJsonArray{errors}).toJson(QJsonDocument::Compact);
         };
         QCOMPARE(counted("none"),
@@ -220,7 +222,7 @@ private slots:
     {
         const int last = ::dup(STDERR_FILENO); // a program may be started without
         ::close(STDIN_FILENO), ::close(STDERR_FILENO);
-        prepareStandardStreams();
+        Program::prepare();
         const QString fault = openFault("/dev/null");
         const int next = ::dup(last);
         ::dup2(last, STDERR_FILENO);

@@ -118,7 +118,7 @@ private slots:
                  {"--unplug-after=0 >&4", 5, "standard output"}}) {
             const QString command = "cd %1; ln -sf /dev/zero zero; ln -sf /nowhere stale; "
                                     "mkfifo p; exec 3<>p 4>p 3>&-; rm p; %2 %3";
-            Program program("bash", {"-c", command.arg(folder.path(), MODULE_PROGRAM, arguments)});
+            Process program("bash", {"-c", command.arg(folder.path(), MODULE_PROGRAM, arguments)});
             QCOMPARE(program.status(), status);
             QVERIFY2(program.errors.contains(says), program.errors);
             QCOMPARE(program.errors.isEmpty(), *says == 0);
@@ -147,7 +147,7 @@ private slots:
             RawLine terminal;
             const QString command =
                 "cd %1; exec %2 --link line --summary sum --ledger led --report 1 --delay %3 > %4";
-            Program program(
+            Process program(
                 "sh",
                 {"-c",
                  command.arg(folder.path(), MODULE_PROGRAM).arg(delayMs).arg(terminal.path())});

@@ -115,7 +115,7 @@ private slots:
                                     start.addMSecs(1001),
                                     SurveyMoment{1.0004, start},
                                     sizeReasons(survey.results(), 600),
-                                    QJsonObject{{"name", "h"}},
+                                    HostFacts{"h", "k", "m"},
                                     {},
                                     1};
         told += surveyTable(outcome, options.partialLossPercent) +
@@ -135,7 +135,7 @@ private slots:
         const QString flood = "872S500-400 872C500-390 ";
         const QString fresh = "109X545-%1 109X545-%1 109X545-%1 109X545-%1 ";
         const QString close = "872S4360-14 109S545-0 109C3000-0 ";
-        const QRegularExpression form("(\\d+)(.)(\\d+)-(\\d+)");
+        static const QRegularExpression form("(\\d+)(.)(\\d+)-(\\d+)");
         // "more" at the rate found, "even" up to a rate, and whether loss depends on the rate.
         for (const auto& [script, lossless, told] :
              {std::tuple(QString("872S4360-0 872C4360-0 "), 872, "- - ?"),
