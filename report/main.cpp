@@ -7,6 +7,7 @@
 #include "report/text/TextTable.h"
 #include "report/text/surveyText.h"
 #include "report/text/textReport.h"
+#include "report/weigh/batch.h"
 
 #include <QCoreApplication>
 
@@ -43,14 +44,14 @@ Reports readReports(const QStringList& files, Program& program)
     return reports;
 }
 
-QByteArray page(Reports& reports, const QString& by)
+QByteArray page(const Reports& reports, const QString& by)
 {
     return (reports.survey ? surveyPage(*reports.survey) : htmlPage(reports.runs, by)).toUtf8();
 }
 
-QString text(Reports& reports, const QString& by)
+QString text(const Reports& reports, const QString& by)
 {
-    return reports.survey ? surveyText(*reports.survey) : textReport(std::move(reports.runs), by);
+    return reports.survey ? surveyText(*reports.survey) : textReport(reports.runs, by);
 }
 
 ExitStatus report(const ReportOptions& options, Program& program)
@@ -58,6 +59,7 @@ ExitStatus report(const ReportOptions& options, Program& program)
     Reports reports = readReports(options.files, program);
     if (reports.runs.empty() && !reports.survey)
         return ExitStatus::WrongUsage;
+    arrangeRuns(reports.runs, options.by);
     if (!options.htmlPath.isEmpty()) {
         const QString fault =
             writeOutput(QStringLiteral("the page"), options.htmlPath, page(reports, options.by));

@@ -1,14 +1,13 @@
 #include "report/html/chartData.h"
 
 #include "report/weigh/distribution.h"
-#include "report/weigh/figureText.h"
+#include "report/weigh/surveyWords.h"
 #include "report/weigh/timeline.h"
 
 #include <QJsonArray>
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
 
 namespace {
 
@@ -17,7 +16,29 @@ QJsonValue rounded(const Figure& value)
     return value ? QJsonValue(std::round(*value * 1000) / 1000) : QJsonValue();
 }
 
-QJsonArray timeRows(const Run& run)
+/** Rows of a table, and what its columns are called in the page's script. */
+QJsonObject table(const QStringList& columns, const QJsonArray& rows)
+{
+    return {{"columns", QJsonArray::fromStringList(columns)}, {"rows", rows}};
+}
+
+QJsonObject binTable(const Run& run)
+{
+    QJsonArray rows;
+    for (const LatencyBin& bin : coarseHistogram(run.histogram))
+        rows += QJsonArray{rounded(bin.lowerUs), rounded(bin.upperUs), bin.count};
+    return table({"lowerUs", "upperUs", "count"}, rows);
+}
+
+QJsonObject tailTable(const Run& run)
+{
+    QJsonArray rows;
+    for (const TailPoint& point : latencyTail(run))
+        rows += QJsonArray{rounded(point.oneIn), rounded(point.us)};
+    return table({"oneIn", "us"}, rows);
+}
+
+QJsonObject timeTable(const Run& run)
 {
     QJsonArray rows;
     for (const Interval& interval : timeline(run.seconds, mostIntervals)) {
@@ -32,44 +53,64 @@ QJsonArray timeRows(const Run& run)
                            rounded(interval.p50Us),
                            rounded(interval.maximumUs)};
     }
-    return rows;
+    return table({"start", "sentPerSecond", "receivedPerSecond", "lost", "p50Us", "maximumUs"},
+                 rows);
 }
 
 } // namespace
 
-QJsonObject overlayData(const std::vector<Run>& runs, const QStringList& labels)
+QJsonObject overlayData(const std::vector<Run>& runs)
 {
     QJsonArray all;
-    for (const Run& run : runs) {
-        QJsonArray bins;
-        for (const LatencyBin& bin : coarseHistogram(run.histogram))
-            bins += QJsonArray{rounded(bin.lowerUs), rounded(bin.upperUs), bin.count};
-        QJsonArray tail;
-        for (const TailPoint& point : latencyTail(run))
-            tail += QJsonArray{rounded(point.oneIn), rounded(point.us)};
-        all += QJsonObject{{"label", labels[all.size()]},
+    for (const Run& run : runs)
+        all += QJsonObject{{"label", run.label},
                            {"timed", run.timed()},
-                           {"bins", bins},
-                           {"tail", tail},
-                           {"time", timeRows(run)}};
-    }
+                           {"bins", binTable(run)},
+                           {"tail", tailTable(run)},
+                           {"time", timeTable(run)}};
     return {{"runs", all}};
 }
 
-QJsonObject batchData(const std::vector<Run>& runs, const QStringList& labels)
+QJsonObject batchData(const std::vector<Run>& runs)
 {
-    std::vector<qsizetype> order(runs.size());
-    std::iota(order.begin(), order.end(), 0);
-    const auto start = [&runs](qsizetype index) {
-        return runs[static_cast<std::size_t>(index)].start;
+    std::vector<const Run*> inOrder;
+    for (const Run& run : runs)
+        inOrder.push_back(&run);
+    std::stable_sort(inOrder.begin(), inOrder.end(),
+                     [](const Run* one, const Run* other) { return one->start < other->start; });
+    QJsonArray rows;
+    for (const Run* run : inOrder)
+        rows += QJsonArray{run->label, run->verdict == RunVerdict::Passed,
+                           rounded(run->lossPercent()), rounded(run->latencyUs.p99)};
+    return {{"batch", table({"label", "passed", "lossPercent", "p99Us"}, rows)}};
+}
+
+QJsonObject surveyData(const LinkSurvey& survey)
+{
+    const QStringList rateColumns{"sizeBytes", "packetsPerSecond"};
+    const auto rates = [&](std::optional<SurveyRate> SurveySize::*rate) {
+        QJsonArray rows;
+        for (const SurveySize& size : survey.sizes) {
+            if (size.*rate)
+                rows += QJsonArray{size.sizeBytes, (size.*rate)->packetsPerSecond};
+        }
+        return table(rateColumns, rows);
     };
-    std::stable_sort(order.begin(), order.end(),
-                     [&](qsizetype one, qsizetype other) { return start(one) < start(other); });
-    QJsonArray points;
-    for (const qsizetype index : order) {
-        const Run& run = runs[static_cast<std::size_t>(index)];
-        points += QJsonArray{labels[index], run.verdict == RunVerdict::Passed,
-                             rounded(run.lossPercent()), rounded(run.latencyUs.p99)};
+    QJsonArray capacity;
+    QJsonArray loads;
+    for (const SurveySize& size : survey.sizes) {
+        capacity += QJsonArray{size.sizeBytes, size.capacity};
+        QJsonArray rows;
+        for (const SurveyLoad& load : size.loads) {
+            if (load.p50Us && load.p99Us)
+                rows += QJsonArray{load.percent, *load.p50Us, *load.p99Us};
+        }
+        loads += QJsonObject{{"label", QStringLiteral("%1 bytes").arg(size.sizeBytes)},
+                             {"points", table({"percent", "p50Us", "p99Us"}, rows)}};
     }
-    return {{"batch", points}};
+    return {{"survey", QJsonObject{{"capacity", table(rateColumns, capacity)},
+                                   {"withoutLoss", rates(&SurveySize::withoutLoss)},
+                                   {"withPartialLoss", rates(&SurveySize::withPartialLoss)},
+                                   {"partialLossText", partialLossText(survey)},
+                                   {"loads", loads}}}};
 }

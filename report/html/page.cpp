@@ -29,12 +29,12 @@ QString differenceMark(Difference difference)
     return {};
 }
 
-QString differenceTable(const std::vector<Run>& runs, const QStringList& labels)
+QString differenceTable(const std::vector<Run>& runs)
 {
     QStringList headers{QStringLiteral("Less is better")};
-    for (const QString& label : labels)
+    for (const Run& run : runs)
         headers +=
-            isolated(label) +
+            isolated(run.label) +
             (headers.size() == 1 ? QStringLiteral(" <small>held against</small>") : QString());
     HtmlTable table(QStringLiteral("Differences"), headers);
     QStringList verdicts;
@@ -58,30 +58,30 @@ QString differenceTable(const std::vector<Run>& runs, const QStringList& labels)
     return table.markup();
 }
 
-QString legend(const QStringList& labels)
+QString legend(const std::vector<Run>& runs)
 {
     QString text = QStringLiteral("<ul class=\"legend\" aria-label=\"Runs\">");
-    for (qsizetype i = 0; i < labels.size(); ++i)
+    for (std::size_t i = 0; i < runs.size(); ++i)
         text += QStringLiteral("<li><label class=\"run%1\"><svg viewBox=\"0 0 28 10\" "
                                "aria-hidden=\"true\"><path d=\"M0 5H28\"/></svg>%2</label></li>")
                     .arg(i)
-                    .arg(isolated(labels[i]));
+                    .arg(isolated(runs[i].label));
     return text + QStringLiteral("</ul>");
 }
 
-QString onePage(const std::vector<Run>& runs, const QStringList& labels)
+QString onePage(const std::vector<Run>& runs)
 {
     const Run& run = runs.front();
-    return pageHeading(QStringLiteral("Test run ") + isolated(labels.front()),
+    return pageHeading(QStringLiteral("Test run ") + isolated(runs.front().label),
                        QStringLiteral("%1 at %2 bits/s, %3")
                            .arg(isolated(run.settings.port))
                            .arg(run.settings.baudRate)
                            .arg(timeText(run.start))) +
            verdictSection(run) + findingsSection(run, QStringLiteral("What this means")) +
-           chartsSection(runs, labels) + figuresSection(runs, labels) + testedSection(runs, labels);
+           chartsSection(runs) + figuresSection(runs) + testedSection(runs);
 }
 
-QString comparisonPage(const std::vector<Run>& runs, const QStringList& labels)
+QString comparisonPage(const std::vector<Run>& runs)
 {
     const QStringList unlike = differingSettings(runs);
     const QString warning =
@@ -91,19 +91,17 @@ QString comparisonPage(const std::vector<Run>& runs, const QStringList& labels)
                   "<p class=\"warning\"><b>Not the same test.</b> The runs differ in %1; "
                   "differences in the figures may come from that.</p>")
                   .arg(html(unlike.join(QStringLiteral(", "))));
-    QString text = pageHeading(QStringLiteral("%1 test runs").arg(runs.size()),
-                               QStringLiteral("Held against ") + isolated(labels.front())) +
-                   warning + QStringLiteral("<section><h2>Differences</h2>") +
-                   differenceTable(runs, labels) +
-                   QStringLiteral("<details class=\"note\" open><summary>When a figure is marked"
-                                  "</summary><p>%1</p></details></section>\n")
-                       .arg(html(spreadExplanation())) +
-                   QStringLiteral("<nav class=\"sticky\">%1</nav>").arg(legend(labels)) +
-                   chartsSection(runs, labels);
-    for (std::size_t i = 0; i < runs.size(); ++i)
-        text +=
-            findingsSection(runs[i], QStringLiteral("What this means: ") + labels[qsizetype(i)]);
-    return text + figuresSection(runs, labels) + testedSection(runs, labels);
+    QString text =
+        pageHeading(QStringLiteral("%1 test runs").arg(runs.size()),
+                    QStringLiteral("Held against ") + isolated(runs.front().label)) +
+        warning + QStringLiteral("<section><h2>Differences</h2>") + differenceTable(runs) +
+        QStringLiteral("<details class=\"note\" open><summary>When a figure is marked"
+                       "</summary><p>%1</p></details></section>\n")
+            .arg(html(spreadExplanation())) +
+        QStringLiteral("<nav class=\"sticky\">%1</nav>").arg(legend(runs)) + chartsSection(runs);
+    for (const Run& run : runs)
+        text += findingsSection(run, QStringLiteral("What this means: ") + run.label);
+    return text + figuresSection(runs) + testedSection(runs);
 }
 
 QString groupTable(const std::vector<Run>& runs, const QString& by)
@@ -122,7 +120,7 @@ QString groupTable(const std::vector<Run>& runs, const QString& by)
            QStringLiteral("</section>\n");
 }
 
-QString runTable(const std::vector<Run>& runs, const QStringList& labels)
+QString runTable(const std::vector<Run>& runs)
 {
     HtmlTable table(QStringLiteral("All runs"),
                     {QStringLiteral("Run"), QStringLiteral("Verdict"), QStringLiteral("Sent"),
@@ -134,10 +132,9 @@ QString runTable(const std::vector<Run>& runs, const QStringList& labels)
         return QStringLiteral("<data value=\"%1\">%2</data>")
             .arg(value ? QString::number(*value, 'g', 8) : QString(), text);
     };
-    for (std::size_t i = 0; i < runs.size(); ++i) {
-        const Run& run = runs[i];
+    for (const Run& run : runs) {
         const Latencies& us = run.latencyUs;
-        table.addRow(isolated(labels[qsizetype(i)]),
+        table.addRow(isolated(run.label),
                      {verdictBadge(run.verdict),
                       sortable(static_cast<double>(run.sent), countText(run.sent)),
                       sortable(run.lossPercent(), percentCell(run.lossPercent())),
@@ -149,7 +146,7 @@ QString runTable(const std::vector<Run>& runs, const QStringList& labels)
     return table.markup();
 }
 
-QString batchPage(const std::vector<Run>& runs, const QStringList& labels, const QString& by)
+QString batchPage(const std::vector<Run>& runs, const QString& by)
 {
     const qint64 passed = countOf(runs, RunVerdict::Passed);
     const qint64 disturbed = countOf(runs, RunVerdict::Disturbed);
@@ -183,21 +180,18 @@ QString batchPage(const std::vector<Run>& runs, const QStringList& labels, const
                "on the left and %2 on the right; heights are logarithmic too.</p>")
                .arg(latencyText(SmallHistogram(runs).shortestUs()),
                     latencyText(SmallHistogram(runs).longestUs())) +
-           runTable(runs, labels) + QStringLiteral("</section>\n");
+           runTable(runs) + QStringLiteral("</section>\n");
 }
 
 } // namespace
 
-QString htmlPage(std::vector<Run> runs, const QString& by)
+QString htmlPage(const std::vector<Run>& runs, const QString& by)
 {
-    if (runs.size() > mostOverlaid)
-        sortWorstFirst(runs);
-    const QStringList labels = runLabels(runs, by);
     if (runs.size() == 1)
-        return htmlDocument(labels.front() + QStringLiteral(" – PacketBrask"),
-                            onePage(runs, labels), overlayData(runs, labels));
+        return htmlDocument(runs.front().label + QStringLiteral(" – PacketBrask"), onePage(runs),
+                            overlayData(runs));
     const QString title = QStringLiteral("%1 test runs – PacketBrask").arg(runs.size());
     if (runs.size() <= mostOverlaid)
-        return htmlDocument(title, comparisonPage(runs, labels), overlayData(runs, labels));
-    return htmlDocument(title, batchPage(runs, labels, by), batchData(runs, labels));
+        return htmlDocument(title, comparisonPage(runs), overlayData(runs));
+    return htmlDocument(title, batchPage(runs, by), batchData(runs));
 }

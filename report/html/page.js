@@ -1,7 +1,10 @@
 
 "use strict";
 (() => {
-  const data = JSON.parse(document.getElementById("data").textContent);
+  // A table comes as the names of its columns and its rows; here each row is an object.
+  const named = ({ columns, rows }) =>
+    rows.map(row => Object.fromEntries(columns.map((name, index) => [name, row[index]])));
+  const data = JSON.parse(document.getElementById("data").textContent, (key, value) => value && value.columns ? named(value) : value);
   const colour = name => getComputedStyle(document.documentElement).getPropertyValue("--" + name).trim();
   const dashes = [[], [8, 3], [3, 3], [10, 3, 3, 3]];
   const charts = [];
@@ -76,39 +79,39 @@
     const floor = Math.min(...runs.map(run => share(run, 1))) / 2;
     draw("histogram", each(run => {
       const steps = [];
-      run.bins.forEach(([lower, upper, count], index) => {
-        const before = run.bins[index - 1], follows = before && before[1] > lower * 0.999;
-        if (!follows) steps.push({ x: before ? before[1] : lower, y: floor });
+      run.bins.forEach(({ lowerUs: lower, upperUs: upper, count }, index) => {
+        const before = run.bins[index - 1], follows = before && before.upperUs > lower * 0.999;
+        if (!follows) steps.push({ x: before ? before.upperUs : lower, y: floor });
         if (!follows || single) steps.push({ x: lower, y: floor });
         for (const x of [lower, upper]) steps.push({ x, y: share(run, count), lower, upper, count });
       });
       if (steps.length) steps.push({ x: steps[steps.length - 1].x, y: floor });
       return { label: "round trips", fill: single && "start", borderWidth: 1.5, borderDash: [], data: steps };
-    }), logarithmic("Round trip", time, runs.flatMap(run => run.bins.flatMap(bin => bin.slice(0, 2)))),
+    }), logarithmic("Round trip", time, runs.flatMap(run => run.bins.flatMap(bin => [bin.lowerUs, bin.upperUs]))),
     { ...logarithmic(single ? "Round trips" : "Share of the run's round trips", single ? number : percent,
-      runs.flatMap(run => run.bins.map(bin => share(run, bin[2])))), min: floor }, false,
+      runs.flatMap(run => run.bins.map(bin => share(run, bin.count)))), min: floor }, false,
     item => item.raw.count === undefined ? "none"
       : item.dataset.label + ": " + number(item.raw.count) + " of " + time(item.raw.lower) + " to " + time(item.raw.upper));
 
-    draw("tail", each(run => ({ label: "took longer", data: run.tail.map(([x, y]) => ({ x, y })) })),
-      logarithmic("1 ping in", number, runs.flatMap(run => run.tail.map(point => point[0]))),
-      logarithmic("took longer than", time, runs.flatMap(run => run.tail.map(point => point[1]))), false,
+    draw("tail", each(run => ({ label: "took longer", data: run.tail.map(({ oneIn, us }) => ({ x: oneIn, y: us })) })),
+      logarithmic("1 ping in", number, runs.flatMap(run => run.tail.map(point => point.oneIn))),
+      logarithmic("took longer than", time, runs.flatMap(run => run.tail.map(point => point.us))), false,
       tip(point => "1 in " + number(Math.round(point.x)) + " over " + time(point.y)));
 
     const seconds = value => number(value) + " s";
-    const over = (run, index) => run.time.map(row => ({ x: row[0], y: row[index], lost: row[3] }));
+    const over = (run, column) => run.time.map(row => ({ x: row.start, y: row[column], lost: row.lost }));
     draw("rate", each(run => [
-      { label: "sent", data: over(run, 1), borderWidth: 1, borderDash: [2, 3], ...(single && { tone: "quiet" }) },
-      { label: "received", data: over(run, 2) },
+      { label: "sent", data: over(run, "sentPerSecond"), borderWidth: 1, borderDash: [2, 3], ...(single && { tone: "quiet" }) },
+      { label: "received", data: over(run, "receivedPerSecond") },
       { label: "losses", showLine: false, pointStyle: "triangle", pointRadius: 5, ...(single && { tone: "bad" }),
-        data: over(run, 2).filter(point => point.lost > 0) },
+        data: over(run, "receivedPerSecond").filter(point => point.lost > 0) },
     ]), axis("Since the start", seconds), { ...axis("Pings a second", number), beginAtZero: true, grace: "8%" }, single,
       tip(point => digits(point.y) + "/s, " + point.lost + " lost"));
     draw("latency", each(run => [
-      { label: "p50", data: over(run, 4) },
-      { label: "longest", data: over(run, 5), borderWidth: 1, ...(single && { tone: "run1" }) },
+      { label: "p50", data: over(run, "p50Us") },
+      { label: "longest", data: over(run, "maximumUs"), borderWidth: 1, ...(single && { tone: "run1" }) },
     ]), axis("Since the start", seconds),
-      logarithmic("Round trip", time, runs.flatMap(run => run.time.flatMap(row => row.slice(4)))), single,
+      logarithmic("Round trip", time, runs.flatMap(run => run.time.flatMap(row => [row.p50Us, row.maximumUs]))), single,
       tip(point => time(point.y) + " at " + seconds(point.x)));
 
     document.querySelectorAll(".legend label").forEach((label, index) => {
@@ -126,12 +129,12 @@
     const sets = column => [true, false].map(passed => ({
       label: passed ? "passed" : "not passed", tone: passed ? "run0" : "bad", showLine: false,
       pointStyle: passed ? "circle" : "triangle", pointRadius: passed ? 3 : 5,
-      data: points.map((point, index) => ({ x: index + 1, y: point[column], name: point[0], passed: point[1] }))
+      data: points.map((point, index) => ({ x: index + 1, y: point[column], name: point.label, passed: point.passed }))
         .filter(point => point.passed === passed && point.y !== null) }));
     const tip = text => item => item.raw.name + ": " + text(item.raw.y);
-    draw("batchP99", sets(3), axis("Run, in the order of start", number), logarithmic("p99", time, points.map(point => point[3])),
+    draw("batchP99", sets("p99Us"), axis("Run, in the order of start", number), logarithmic("p99", time, points.map(point => point.p99Us)),
       true, tip(time));
-    draw("batchLoss", sets(2), axis("Run, in the order of start", number),
+    draw("batchLoss", sets("lossPercent"), axis("Run, in the order of start", number),
       { ...axis("Pings lost of 100", percent), beginAtZero: true }, true, tip(percent));
 
     const table = document.querySelector("#runs table"), body = table.tBodies[0];
@@ -159,7 +162,7 @@
   };
 
   const survey = found => {
-    const points = rows => rows.map(([x, y]) => ({ x, y }));
+    const points = rows => rows.map(row => ({ x: row.sizeBytes, y: row.packetsPerSecond }));
     const bytes = value => number(value) + " bytes", share = value => number(value) + " %";
     const tip = (title, text) => item => item.dataset.label + " at " + title(item.raw.x) + ": " + text(item.raw.y);
     draw("surveyRate", [
@@ -172,9 +175,9 @@
     draw("surveyLatency", found.loads.flatMap((size, index) => ["p50", "p99"].map((name, column) => ({
       label: size.label + ", " + name, tone: "run" + index % 8, pointRadius: 3, borderWidth: column ? 1 : 2,
       borderDash: column ? [3, 3] : [], pointStyle: "line",
-      data: size.points.map(row => ({ x: row[0], y: row[column + 1] })) }))),
+      data: size.points.map(row => ({ x: row.percent, y: row[name + "Us"] })) }))),
     { ...axis("Share of the rate without loss", share), min: 0, max: 100 },
-    logarithmic("Round trip", time, found.loads.flatMap(size => size.points.flatMap(row => row.slice(1)))), true,
+    logarithmic("Round trip", time, found.loads.flatMap(size => size.points.flatMap(row => [row.p50Us, row.p99Us]))), true,
     tip(share, time));
   };
 

@@ -16,20 +16,20 @@ namespace {
 
 using Rows = std::vector<std::pair<QString, std::function<QString(const Run&)>>>;
 
-QStringList columns(const QString& first, const QStringList& labels)
+QStringList columns(const QString& first, const std::vector<Run>& runs)
 {
     QStringList headers{first};
-    if (labels.size() == 1)
+    if (runs.size() == 1)
         return headers + QStringList(QStringLiteral("Value"));
-    for (const QString& label : labels)
-        headers += isolated(label);
+    for (const Run& run : runs)
+        headers += isolated(run.label);
     return headers;
 }
 
 QString sideBySide(const QString& caption, const Rows& rows, const std::vector<Run>& runs,
-                   const QStringList& labels, bool numeric)
+                   bool numeric)
 {
-    HtmlTable table(caption, columns(QStringLiteral("Figure"), labels), numeric);
+    HtmlTable table(caption, columns(QStringLiteral("Figure"), runs), numeric);
     for (const auto& [name, text] : rows) {
         QStringList cells;
         for (const Run& run : runs)
@@ -190,17 +190,14 @@ QString timeTable(const Run& run, const QString& caption)
 using TableMaker = QString (*)(const Run&, const QString&);
 
 QString figure(const QString& id, const QString& title, const QString& description,
-               const std::vector<Run>& runs, const QStringList& labels, TableMaker table)
+               const std::vector<Run>& runs, TableMaker table)
 {
     QString text = QStringLiteral("<section class=\"figure\"><h3>%1</h3><p class=\"quiet\">%2</p>")
                        .arg(title, description) +
                    chartPlace(id, title, description) +
                    QStringLiteral("<details open><summary>The figures: %1</summary>").arg(title);
-    for (std::size_t i = 0; i < runs.size(); ++i) {
-        const QString run =
-            runs.size() > 1 ? labels[qsizetype(i)] + QStringLiteral(": ") : QString();
-        text += table(runs[i], run + title);
-    }
+    for (const Run& run : runs)
+        text += table(run, runs.size() > 1 ? run.label + QStringLiteral(": ") + title : title);
     return text + QStringLiteral("</details></section>\n");
 }
 
@@ -279,7 +276,7 @@ QString findingsSection(const Run& run, const QString& heading)
     return text + QStringLiteral("</ul></section>\n");
 }
 
-QString testedSection(const std::vector<Run>& runs, const QStringList& labels)
+QString testedSection(const std::vector<Run>& runs)
 {
     Rows rows{{"Port",
                [](const Run& run) {
@@ -287,7 +284,7 @@ QString testedSection(const std::vector<Run>& runs, const QStringList& labels)
                        .arg(isolated(run.settings.port))
                        .arg(run.settings.baudRate);
                }},
-              {"Adapter", [](const Run& run) { return orDash(run.adapterText()); }}};
+              {"Adapter", [](const Run& run) { return orDash(adapterText(run)); }}};
     QSet<QString> names;
     for (const Run& run : runs)
         for (auto tag = run.tags.begin(); tag != run.tags.end(); ++tag)
@@ -298,7 +295,7 @@ QString testedSection(const std::vector<Run>& runs, const QStringList& labels)
         rows.emplace_back(QStringLiteral("Tag ") + tag,
                           [tag](const Run& run) { return orDash(run.tags.value(tag)); });
     rows.insert(rows.end(),
-                {{"Computer", [](const Run& run) { return orDash(run.hostText()); }},
+                {{"Computer", [](const Run& run) { return orDash(hostText(run)); }},
                  {"Settings", [](const Run& run) { return settingsText(run.settings); }},
                  {"Limits", [](const Run& run) { return limitsText(run.settings); }},
                  {"Pings a second, truly",
@@ -319,11 +316,11 @@ QString testedSection(const std::vector<Run>& runs, const QStringList& labels)
                              isolated(run.version);
                   }}});
     return QStringLiteral("<section><h2>What was tested</h2>") +
-           sideBySide(QStringLiteral("What was tested"), rows, runs, labels, false) +
+           sideBySide(QStringLiteral("What was tested"), rows, runs, false) +
            QStringLiteral("</section>\n");
 }
 
-QString figuresSection(const std::vector<Run>& runs, const QStringList& labels)
+QString figuresSection(const std::vector<Run>& runs)
 {
     QString replies;
     for (const Run& run : runs)
@@ -336,8 +333,8 @@ QString figuresSection(const std::vector<Run>& runs, const QStringList& labels)
     if (!replies.isEmpty())
         replies = QStringLiteral("<ul>%1</ul>").arg(replies);
     return QStringLiteral("<section><h2>Counts and round trips</h2><div class=\"pair\">") +
-           sideBySide(QStringLiteral("Round trips"), latencyRows(), runs, labels, true) +
-           sideBySide(QStringLiteral("Counts"), countRows(), runs, labels, true) +
+           sideBySide(QStringLiteral("Round trips"), latencyRows(), runs, true) +
+           sideBySide(QStringLiteral("Counts"), countRows(), runs, true) +
            QStringLiteral("</div>") + replies + QStringLiteral("</section>\n");
 }
 
@@ -348,12 +345,12 @@ QString chartPlace(const QString& id, const QString& title, const QString& descr
         .arg(id, html(title), html(description));
 }
 
-QString chartsSection(const std::vector<Run>& runs, const QStringList& labels)
+QString chartsSection(const std::vector<Run>& runs)
 {
     const auto chart = [&](const char* id, const char* title, const char* description,
                            TableMaker table) {
         return figure(QLatin1String(id), QLatin1String(title), QLatin1String(description), runs,
-                      labels, table);
+                      table);
     };
     return QStringLiteral(
                "<section><h2>Charts</h2><div id=\"legend\"></div><div class=\"charts\">") +

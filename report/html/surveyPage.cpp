@@ -1,16 +1,13 @@
 #include "report/html/surveyPage.h"
 
+#include "report/html/chartData.h"
 #include "report/html/document.h"
 #include "report/html/htmlText.h"
 #include "report/html/runSections.h"
 #include "report/weigh/figureText.h"
-
-#include <QFileInfo>
-#include <QJsonArray>
+#include "report/weigh/surveyWords.h"
 
 namespace {
-
-using RateMember = std::optional<SurveyRate> SurveySize::*;
 
 QString sizeText(const SurveySize& size)
 {
@@ -131,10 +128,10 @@ QString testedTable(const LinkSurvey& survey)
     };
     add(QStringLiteral("Port"),
         QStringLiteral("%1 at %2 bits/s").arg(survey.port, QString::number(survey.baudRate)));
-    add(QStringLiteral("Adapter"), survey.adapterText());
+    add(QStringLiteral("Adapter"), adapterText(survey));
     for (auto tag = survey.tags.begin(); tag != survey.tags.end(); ++tag)
         add(QStringLiteral("Tag ") + tag.key(), tag.value());
-    add(QStringLiteral("Computer"), survey.hostText());
+    add(QStringLiteral("Computer"), hostText(survey));
     add(QStringLiteral("Settings"),
         QStringLiteral("trials of %1 s; time-out %2 ms; module's screen left alone")
             .arg(numberText(survey.trialSeconds, 1))
@@ -147,66 +144,7 @@ QString testedTable(const LinkSurvey& survey)
            QStringLiteral("</section>\n");
 }
 
-QJsonArray rates(const LinkSurvey& survey, RateMember rate)
-{
-    QJsonArray points;
-    for (const SurveySize& size : survey.sizes) {
-        if (size.*rate)
-            points += QJsonArray{size.sizeBytes, (size.*rate)->packetsPerSecond};
-    }
-    return points;
-}
-
-QJsonObject chartData(const LinkSurvey& survey)
-{
-    QJsonArray capacity;
-    QJsonArray loads;
-    for (const SurveySize& size : survey.sizes) {
-        capacity += QJsonArray{size.sizeBytes, size.capacity};
-        QJsonArray points;
-        for (const SurveyLoad& load : size.loads) {
-            if (load.p50Us && load.p99Us)
-                points += QJsonArray{load.percent, *load.p50Us, *load.p99Us};
-        }
-        loads += QJsonObject{{"label", sizeText(size)}, {"points", points}};
-    }
-    return {{"survey", QJsonObject{{"capacity", capacity},
-                                   {"withoutLoss", rates(survey, &SurveySize::withoutLoss)},
-                                   {"withPartialLoss", rates(survey, &SurveySize::withPartialLoss)},
-                                   {"partialLossText", partialLossText(survey)},
-                                   {"loads", loads}}}};
-}
-
 } // namespace
-
-QString surveyLabel(const LinkSurvey& survey)
-{
-    QStringList parts;
-    for (auto tag = survey.tags.begin(); tag != survey.tags.end(); ++tag)
-        parts += tag.key() + u' ' + tag.value();
-    return parts.isEmpty() ? QFileInfo(survey.path).completeBaseName()
-                           : parts.join(QStringLiteral(", ")).left(60);
-}
-
-QString hinderedText(const LinkSurvey& survey)
-{
-    QStringList sizes;
-    for (const SurveySize& size : survey.sizes) {
-        if (size.hindered)
-            sizes += QString::number(size.sizeBytes);
-    }
-    if (sizes.isEmpty())
-        return {};
-    return QStringLiteral(
-               "With %1 bytes pings could not leave in time; when the computer was busy, "
-               "survey again.")
-        .arg(sizes.join(QStringLiteral(", ")));
-}
-
-QString partialLossText(const LinkSurvey& survey)
-{
-    return QStringLiteral("at most %1 % loss").arg(numberText(survey.partialLossPercent, 4));
-}
 
 QString surveyPage(const LinkSurvey& survey)
 {
@@ -229,5 +167,5 @@ QString surveyPage(const LinkSurvey& survey)
                            "longer than."),
             loadTable(survey)) +
         QStringLiteral("</div></section>\n") + trialsSection(survey) + testedTable(survey);
-    return htmlDocument(label + QStringLiteral(" – PacketBrask"), body, chartData(survey));
+    return htmlDocument(label + QStringLiteral(" – PacketBrask"), body, surveyData(survey));
 }

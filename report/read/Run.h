@@ -1,13 +1,12 @@
 #pragma once
 
+#include "measure/RunFormat.h"
 #include "report/read/TestPlace.h"
 
 #include <QDateTime>
 #include <QStringList>
 
 #include <vector>
-
-enum class RunVerdict { Passed, Failed, LineLost, OutputFailed, Disturbed };
 
 /** Round trips that took from `lowerUs` to less than `upperUs`. */
 struct LatencyBin
@@ -74,7 +73,8 @@ struct ErrorReply
  */
 struct Run : TestPlace
 {
-    QString path; ///< of the report's file, as given
+    QString path;  ///< of the report's file, as given
+    QString label; ///< its name among the runs that are shown; see arrangeRuns()
     QString version;
     RunSettings settings;
     bool exactTiming{}; ///< measured at the line; else as the window measures

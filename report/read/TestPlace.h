@@ -1,11 +1,14 @@
 #pragma once
 
-#include "report/read/Figure.h"
-
 #include <QMap>
 #include <QString>
 
+#include <optional>
+
 class FieldReader;
+
+/** A figure for which the report may have no measurement. */
+using Figure = std::optional<double>;
 
 /** Texts are empty where the report has none. */
 struct Adapter
@@ -20,10 +23,6 @@ struct TestPlace
     QMap<QString, QString> tags;
     QString hostName, kernel, machine; ///< empty: not known
     std::optional<Adapter> adapter;
-
-    /** In one line; empty: nothing is known. */
-    QString adapterText() const;
-    QString hostText() const;
 };
 
 /** The members that every report has of it. */

@@ -1,5 +1,7 @@
 #include "report/read/readReport.h"
 
+#include "measure/RunFormat.h"
+#include "measure/SurveyFormat.h"
 #include "report/read/readRun.h"
 #include "report/read/readSurvey.h"
 
@@ -11,14 +13,20 @@ namespace {
 /** An hour's report has less than a megabyte. */
 constexpr qint64 mostBytes = 64LL << 20;
 
+bool isOfSurvey(const QJsonObject& report)
+{
+    return report.value(u"kind").toString() == QLatin1String(SurveyFormat::kind);
+}
+
 /** Why `report` cannot be read; empty when its program and its format are known. */
 QString formatFault(const QJsonObject& report)
 {
     const QString program = report.value(u"program").toString();
-    const bool isSurvey = report.value(u"kind") == QStringLiteral("survey");
-    if (program != u"packetbrask-run" && !(isSurvey && program == u"packetbrask-survey"))
-        return QStringLiteral("it is no report of packetbrask-run or packetbrask-survey");
-    const int known = isSurvey ? surveyFormat : runFormat;
+    const bool isSurvey = isOfSurvey(report);
+    if (program != RunFormat::program() && !(isSurvey && program == SurveyFormat::program()))
+        return QStringLiteral("it is no report of %1 or %2")
+            .arg(RunFormat::program(), SurveyFormat::program());
+    const int known = isSurvey ? SurveyFormat::number : RunFormat::number;
     const QJsonValue format = report.value(u"format");
     if (format.isUndefined() && !isSurvey)
         return QStringLiteral("it is a report of format 1, made by an older packetbrask-run; only "
@@ -45,7 +53,7 @@ ReadResult parseReport(const QByteArray& json, const QString& path)
     ReadResult result{.fault = formatFault(report)};
     if (!result.fault.isEmpty())
         return result;
-    if (report.value(u"kind") == QStringLiteral("survey")) {
+    if (isOfSurvey(report)) {
         result.survey = readSurvey(report, result.fault);
         result.survey->path = path;
     } else {

@@ -4,6 +4,8 @@
 
 #include <QJsonObject>
 
+#include <algorithm>
+
 namespace {
 
 void readSettings(FieldReader from, RunSettings& settings)
@@ -33,20 +35,23 @@ void readCounts(FieldReader& from, Run& run)
     run.sendFailures = from.count("sendFailures");
     if (from.all().contains(QStringLiteral("packetsLeftOut"))) // older reports have none
         if (std::optional<FieldReader> leftOut = from.objectOrNull("packetsLeftOut"))
-            run.leftOut = LeftOut{leftOut->count("byComputer"), leftOut->count("byLine")};
+            run.leftOut = LeftOut{.byComputer = leftOut->count("byComputer"),
+                                  .byLine = leftOut->count("byLine")};
     FieldReader causes = from.object("lossCauses");
-    run.noEchoInTime = causes.count("noEchoInTime");
-    run.noEchoAtEnd = causes.count("noEchoAtEnd");
-    run.changedEcho = causes.count("changedEcho");
+    run.noEchoInTime = causes.count(RunFormat::noEchoInTime);
+    run.noEchoAtEnd = causes.count(RunFormat::noEchoAtEnd);
+    run.changedEcho = causes.count(RunFormat::changedEcho);
     FieldReader bursts = from.object("lossBursts");
     run.lossBursts = bursts.count("count");
     run.longestLossBurst = bursts.count("longest");
     run.outOfOrderEchoes = from.count("outOfOrderEchoes");
     run.lineSharePercent = from.object("estimatedTrafficToModule").figure("lineSharePercent");
     if (std::optional<FieldReader> errors = from.objectOrNull("lineErrors"))
-        run.lineErrors = {errors->countOrNull("framing"), errors->countOrNull("parity"),
-                          errors->countOrNull("overrun"), errors->countOrNull("break"),
-                          errors->countOrNull("bufferOverrun")};
+        run.lineErrors = {.framing = errors->countOrNull("framing"),
+                          .parity = errors->countOrNull("parity"),
+                          .overrun = errors->countOrNull("overrun"),
+                          .breaks = errors->countOrNull("break"),
+                          .bufferOverrun = errors->countOrNull("bufferOverrun")};
 }
 
 void readUnexpected(FieldReader from, Run& run, QString& fault)
@@ -69,10 +74,14 @@ void readUnexpected(FieldReader from, Run& run, QString& fault)
 void readLatencies(FieldReader& from, Run& run)
 {
     FieldReader us = from.object("latencyUs");
-    run.latencyUs = {us.figure("minimum"), us.figure("mean"),
-                     us.figure("p50"),     us.figure("p90"),
-                     us.figure("p99"),     us.figure("p999"),
-                     us.figure("maximum"), us.figure("standardDeviation")};
+    run.latencyUs = {.minimum = us.figure("minimum"),
+                     .mean = us.figure("mean"),
+                     .p50 = us.figure("p50"),
+                     .p90 = us.figure("p90"),
+                     .p99 = us.figure("p99"),
+                     .p999 = us.figure("p999"),
+                     .maximum = us.figure("maximum"),
+                     .standardDeviation = us.figure("standardDeviation")};
     double previous = 0;
     for (const QJsonValue& value : from.array("latencyHistogramUs")) {
         const LatencyBin bin{value[0].toDouble(-1), value[1].toDouble(-1), value[2].toInteger(-1)};
@@ -91,22 +100,24 @@ void readSeconds(FieldReader& from, Run& run, QString& fault)
 {
     for (const QJsonValue& value : from.array("seconds")) {
         FieldReader second(value.toObject(), QStringLiteral("seconds: "), fault);
-        run.seconds.push_back({second.number("start"), second.number("length"),
-                               second.count("sent"), second.count("received"), second.count("lost"),
-                               second.figure("p50Us"), second.figure("maximumUs")});
+        run.seconds.push_back({.start = second.number("start"),
+                               .length = second.number("length"),
+                               .sent = second.count("sent"),
+                               .received = second.count("received"),
+                               .lost = second.count("lost"),
+                               .p50Us = second.figure("p50Us"),
+                               .maximumUs = second.figure("maximumUs")});
     }
 }
 
 void readVerdict(FieldReader& from, Run& run)
 {
-    static const QStringList words{QStringLiteral("passed"), QStringLiteral("failed"),
-                                   QStringLiteral("lineLost"), QStringLiteral("outputFailed"),
-                                   QStringLiteral("disturbed")};
-    const qsizetype index = words.indexOf(from.text("verdict"));
-    if (index < 0)
+    const auto& words = RunFormat::verdictWords;
+    const auto* const word = std::find(words.begin(), words.end(), from.text("verdict"));
+    if (word == words.end())
         from.refuse("verdict", "a known word");
     else
-        run.verdict = static_cast<RunVerdict>(index);
+        run.verdict = static_cast<RunVerdict>(word - words.begin());
     for (const QJsonValue& reason : from.array("reasons"))
         run.reasons += reason.toString();
 }
@@ -118,7 +129,7 @@ Run readRun(const QJsonObject& report, QString& fault)
     FieldReader from(report, {}, fault);
     Run run;
     run.version = from.text("version");
-    run.exactTiming = from.text("timing") == u"exact";
+    run.exactTiming = from.text("timing") == QLatin1String(RunFormat::exactTiming);
     run.start = from.time("start");
     run.end = from.time("end");
     readSettings(from.object("configuration"), run.settings);

@@ -33,16 +33,23 @@ SurveySize readSize(FieldReader from, QString& fault)
     size.evenLoss = readLoss(from, "evenLoss");
     for (const QJsonValue& value : from.array("loads")) {
         FieldReader load(value.toObject(), QStringLiteral("loads: "), fault);
-        size.loads.push_back({load.integer("percent", 0, 100), load.integer("packetsPerSecond"),
-                              load.count("packetsLost"), load.figure("p50Us"),
-                              load.figure("p99Us")});
+        size.loads.push_back({.percent = load.integer("percent", 0, 100),
+                              .packetsPerSecond = load.integer("packetsPerSecond"),
+                              .lost = load.count("packetsLost"),
+                              .p50Us = load.figure("p50Us"),
+                              .p99Us = load.figure("p99Us")});
     }
     for (const QJsonValue& value : from.array("trials")) {
         FieldReader trial(value.toObject(), QStringLiteral("trials: "), fault);
-        size.trials.push_back(
-            {trial.text("purpose"), trial.integer("packetsPerSecond"), trial.count("packetsSent"),
-             trial.count("packetsLost"), trial.count("sendFailures"), trial.count("packetsUnsent"),
-             trial.flag("cutShort"), trial.figure("p50Us"), trial.figure("p99Us")});
+        size.trials.push_back({.purpose = trial.text("purpose"),
+                               .packetsPerSecond = trial.integer("packetsPerSecond"),
+                               .sent = trial.count("packetsSent"),
+                               .lost = trial.count("packetsLost"),
+                               .sendFailures = trial.count("sendFailures"),
+                               .unsent = trial.count("packetsUnsent"),
+                               .cutShort = trial.flag("cutShort"),
+                               .p50Us = trial.figure("p50Us"),
+                               .p99Us = trial.figure("p99Us")});
     }
     return size;
 }

@@ -1,8 +1,8 @@
 #include "report/text/surveyText.h"
 
-#include "report/html/surveyPage.h"
 #include "report/text/TextTable.h"
 #include "report/weigh/figureText.h"
+#include "report/weigh/surveyWords.h"
 
 namespace {
 

@@ -1,6 +1,5 @@
 #include "report/text/textReport.h"
 
-#include "report/html/page.h"
 #include "report/text/TextTable.h"
 #include "report/weigh/batch.h"
 #include "report/weigh/comparison.h"
@@ -9,9 +8,9 @@
 
 namespace {
 
-QString oneRun(const Run& run, const QString& label)
+QString oneRun(const Run& run)
 {
-    QString text = QStringLiteral("%1: %2\n").arg(printable(label), verdictText(run.verdict));
+    QString text = QStringLiteral("%1: %2\n").arg(printable(run.label), verdictText(run.verdict));
     for (const QString& reason : run.reasons)
         text += QStringLiteral("  %1\n").arg(printable(reason));
     text += QStringLiteral("%1 at %2 bits/s, %3\n")
@@ -54,13 +53,16 @@ QString differenceWord(Difference difference)
     return {};
 }
 
-QString comparison(const std::vector<Run>& runs, const QStringList& labels)
+QString comparison(const std::vector<Run>& runs)
 {
     TextTable table;
-    table.addRow(QStringList(QStringLiteral("Less is better")) + labels);
+    QStringList names{QStringLiteral("Less is better")};
     QStringList verdicts{QStringLiteral("Verdict")};
-    for (const Run& run : runs)
+    for (const Run& run : runs) {
+        names += printable(run.label);
         verdicts += verdictText(run.verdict);
+    }
+    table.addRow(names);
     table.addRow(verdicts);
     for (const ComparedFigure& figure : compareRuns(runs)) {
         const auto text = figure.unit == ComparedFigure::Unit::Percent ? percentText : latencyText;
@@ -91,15 +93,14 @@ QString groups(const std::vector<Run>& runs, const QString& by)
     return table.text() + u'\n';
 }
 
-QString batch(const std::vector<Run>& runs, const QStringList& labels)
+QString batch(const std::vector<Run>& runs)
 {
     TextTable table;
     table.addRow({QStringLiteral("Worst first"), QStringLiteral("Verdict"), QStringLiteral("Sent"),
                   QStringLiteral("Lost"), QStringLiteral("p50"), QStringLiteral("p99"),
                   QStringLiteral("Longest")});
-    for (std::size_t i = 0; i < runs.size(); ++i) {
-        const Run& run = runs[i];
-        table.addRow({labels[qsizetype(i)], verdictText(run.verdict), countText(run.sent),
+    for (const Run& run : runs) {
+        table.addRow({printable(run.label), verdictText(run.verdict), countText(run.sent),
                       percentText(run.lossPercent()), latencyText(run.latencyUs.p50),
                       latencyText(run.latencyUs.p99), latencyText(run.latencyUs.maximum)});
     }
@@ -113,15 +114,11 @@ QString batch(const std::vector<Run>& runs, const QStringList& labels)
 
 } // namespace
 
-QString textReport(std::vector<Run> runs, const QString& by)
+QString textReport(const std::vector<Run>& runs, const QString& by)
 {
-    if (runs.size() > mostOverlaid)
-        sortWorstFirst(runs);
-    QStringList labels;
-    for (const QString& label : runLabels(runs, by))
-        labels += printable(label);
     if (runs.size() == 1)
-        return oneRun(runs.front(), labels.front());
-    const QString grouped = by.isEmpty() ? QString() : groups(runs, by);
-    return runs.size() <= mostOverlaid ? comparison(runs, labels) : grouped + batch(runs, labels);
+        return oneRun(runs.front());
+    if (runs.size() <= mostOverlaid)
+        return comparison(runs);
+    return (by.isEmpty() ? QString() : groups(runs, by)) + batch(runs);
 }

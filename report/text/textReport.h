@@ -6,4 +6,4 @@
  * What the page says, as plain lines for a terminal, without its charts. Like htmlPage(); texts
  * from reports cannot steer the terminal.
  */
-QString textReport(std::vector<Run> runs, const QString& by);
+QString textReport(const std::vector<Run>& runs, const QString& by);

@@ -69,19 +69,37 @@ Figure worse(const Figure& one, const Figure& other)
     return std::max(one, other); // none is the smallest
 }
 
+/** By verdict, then loss, then p99; runs alike stay in their order. */
+void sortWorstFirst(std::vector<Run>& runs)
+{
+    std::stable_sort(runs.begin(), runs.end(), [](const Run& one, const Run& other) {
+        return badness(one) > badness(other);
+    });
+}
+
+QStringList labelsOf(const std::vector<Run>& runs, const QString& by)
+{
+    const QStringList tags = by.isEmpty() ? differingTags(runs) : QStringList(by);
+    QStringList byTags = names(runs, [&tags](const Run& run) {
+        QStringList values;
+        for (const QString& tag : tags)
+            if (!run.tags.value(tag).isEmpty())
+                values += tag + u' ' + run.tags.value(tag);
+        return values.join(QStringLiteral(", ")).left(60);
+    });
+    if (allDifferent(byTags) && !byTags.contains(QString()))
+        return byTags;
+    const QStringList byFile =
+        names(runs, [](const Run& run) { return QFileInfo(run.path).completeBaseName(); });
+    return allDifferent(byFile) ? byFile : names(runs, [](const Run& run) { return run.path; });
+}
+
 } // namespace
 
 qint64 countOf(const std::vector<Run>& runs, RunVerdict verdict)
 {
     return std::count_if(runs.begin(), runs.end(),
                          [verdict](const Run& run) { return run.verdict == verdict; });
-}
-
-void sortWorstFirst(std::vector<Run>& runs)
-{
-    std::stable_sort(runs.begin(), runs.end(), [](const Run& one, const Run& other) {
-        return badness(one) > badness(other);
-    });
 }
 
 std::vector<Group> groupRuns(const std::vector<Run>& runs, const QString& tag)
@@ -113,19 +131,11 @@ std::vector<Group> groupRuns(const std::vector<Run>& runs, const QString& tag)
     return sorted;
 }
 
-QStringList runLabels(const std::vector<Run>& runs, const QString& by)
+void arrangeRuns(std::vector<Run>& runs, const QString& by)
 {
-    const QStringList tags = by.isEmpty() ? differingTags(runs) : QStringList(by);
-    QStringList byTags = names(runs, [&tags](const Run& run) {
-        QStringList values;
-        for (const QString& tag : tags)
-            if (!run.tags.value(tag).isEmpty())
-                values += tag + u' ' + run.tags.value(tag);
-        return values.join(QStringLiteral(", ")).left(60);
-    });
-    if (allDifferent(byTags) && !byTags.contains(QString()))
-        return byTags;
-    const QStringList byFile =
-        names(runs, [](const Run& run) { return QFileInfo(run.path).completeBaseName(); });
-    return allDifferent(byFile) ? byFile : names(runs, [](const Run& run) { return run.path; });
+    if (runs.size() > mostOverlaid)
+        sortWorstFirst(runs);
+    const QStringList labels = labelsOf(runs, by);
+    for (std::size_t i = 0; i < runs.size(); ++i)
+        runs[i].label = labels[static_cast<qsizetype>(i)];
 }

@@ -2,6 +2,9 @@
 
 #include "report/read/Run.h"
 
+/** Most runs that are compared with each other in one picture; more are a batch. */
+inline constexpr std::size_t mostOverlaid = 8;
+
 /** What the runs with one value of a tag have come to. */
 struct Group
 {
@@ -16,14 +19,12 @@ struct Group
 /** How many of them ended so. */
 qint64 countOf(const std::vector<Run>& runs, RunVerdict verdict);
 
-/** Worst first: by verdict, then loss, then p99; runs alike stay in their order. */
-void sortWorstFirst(std::vector<Run>& runs);
-
 /** The runs by their value of `tag`, those with the largest share of failures first. */
 std::vector<Group> groupRuns(const std::vector<Run>& runs, const QString& tag);
 
 /**
- * A name for each run, all different: the values of the tag `by`, else of those tags in which the
- * runs differ; where that leaves two alike, the name or the path of the file.
+ * Puts `runs` into the order in which they are shown, a batch worst first, and labels each of them.
+ * All labels differ: they are the values of the tag `by`, or, where `by` is empty, of those tags in
+ * which the runs differ. Where that leaves two alike, they are the names or paths of the files.
  */
-QStringList runLabels(const std::vector<Run>& runs, const QString& by);
+void arrangeRuns(std::vector<Run>& runs, const QString& by);

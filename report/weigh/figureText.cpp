@@ -1,5 +1,7 @@
 #include "report/weigh/figureText.h"
 
+#include <QStringList>
+
 #include <algorithm>
 #include <cmath>
 
@@ -69,4 +71,30 @@ QString verdictText(RunVerdict verdict)
 QString timeText(const QDateTime& time)
 {
     return time.toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"));
+}
+
+QString adapterText(const TestPlace& place)
+{
+    const std::optional<Adapter>& adapter = place.adapter;
+    if (!adapter)
+        return {};
+    QStringList parts;
+    if (!adapter->product.isEmpty())
+        parts += adapter->product;
+    if (!adapter->vendorId.isEmpty())
+        parts += adapter->vendorId + u':' + adapter->productId;
+    if (!adapter->serialNumber.isEmpty())
+        parts += QStringLiteral("serial number %1").arg(adapter->serialNumber);
+    if (!adapter->driver.isEmpty())
+        parts += QStringLiteral("driver %1").arg(adapter->driver);
+    if (adapter->latencyTimerMs)
+        parts += QStringLiteral("latency timer %1 ms").arg(numberText(*adapter->latencyTimerMs, 0));
+    return parts.join(QStringLiteral(", "));
+}
+
+QString hostText(const TestPlace& place)
+{
+    QStringList parts{place.hostName, place.kernel, place.machine};
+    parts.removeAll(QString());
+    return parts.join(QStringLiteral(", "));
 }

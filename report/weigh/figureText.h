@@ -16,3 +16,6 @@ QString numberText(double value, int decimals);
 QString verdictText(RunVerdict verdict);
 /** Local time of the place where the run was made. */
 QString timeText(const QDateTime& time);
+/** The adapter or the computer in one line; empty: nothing is known. */
+QString adapterText(const TestPlace& place);
+QString hostText(const TestPlace& place);

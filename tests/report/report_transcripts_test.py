@@ -110,7 +110,7 @@ class TranscriptsTest(helpers.FolderTest):
                 spans.append([part[0]["start"], 2, 2, sum(row["lost"] for row in part),
                               sorted(p50s)[len(p50s) // 2] if p50s else None, max(most, default=None)])
             data = re.search('id="data">(.*?)</script>', run("long.json", "--html=-")[1], re.S)[1]
-            self.assertEqual(json.loads(data)["runs"][0]["time"], spans)
+            self.assertEqual(json.loads(data)["runs"][0]["time"]["rows"], spans)
 
     def test_options_and_statuses(self):
         write({"good": report(seconds=2)})
