@@ -1,7 +1,6 @@
 #include "link/vnPacketComs.h"
 
 #include "link/RingBuffer.h"
-#include "link/frameCheck.h"
 #include "link/vnSerialComs.h"
 
 #include <array>

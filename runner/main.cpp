@@ -1,12 +1,8 @@
-#include "command/Program.h"
-#include "command/SignalWatch.h"
-#include "command/TerminalOutput.h"
+#include "drive/runSession.h"
 #include "link/vnPortEnumerator.h"
 #include "measure/RunFormat.h"
 #include "port/portCheck.h"
 #include "runner/RunSession.h"
-
-#include <QCoreApplication>
 
 namespace {
 
@@ -27,17 +23,6 @@ int checkPort(Program& program, const QString& path)
     if (status != static_cast<int>(ExitStatus::Passed) || text.isEmpty())
         return status;
     return static_cast<int>(ExitStatus::Failed);
-}
-
-int run(Program& program, const RunOptions& options)
-{
-    TerminalOutput output(program.standardError(), options.quiet);
-    const SignalWatch watch;
-    RunSession session(options, output);
-    QObject::connect(&watch, &SignalWatch::endRequested, &session, &RunSession::requestEnd);
-    QObject::connect(&session, &RunSession::finished, qApp, &QCoreApplication::exit);
-    session.start();
-    return QCoreApplication::exec();
 }
 
 } // namespace
@@ -61,5 +46,5 @@ int main(int argc, char** argv)
     case RunOptions::Outcome::Run:
         break;
     }
-    return run(program, options);
+    return runSession<RunSession>(program, options);
 }

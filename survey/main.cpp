@@ -1,25 +1,6 @@
-#include "command/Program.h"
-#include "command/SignalWatch.h"
-#include "command/TerminalOutput.h"
+#include "drive/runSession.h"
 #include "measure/SurveyFormat.h"
 #include "survey/SurveySession.h"
-
-#include <QCoreApplication>
-
-namespace {
-
-int run(Program& program, const SurveyOptions& options)
-{
-    TerminalOutput output(program.standardError(), options.quiet);
-    const SignalWatch watch;
-    SurveySession session(options, output);
-    QObject::connect(&watch, &SignalWatch::endRequested, &session, &SurveySession::requestEnd);
-    QObject::connect(&session, &SurveySession::finished, qApp, &QCoreApplication::exit);
-    session.start();
-    return QCoreApplication::exec();
-}
-
-} // namespace
 
 int main(int argc, char** argv)
 {
@@ -36,5 +17,5 @@ int main(int argc, char** argv)
     case SurveyOptions::Outcome::Run:
         break;
     }
-    return run(program, options);
+    return runSession<SurveySession>(program, options);
 }

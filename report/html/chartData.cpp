@@ -74,6 +74,7 @@ QJsonObject overlayData(const std::vector<Run>& runs)
 QJsonObject batchData(const std::vector<Run>& runs)
 {
     std::vector<const Run*> inOrder;
+    inOrder.reserve(runs.size());
     for (const Run& run : runs)
         inOrder.push_back(&run);
     std::stable_sort(inOrder.begin(), inOrder.end(),
