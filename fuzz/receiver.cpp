@@ -2,6 +2,7 @@
 #include "fuzz/PipeLine.h"
 #include "fuzz/ReceiveModel.h"
 #include "fuzz/disagree.h"
+#include "link/ByteListener.h"
 #include "link/RingBuffer.h"
 #include "link/vnPacketComs.h"
 
@@ -28,6 +29,43 @@ struct HandClock : SteadyClock
 
 enum class Reading { EveryPosition, InOrder };
 
+/** Holds what the receiver tells of each byte against the bytes that have arrived. */
+class ByteAccount : public ByteListener
+{
+public:
+    /** `fitted` has reached the receiver's buffer, and `lost` more had no room there. */
+    void arrive(std::span<const uint8_t> fitted, size_t lost)
+    {
+        open.insert(open.end(), fitted.begin(), fitted.end());
+        overrun += lost;
+    }
+
+    void frameTaken(std::span<const uint8_t> frame, qint64) override { settle(frame); }
+    void bytesSkipped(std::span<const uint8_t> bytes, qint64) override { settle(bytes); }
+    void bytesOverrun(std::span<const uint8_t> bytes, qint64) override { overrun -= bytes.size(); }
+
+    void compare(size_t buffered) const
+    {
+        if (open.size() != buffered || overrun != 0)
+            disagree(QStringLiteral("%1 bytes are buffered, %2 not told; %3 overrun not told")
+                         .arg(buffered)
+                         .arg(open.size())
+                         .arg(overrun));
+    }
+
+private:
+    void settle(std::span<const uint8_t> bytes)
+    {
+        if (bytes.empty() || bytes.size() > open.size() ||
+            !std::equal(bytes.begin(), bytes.end(), open.begin()))
+            disagree(QStringLiteral("%1 bytes are told that are not next").arg(bytes.size()));
+        open.erase(open.begin(), open.begin() + static_cast<ptrdiff_t>(bytes.size()));
+    }
+
+    std::vector<uint8_t> open; ///< not told yet, oldest first
+    size_t overrun = 0;        ///< likewise
+};
+
 /** A receiver at one end of the line and the model beside it, held against each other. */
 class Reception
 {
@@ -37,6 +75,7 @@ public:
         : line(from), clock(hand), reading(howToRead), receiver(nullptr, &from.serial())
     {
         ringOf(receiver).head = ringOf(receiver).tail = counted;
+        receiver.tell(&account);
         if (reading == Reading::InOrder)
             receiver.readInOrder(
                 [this](std::span<const uint8_t> bytes) { return isAwaited(bytes); });
@@ -50,6 +89,9 @@ public:
     {
         bytes = bytes.first(std::min(bytes.size(), PipeLine::limit - waiting));
         line.write(bytes);
+        const size_t room = ReceiveModel::capacity - model.buffered().size();
+        account.arrive(bytes.first(std::min(bytes.size(), room)),
+                       bytes.size() - std::min(bytes.size(), room));
         model.arrive(bytes);
         waiting += bytes.size();
     }
@@ -73,6 +115,7 @@ private:
     Reading reading;
     vnPacketComs receiver;
     ReceiveModel model;
+    ByteAccount account;
     std::vector<std::vector<uint8_t>> awaited;
     qint64 lastReadNs = 0;
     size_t waiting = 0;
@@ -97,6 +140,7 @@ bool Reception::receive()
     if (found)
         compareFrame(packet, *frame);
     compareBuffered();
+    account.compare(receiver.bufferedBytes());
     return found;
 }
 

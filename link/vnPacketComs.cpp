@@ -1,8 +1,10 @@
 #include "link/vnPacketComs.h"
 
+#include "link/ByteListener.h"
 #include "link/RingBuffer.h"
 #include "link/vnSerialComs.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -76,14 +78,16 @@ bool vnPacketComs::receivePacket(vnPacket& packet)
     isHeld = found.result == FrameSearch::Result::Waiting;
     if (found.result == FrameSearch::Result::Frame) {
         fillPacket(packet, arrived.subspan(found.offset));
-        const uint32_t end = found.offset + packet.dataLength + vnFrameOverhead;
-        packetReadNs = readMoments[(received->tail + end - 1) % receiveRingCapacity];
-        received->discard(end);
+        const uint32_t length = packet.dataLength + vnFrameOverhead;
+        packetReadNs = readMomentOf(found.offset + length - 1);
+        skip(arrived, found.offset);
+        if (listener != nullptr)
+            listener->frameTaken(arrived.subspan(found.offset, length), packetReadNs);
+        received->discard(length);
         return true;
     }
-    received->discard(found.offset);
-    if (!isHeld && received->count() > vnMaxFrameLength)
-        received->discard(received->count() - vnMaxFrameLength);
+    const uint32_t kept = isHeld ? buffered : vnMaxFrameLength;
+    skip(arrived, std::max(found.offset, buffered - std::min(buffered, kept)));
     lineIsDry = false;
     waitsNoLonger = false;
     return false;
@@ -103,12 +107,39 @@ bool vnPacketComs::drainLine()
         if (bytesRead == 0)
             return isSilent;
         isSilent = false;
-        for (uint32_t i = 0; i < bytesRead; ++i) {
-            if (received->push(chunk[i]))
-                readMoments[(received->head - 1) % receiveRingCapacity] = serial->lastReadNs();
-        }
+        buffer({chunk.data(), bytesRead});
     }
     return false;
+}
+
+void vnPacketComs::buffer(std::span<const uint8_t> bytes)
+{
+    const qint64 readNs = serial->lastReadNs();
+    const uint32_t before = received->count();
+    for (const uint8_t byte : bytes) {
+        if (received->push(byte))
+            readMoments[(received->head - 1) % receiveRingCapacity] = readNs;
+    }
+    const uint32_t fitted = received->count() - before;
+    if (listener != nullptr && fitted < bytes.size())
+        listener->bytesOverrun(bytes.subspan(fitted), readNs);
+}
+
+void vnPacketComs::skip(std::span<const uint8_t> arrived, uint32_t length)
+{
+    if (listener != nullptr && length > 0)
+        listener->bytesSkipped(arrived.first(length), readMomentOf(length - 1));
+    received->discard(length);
+}
+
+qint64 vnPacketComs::readMomentOf(uint32_t offset) const
+{
+    return readMoments[(received->tail + offset) % receiveRingCapacity];
+}
+
+uint32_t vnPacketComs::bufferedBytes() const
+{
+    return received->count();
 }
 
 #include "moc_vnPacketComs.cpp"

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+class ByteListener;
 class vnSerialComs;
 struct RingBuffer;
 
@@ -75,6 +76,11 @@ public:
      * it again once more bytes have come, or silence.
      */
     bool isWaiting() const { return isHeld; }
+    /** From now on `bytes` is told of every byte; not owned. Null, as at first: nobody is. */
+    void tell(ByteListener* bytes) { listener = bytes; }
+    /** Bytes that receivePacket() has read and neither taken as a frame nor forgotten. */
+    uint32_t bufferedBytes() const;
+
     /** Up to its next false result receivePacket() reads as in silence. */
     void waitNoLonger() { waitsNoLonger = true; }
 
@@ -102,6 +108,10 @@ public:
 private:
     /** Whether the line was asked, had nothing, and had been silent already. */
     bool drainLine();
+    void buffer(std::span<const uint8_t> bytes);
+    /** Forgets the `length` oldest bytes. `arrived` is all that is buffered. */
+    void skip(std::span<const uint8_t> arrived, uint32_t length);
+    qint64 readMomentOf(uint32_t offset) const;
 
     vnSerialComs* serial;
     RingBuffer* received; ///< owned: created in the constructor, destroyed in the destructor
@@ -112,4 +122,5 @@ private:
     AwaitedFrames awaited;  ///< empty: reads at every position
     bool isHeld = false;
     bool waitsNoLonger = false;
+    ByteListener* listener = nullptr; ///< not owned
 };
