@@ -28,10 +28,11 @@ COLOURS = dict(link="gray35", command="gray35", port="gray35", engine="navy", me
 def picture(edges):
     """The arrows in the language of dot. One that USES does not allow is thick and does not place the rooms."""
     rooms = "".join(f'"{room}" [color={COLOURS.get(room.split("/")[0], "black")}]\n' for room in USES)
-    arrows = (f'"{room}" -> "{other}" [color={COLOURS.get(room.split("/")[0], "black")}'
-              f'{"" if is_allowed else " penwidth=4 constraint=false"}]\n' for (room, other), is_allowed in sorted(edges.items()))
-    return ("digraph rooms { nodesep=0.5 ranksep=0.7 node [shape=box style=rounded penwidth=2 fontname=sans fontsize=18]\n"
-            f"{rooms}{{rank=same console runner survey report \"simulator/program\"}}\n{''.join(arrows)}}}")
+    arrows = "".join(f'"{room}" -> "{other}" [color={COLOURS.get(room.split("/")[0], "black")}'
+                     f'{"" if is_allowed else " penwidth=4 constraint=false"}]\n'
+                     for (room, other), is_allowed in sorted(edges.items()))
+    look = "nodesep=0.5 ranksep=0.7 node [shape=box style=rounded penwidth=2 fontname=sans fontsize=18]"
+    return f'digraph rooms {{ {look}\n{rooms}{{rank=same console runner survey report "simulator/program"}}\n{arrows}}}'
 
 
 names = list(USES)  # a room that stood below one that may include it would allow a circle
@@ -49,6 +50,7 @@ if sys.argv[1:2] == ["--picture"]:
     sys.exit(subprocess.run(["dot", "-Tsvg", "-o", sys.argv[2]], input=picture(edges), text=True).returncode)
 shown = (PROJECT / "docs/rooms.svg").read_text()
 drawn = {tuple(html.unescape(title).split("->")) for title in re.findall("<title>(.+&#45;&gt;.+)</title>", shown)}
-faults += [f"docs/rooms.svg: {'lacks' if edge in edges else 'has'} {' -> '.join(edge)}" for edge in sorted(edges.keys() ^ drawn)]
+faults += [f"docs/rooms.svg: {'lacks' if edge in edges else 'has'} {' -> '.join(edge)}"
+           for edge in sorted(edges.keys() ^ drawn)]
 print("".join(f"{fault}\n" for fault in faults), end="")
 sys.exit(bool(faults))
