@@ -14,7 +14,7 @@ USES = {  # from the bottom up: what each room may include, namely rooms above i
     "link": "", "command": "", "port": "link command", "engine/timing": "link command port",
     "engine": "link command port engine/timing", "measure": ENGINE, "drive": ENGINE + "measure",
     "console": ENGINE + "measure drive", "runner": ENGINE + "measure drive",
-    "survey/search": ENGINE + "measure", "survey": ENGINE + "measure drive survey/search",
+    "survey/search": "engine/timing engine", "survey": ENGINE + "measure drive survey/search",
     "report/read": READ, "report/weigh": READ + "report/read",
     "report/html": READ + "report/read report/weigh", "report/text": READ + "report/read report/weigh",
     "report": READ + "report/read report/weigh report/html report/text",
@@ -31,7 +31,7 @@ def picture(edges):
     arrows = "".join(f'"{room}" -> "{other}" [color={COLOURS.get(room.split("/")[0], "black")}'
                      f'{"" if is_allowed else " penwidth=4 constraint=false"}]\n'
                      for (room, other), is_allowed in sorted(edges.items()))
-    look = "nodesep=0.5 ranksep=0.7 node [shape=box style=rounded penwidth=2 fontname=sans fontsize=18]"
+    look = "rankdir=LR nodesep=0.3 ranksep=1.1 node [shape=box style=rounded penwidth=2 fontname=sans fontsize=18]"
     return f'digraph rooms {{ {look}\n{rooms}{{rank=same console runner survey report "simulator/program"}}\n{arrows}}}'
 
 
