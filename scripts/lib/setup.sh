@@ -22,9 +22,9 @@ bench_packages=(libbenchmark-dev libxcb1-dev xvfb python3)
 # shellcheck disable=SC2034  # read by the scripts that source this file
 fuzz_packages=(clang libclang-rt-dev llvm)
 
-# To check the sources.
+# To check the sources, and to draw which room includes which.
 # shellcheck disable=SC2034  # read by the scripts that source this file
-lint_packages=(clang-format clang-tidy clazy cppcheck shellcheck)
+lint_packages=(clang-format clang-tidy clazy cppcheck shellcheck graphviz)
 
 # To make the Debian package, to check it, and to install it into a system of its own.
 # shellcheck disable=SC2034  # read by the scripts that source this file

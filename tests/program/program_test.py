@@ -5,8 +5,8 @@ import pathlib
 import sys
 import tempfile
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts" / "lib"))
-from bench import Failure, Module, Window  # noqa: E402  (found by the line above)
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts" / "lib" / "window"))
+from driver import Failure, Module, Window  # noqa: E402  (found by the line above)
 from demo_run import connect, event_rows, finished_run, run_script, start_run  # noqa: E402
 from pictures import check_places  # noqa: E402
 

@@ -26,7 +26,7 @@ class PagesTest(helpers.FolderTest):
     def test_pages_in_a_browser(self):
         batch = {f"r{i}": report(i, 3, 30, 4000 + 3 * i, tags={"station": f"S{i % 3}"}) for i in range(100)}
         for name, run in (samples() | batch | {"survey": survey()}).items():
-            schema = json.loads((PROJECT / f"docs/{run.get('kind', 'report')}.schema.json").read_text(encoding="utf-8"))
+            schema = json.loads((PROJECT / f"docs/{run.get('kind', 'run')}.schema.json").read_text(encoding="utf-8"))
             jsonschema.validate(run, schema, cls=jsonschema.Draft202012Validator)
             pathlib.Path(name).write_text(json.dumps(run), encoding="utf-8")
         browser = self.start_browser()

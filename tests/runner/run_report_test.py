@@ -26,7 +26,7 @@ import helpers
 MODULE, RUNNER, DOCS = *sys.argv[1:3], pathlib.Path(sys.argv[3])
 del sys.argv[1:]
 DOCUMENT = (DOCS / "runner.md").read_text(encoding="utf-8")
-SCHEMA = json.loads((DOCS / "report.schema.json").read_text(encoding="utf-8"))
+SCHEMA = json.loads((DOCS / "run.schema.json").read_text(encoding="utf-8"))
 RECEIVED, GIVEN_UP = {"received", "receivedAtEnd"}, {"noEchoInTime", "noEchoAtEnd"}
 FAST = {"rate": 300, "timeout": 1000, "min-size": 4, "max-size": 32}
 MANY = ["--drop=.1", "--alter=.1", "--duplicate=.2", "--error-reply=.1", "--report=.1", "--truncate=.1", "--split=.05",

@@ -68,7 +68,7 @@ QStringList WindowBench::rowsOf(const QString& fileName)
 QStringList WindowBench::readmeTable(const QString& heading)
 {
     static const QRegularExpression end("\n[^|]");
-    return rowsOf(README).join('\n').section(heading, 1).section(end, 0, 0).split('\n').mid(2);
+    return rowsOf(WINDOW_PAGE).join('\n').section(heading, 1).section(end, 0, 0).split('\n').mid(2);
 }
 
 QString WindowBench::status() const

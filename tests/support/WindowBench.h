@@ -41,7 +41,7 @@ public:
     QStringList eventFiles() const;
     QStringList eventRows() const { return rowsOf(eventFiles().value(0)); }
     static QStringList rowsOf(const QString& fileName);
-    /** The rows of the table of README.md that has this heading; empty when there is none. */
+    /** The rows of the table of docs/window.md that has this heading; empty when there is none. */
     static QStringList readmeTable(const QString& heading);
 
     /** Calls a slot of the window as the engine's signals and the buttons do. */

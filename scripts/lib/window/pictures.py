@@ -7,7 +7,7 @@ import subprocess
 import sys
 import tempfile
 
-from bench import Atspi, Failure, Module, Window, descendants, extents, xdotool
+from driver import Atspi, Failure, Module, Window, descendants, extents, xdotool
 from demo_run import PORT_TEXT, run_script
 
 DARK = """[Colors:Window]

@@ -15,7 +15,7 @@ import time
 
 FEWER = (1, 8)
 MOST_SHOWN = 10  # lines with losses
-PROJECT = pathlib.Path(__file__).resolve().parents[2]
+PROJECT = pathlib.Path(__file__).resolve().parents[3]
 HEAD = ("Lines", "Pings sent, of those asked for", "Lost", "Runner, CPU s a line",
         "Module, CPU s a line", "Both, % of a processor a line", "Machine busy, %",
         "of it other programs, %", "p99 of the worst line, ms", "against 1 line",

@@ -9,7 +9,7 @@ import signal
 import sys
 import tempfile
 
-from bench import Atspi, Failure, Module, Window
+from driver import Atspi, Failure, Module, Window
 
 PORT_TEXT = "ttyUSB0 = PacketBrask"
 

@@ -170,7 +170,7 @@ def session_leader(machine):
 
 
 def unplugged_under_window(machine):
-    with machine.started("env", "PACKETBRASK_REAL_PORTS=yes", LIBRARY / "with-desktop.sh",
+    with machine.started("env", "PACKETBRASK_REAL_PORTS=yes", LIBRARY.parent / "with-desktop.sh",
                          "/usr/bin/python3", LIBRARY / "machine_window.py") as window:
         try:
             for move in (machine.unplug, machine.plug) * 2:

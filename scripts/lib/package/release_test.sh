@@ -5,7 +5,7 @@
 set -eEuo pipefail
 trap 'exit 2' ERR
 
-project=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+project=$(cd "$(dirname "${BASH_SOURCE[0]}")/../../.." && pwd)
 system=$1 user=tester
 
 mount --bind "$system" "$system"

@@ -20,7 +20,7 @@ import sys
 import tempfile
 import time
 
-PROJECT = pathlib.Path(__file__).resolve().parents[2]
+PROJECT = pathlib.Path(__file__).resolve().parents[3]
 DOCUMENT = PROJECT / "docs/many-lines.md"
 STATIONS = ("station-a", "station-b")
 PORTS = [f"ttyUSB{number}" for number in range(6)]

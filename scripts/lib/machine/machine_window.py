@@ -6,10 +6,12 @@ to be plugged in again. Runs under with-desktop.sh.
 
 import os
 import pathlib
+import sys
 import tempfile
 
-from bench import Atspi, Failure, Window, wait_for
-from demo_run import event_rows, run_script
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "window"))
+from driver import Atspi, Failure, Window, wait_for  # noqa: E402  (found by the line above)
+from demo_run import event_rows, run_script  # noqa: E402
 
 NODE = pathlib.Path("/dev/ttyUSB0")
 PORT_TEXT = "ttyUSB0 = QEMU_USB_SERIAL"
