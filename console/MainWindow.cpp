@@ -2,7 +2,6 @@
 
 #include "console/windowHabits.h"
 #include "engine/BraskTestWorker.h"
-#include "engine/metaTypes.h"
 
 #include <QCoreApplication>
 #include <QGroupBox>

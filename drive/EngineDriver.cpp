@@ -1,7 +1,6 @@
 #include "drive/EngineDriver.h"
 
 #include "engine/BraskTestWorker.h"
-#include "engine/metaTypes.h"
 #include "port/openFault.h"
 
 #include <QCoreApplication>
@@ -25,6 +24,8 @@ BraskTestWorker* EngineDriver::makeEngine(const Setup& asked, RunObserver& obser
     setup.timing = makeTiming(asked.timing);
     setup.observer = &observer;
     setup.writesScreen = asked.writesScreen;
+    setup.payload = asked.payload;
+    setup.isLoopback = asked.isLoopback;
     return new BraskTestWorker(std::move(setup));
 }
 

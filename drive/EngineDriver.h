@@ -1,6 +1,7 @@
 #pragma once
 
 #include "drive/RunObserver.h"
+#include "engine/Payload.h"
 #include "engine/TestStats.h"
 #include "engine/timing/EngineTiming.h"
 
@@ -26,6 +27,8 @@ public:
         bool writesScreen = true;  ///< false: the module's screen is left alone
         int timeoutMs = 500;       ///< of all runs, as in TestConfig
         PingSink* pings = nullptr; ///< as of RunMeasurement; not owned
+        Payload payload{};         ///< as of BraskTestWorker::Setup
+        bool isLoopback = false;   ///< likewise
     };
 
     explicit EngineDriver(const Setup& setup, QObject* parent = nullptr);

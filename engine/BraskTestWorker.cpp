@@ -4,6 +4,13 @@
 #include "link/vnPacketComs.h"
 #include "link/vnSerialComs.h"
 
+namespace {
+
+constexpr uint8_t pingRequest = 0x00;
+constexpr uint8_t echoReply = 0x40;
+
+} // namespace
+
 BraskTestWorker::BraskTestWorker(QObject* parent)
     : BraskTestWorker(Setup{.timing = std::make_unique<WindowTiming>()}, parent)
 {
@@ -12,7 +19,8 @@ BraskTestWorker::BraskTestWorker(QObject* parent)
 BraskTestWorker::BraskTestWorker(Setup setup, QObject* parent)
     : QObject(parent), timing(std::move(setup.timing)),
       observer(setup.observer != nullptr ? setup.observer : &nobody),
-      writesScreen(setup.writesScreen), clock(*timing),
+      writesScreen(setup.writesScreen), payload(std::move(setup.payload)),
+      echoCommand(setup.isLoopback ? pingRequest : echoReply), clock(*timing),
       serialPort(new vnSerialComs(this, QString(), 0)),
       packetComs(new vnPacketComs(this, serialPort)), portEnumerator(new vnPortEnumerator)
 {
@@ -80,6 +88,14 @@ void BraskTestWorker::updateSuccessRate()
 bool BraskTestWorker::isReported(quint64 sequenceId)
 {
     return sequenceId < 10 || sequenceId % 100 == 0;
+}
+
+void registerEngineTypes()
+{
+    qRegisterMetaType<QList<portInfo>>("QList<portInfo>");
+    qRegisterMetaType<TestStats>("TestStats");
+    qRegisterMetaType<TestConfig>("TestConfig");
+    qRegisterMetaType<portInfo>("portInfo");
 }
 
 #include "moc_BraskTestWorker.cpp"

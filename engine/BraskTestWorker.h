@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/Payload.h"
 #include "engine/PendingPacket.h"
 #include "engine/TestStats.h"
 #include "engine/timing/PingObserver.h"
@@ -46,6 +47,9 @@ public:
         std::unique_ptr<EngineTiming> timing; ///< not null
         PingObserver* observer = nullptr;     ///< not owned, outlives the engine; null: none
         bool writesScreen = true;             ///< false leaves the module's screen alone
+        Payload payload{};                    ///< of the pings; each run begins its sequence anew
+        /** True: a plug that joins both pins takes the module's place, and pings are the echoes. */
+        bool isLoopback = false;
     };
 
     /** With the window's timing, no observer, and the module's screen in use. */
@@ -106,6 +110,7 @@ private:
     void waitForFinalReplies();
     void giveUpPending();
 
+    vnPacket makePing(quint64 sequenceId, int size);
     Awaited awaits(std::span<const uint8_t> bytes) const;
     void handlePacket(const vnPacket& packet);
     void matchEcho(const vnPacket& packet);
@@ -120,7 +125,9 @@ private:
     PingObserver nobody;
     PingObserver* observer; ///< not owned; `nobody` where none was given
     bool writesScreen;
-    RunClock clock; ///< tells all times of a run
+    Payload payload;
+    uint8_t echoCommand; ///< of the packets that answer pings
+    RunClock clock;      ///< tells all times of a run
 
     vnSerialComs* serialPort;         ///< child
     vnPacketComs* packetComs;         ///< child, speaks over serialPort
@@ -133,3 +140,9 @@ private:
     QMap<quint64, PendingPacket> pendingPackets; ///< by sequence id
     quint64 nextSequenceId = 0;
 };
+
+/**
+ * Makes the records that the engine's slots and signals carry known by name. Call it before the
+ * first engine is made; repeated calls do nothing. Any thread.
+ */
+void registerEngineTypes();

@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr uint8_t echoReply = 0x40;
 constexpr uint8_t clearScreenReply = 0x46;
 constexpr uint8_t writeTextReply = 0x5F;
 constexpr uint8_t firstReport = 0x80;
@@ -36,7 +35,7 @@ void BraskTestWorker::pollForPackets()
 Awaited BraskTestWorker::awaits(std::span<const uint8_t> bytes) const
 {
     constexpr size_t numbered = vnHeaderLength + sizeof(quint64);
-    if (pendingPackets.isEmpty() || bytes[0] != echoReply)
+    if (pendingPackets.isEmpty() || bytes[0] != echoCommand)
         return Awaited::No;
     if (bytes.size() < numbered)
         return Awaited::Perhaps;
@@ -53,7 +52,7 @@ void BraskTestWorker::handlePacket(const vnPacket& packet)
     const uint8_t command = packet.command;
     if (command == clearScreenReply || command == writeTextReply)
         return;
-    if (command == echoReply) {
+    if (command == echoCommand) {
         matchEcho(packet);
     } else if (command >= firstErrorReply) {
         const int errorCode = packet.dataLength > 0 ? packet.data[0] : PingObserver::noCode;

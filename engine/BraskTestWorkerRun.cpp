@@ -28,6 +28,7 @@ void BraskTestWorker::startTest(TestConfig newConfig)
     stats.startTime = clock.nowMs();
     pendingPackets.clear();
     nextSequenceId = 0;
+    payload.restart();
     observer->runBegan(timing->nowNs());
     emit logMessage(QStringLiteral("INFO"), QStringLiteral("Test started"));
     // What the line still holds is of earlier times: no ping waits for it yet.

@@ -12,22 +12,19 @@
 namespace {
 
 constexpr int pendingLimit = 1000;
-constexpr uint8_t pingCommand = 0x00;
 constexpr int sequenceIdSize = sizeof(quint64);
 
-/** A ping of `size` data bytes: the id, least significant byte first, then random filler. */
-vnPacket makePing(quint64 sequenceId, int size)
+} // namespace
+
+/** A ping of `size` data bytes: the id, least significant byte first, then the payload's bytes. */
+vnPacket BraskTestWorker::makePing(quint64 sequenceId, int size)
 {
-    vnPacket ping{};
-    ping.command = pingCommand;
+    vnPacket ping{}; // its command is 0
     ping.dataLength = static_cast<uint8_t>(size);
     qToLittleEndian(sequenceId, ping.data);
-    for (int i = sequenceIdSize; i < size; ++i)
-        ping.data[i] = static_cast<uint8_t>(QRandomGenerator64::global()->bounded(256));
+    payload.fill(std::span(ping.data).subspan(sequenceIdSize, size - sequenceIdSize));
     return ping;
 }
-
-} // namespace
 
 void BraskTestWorker::sendNextPacket()
 {
@@ -51,9 +48,9 @@ void BraskTestWorker::sendNextPacket()
         return;
     }
 
-    const QByteArray payload(reinterpret_cast<const char*>(ping.data), ping.dataLength);
+    const QByteArray sentBytes(reinterpret_cast<const char*>(ping.data), ping.dataLength);
     const qint64 startNs = serialPort->lastWriteNs();
-    pendingPackets.insert(id, {id, payload, clock.nowMs(), startNs});
+    pendingPackets.insert(id, {id, sentBytes, clock.nowMs(), startNs});
     ++stats.packetsSent;
     observer->pingSent({id, ping.dataLength, timing->dueNs(), startNs});
     if (isReported(id))

@@ -29,7 +29,9 @@ RunSession::RunSession(const RunOptions& asked, TerminalOutput& terminal, QObjec
       engine({.timing = asked.timing,
               .writesScreen = asked.writesScreen,
               .timeoutMs = asked.config.timeoutMs,
-              .pings = asked.pingPath.isEmpty() ? nullptr : &pings})
+              .pings = asked.pingPath.isEmpty() ? nullptr : &pings,
+              .payload = asked.payload,
+              .isLoopback = asked.isLoopback})
 {
     statusTimer.setTimerType(Qt::PreciseTimer); // or seconds would be shown twice
     connect(&statusTimer, &QTimer::timeout, this, &RunSession::updateStatus);

@@ -3,7 +3,9 @@
 #include "measure/RunFormat.h"
 
 #include <QCommandLineParser>
+#include <QFile>
 
+#include <algorithm>
 #include <array>
 
 namespace {
@@ -29,6 +31,14 @@ constexpr double highestLatencyMs = 60000;
 QString timingNames()
 {
     return QStringLiteral("exact or window");
+}
+
+QString payloadNames()
+{
+    QStringList names;
+    for (const char* name : Payload::names)
+        names += QLatin1String(name);
+    return names.join(QStringLiteral(", ")) + QStringLiteral(" or file:PATH");
 }
 
 void addOptions(QCommandLineParser& parser)
@@ -61,6 +71,10 @@ void addOptions(QCommandLineParser& parser)
         optionTexts::numberRange(0, 100), "percent", QStringLiteral("1"));
     add(parser, "timing", "When pings are sent and echoes looked for.", timingNames(), "name",
         QStringLiteral("exact"));
+    add(parser, "payload", "What pings carry behind their number.", payloadNames(), "kind",
+        QLatin1String(Payload::names.front()));
+    parser.addOption({QStringLiteral("loopback"),
+                      QStringLiteral("A plug that joins both pins takes the module's place.")});
     parser.addOption(
         {QStringLiteral("no-screen"), QStringLiteral("Leave the module's screen alone.")});
     addReportOptions(parser);
@@ -85,6 +99,37 @@ void readTiming(const QCommandLineParser& parser, OptionReader& reader, RunOptio
         reader.refuse("timing", timingNames());
 }
 
+void readPayloadFile(const QString& path, OptionReader& reader, Payload& payload)
+{
+    constexpr qint64 mostBytes = 1 << 20;
+    QFile file(path);
+    const QByteArray bytes =
+        file.open(QIODevice::ReadOnly) ? file.read(mostBytes + 1) : QByteArray();
+    if (file.error() != QFileDevice::NoError)
+        reader.complain(
+            QStringLiteral("--payload: cannot read %1: %2").arg(path, file.errorString()));
+    else if (bytes.isEmpty() || bytes.size() > mostBytes)
+        reader.complain(QStringLiteral("--payload: %1 has %2, allowed are 1 byte to 1 MiB")
+                            .arg(path, bytes.isEmpty() ? QStringLiteral("no bytes")
+                                                       : QStringLiteral("more than 1 MiB")));
+    else
+        payload = Payload(bytes);
+}
+
+void readPayload(const QCommandLineParser& parser, OptionReader& reader, RunOptions& options)
+{
+    const QString prefix = QStringLiteral("file:");
+    const auto& names = Payload::names;
+    options.payloadName = parser.value(QStringLiteral("payload"));
+    const auto* const name = std::find(names.begin(), names.end(), options.payloadName);
+    if (name != names.end())
+        options.payload = Payload(static_cast<Payload::Kind>(name - names.begin()));
+    else if (options.payloadName.size() > prefix.size() && options.payloadName.startsWith(prefix))
+        readPayloadFile(options.payloadName.mid(prefix.size()), reader, options.payload);
+    else
+        reader.refuse("payload", payloadNames());
+}
+
 void readAll(const QCommandLineParser& parser, RunOptions& options)
 {
     OptionReader reader(parser, options.message);
@@ -101,7 +146,9 @@ void readAll(const QCommandLineParser& parser, RunOptions& options)
     reader.keepFilesApart({"events", "pings", "json", "junit"});
     readLimits(reader, options);
     readTiming(parser, reader, options);
-    options.writesScreen = !reader.isSet("no-screen");
+    readPayload(parser, reader, options);
+    options.isLoopback = reader.isSet("loopback");
+    options.writesScreen = !options.isLoopback && !reader.isSet("no-screen");
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "drive/DriveOptions.h"
+#include "engine/Payload.h"
 #include "engine/timing/EngineTiming.h"
 #include "engine/timing/TestConfig.h"
 
@@ -25,6 +26,9 @@ struct RunOptions : DriveOptions
     double maxLeftOutPercent = 1;         ///< 0 to 100; with TimingKind::Exact only
     TimingKind timing = TimingKind::Exact;
     bool writesScreen = true; ///< false: the module's screen is left alone
+    QString payloadName;      ///< as given: a name of Payload::names, or "file:" and a path
+    Payload payload{};        ///< made of that
+    bool isLoopback = false;  ///< a plug takes the module's place; the screen is left alone
 };
 
 /**

@@ -30,6 +30,8 @@ QJsonObject configuration(const RunOptions& options)
         {"timeoutMs", options.config.timeoutMs},
         {"durationSeconds", options.config.durationSec},
         {"moduleScreen", options.writesScreen},
+        {"payload", options.payloadName},
+        {"loopback", options.isLoopback},
         {"maxLossPercent", options.maxLossPercent},
         {"maxLatencyMs", orNull(options.maxLatencyMs)},
         {"maxP99Ms", orNull(options.maxP99Ms)},

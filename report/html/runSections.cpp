@@ -49,14 +49,20 @@ QString settingsText(const RunSettings& settings)
     const QString duration = settings.durationSeconds > 0
                                  ? QStringLiteral("for %1 s").arg(settings.durationSeconds)
                                  : QStringLiteral("until stopped");
-    return QStringLiteral("%1 pings a second of %2 to %3 bytes, %4; time-out %5 ms; module's "
-                          "screen %6")
-        .arg(settings.packetsPerSecond)
-        .arg(settings.minDataSizeBytes)
-        .arg(settings.maxDataSizeBytes)
-        .arg(duration)
-        .arg(settings.timeoutMs)
-        .arg(settings.moduleScreen ? QStringLiteral("written") : QStringLiteral("left alone"));
+    QString text =
+        QStringLiteral("%1 pings a second of %2 to %3 bytes, %4; time-out %5 ms; module's screen "
+                       "%6")
+            .arg(settings.packetsPerSecond)
+            .arg(settings.minDataSizeBytes)
+            .arg(settings.maxDataSizeBytes)
+            .arg(duration)
+            .arg(settings.timeoutMs)
+            .arg(settings.moduleScreen ? QStringLiteral("written") : QStringLiteral("left alone"));
+    if (settings.payload != u"random")
+        text += QStringLiteral("; payload ") + isolated(settings.payload);
+    if (settings.loopback)
+        text += QStringLiteral("; a loop-back plug in the module's place");
+    return text;
 }
 
 QString limitsText(const RunSettings& settings)

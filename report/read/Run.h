@@ -38,6 +38,8 @@ struct RunSettings
     int timeoutMs{};
     int durationSeconds{}; ///< 0: until a signal
     bool moduleScreen{};
+    QString payload{QStringLiteral("random")}; ///< a word of the report's; older ones have none
+    bool loopback{};                           ///< a plug took the module's place
     double maxLossPercent{};
     Figure maxLeftOutPercent{}; ///< none: not judged
     Figure maxLatencyMs{};      ///< none: no limit

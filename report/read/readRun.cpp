@@ -18,6 +18,10 @@ void readSettings(FieldReader from, RunSettings& settings)
     settings.timeoutMs = from.integer("timeoutMs");
     settings.durationSeconds = from.integer("durationSeconds");
     settings.moduleScreen = from.flag("moduleScreen");
+    if (from.all().contains(QStringLiteral("payload"))) { // older reports have none
+        settings.payload = from.text("payload");
+        settings.loopback = from.flag("loopback");
+    }
     settings.maxLossPercent = from.number("maxLossPercent");
     if (from.all().contains(QStringLiteral("maxLeftOutPercent"))) // older reports have none
         settings.maxLeftOutPercent = from.figure("maxLeftOutPercent");

@@ -189,6 +189,7 @@ QStringList differingSettings(const std::vector<Run>& runs)
         {"writing on the module's screen",
          [](const Run& run) { return double(run.settings.moduleScreen); }},
         {"way of timing", [](const Run& run) { return double(run.exactTiming); }},
+        {"loop-back plug", [](const Run& run) { return double(run.settings.loopback); }},
         {"adapter's latency timer",
          [](const Run& run) {
              return run.adapter ? run.adapter->latencyTimerMs.value_or(-1) : -1;
@@ -202,5 +203,10 @@ QStringList differingSettings(const std::vector<Run>& runs)
         if (std::any_of(runs.begin(), runs.end(), differs))
             names += QLatin1String(setting.name);
     }
+    const auto hasOtherPayload = [&](const Run& run) {
+        return run.settings.payload != runs.front().settings.payload;
+    };
+    if (std::any_of(runs.begin(), runs.end(), hasOtherPayload))
+        names += QStringLiteral("payload");
     return names;
 }

@@ -45,7 +45,8 @@ bool knowsLineErrors(const Run& run)
 /** Pings lost on a port without a line error, if it `knows` of them or not. */
 template <bool knows> double lostWithoutLineErrors(const Run& run)
 {
-    const bool isMeant = knowsLineErrors(run) == knows && !hasLineErrors(run) && !isSilent(run);
+    const bool isMeant = knowsLineErrors(run) == knows && !hasLineErrors(run) && !isSilent(run) &&
+                         !run.settings.loopback;
     return isMeant ? static_cast<double>(run.lost) : 0;
 }
 
@@ -109,6 +110,10 @@ constexpr Rule rules[]{
      "read "
      "in time, cable and module are not to blame.",
      lineErrors<&LineErrors::bufferOverrun>},
+    {"Line", "Losses through the plug",
+     "%1 pings were lost on their way through a loop-back plug: the cable, the adapter or its "
+     "driver lost them, for there was no module.",
+     [](const Run& run) { return run.settings.loopback ? double(run.lost) : 0; }},
     {"Module", "Losses without line errors",
      "%1 pings were lost while this port counted no error: look at the module first, then at "
      "the wire towards it, whose errors only the module could see.",

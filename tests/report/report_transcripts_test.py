@@ -38,7 +38,9 @@ def edges():
     nothing = {name: 0 for name in ("sizeBytes", "capacityPacketsPerSecond")}
     values = {"configuration.baudRate": 1, "configuration.timeoutMs": 0, "complete": True, "reasons": [], "tags": {}}
     older = changed(run, {"configuration.timeoutMs": 0})
-    del older["packetsLeftOut"], older["configuration"]["maxLeftOutPercent"]
+    del older["packetsLeftOut"]
+    for name in ("maxLeftOutPercent", "payload", "loopback"):
+        del older["configuration"][name]
     return {"edge": run, "edge-time": older, "survey": survey(), "edge-survey": changed(survey(), values) | {
         "sizes": [survey()["sizes"][2] | nothing | {"complete": True, "loads": [loaded]}]}}
 

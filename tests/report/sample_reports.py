@@ -76,7 +76,8 @@ def samples():
     return {"passed": report(1, tags={"cable": "A"}), "silent": report(3, loss=1, lineErrors=None),
             "lossy": changed(lossy, {"lineErrors.framing": 41, "unexpected.errorReplies": [
                 {"code": 3, "text": HOSTILE, "count": 4}, {"code": None, "text": "no code", "count": 5}]}), "hour": report(5, seconds=3600, rate=20, loss=0.0005),
-            "hostile": report(6, tags={HOSTILE: HOSTILE, "cable": HOSTILE}, reasons=[HOSTILE], adapter=None, seconds=2)}
+            "hostile": changed(report(6, tags={HOSTILE: HOSTILE, "cable": HOSTILE}, reasons=[HOSTILE], adapter=None,
+                                      seconds=2), {"configuration.payload": HOSTILE, "configuration.loopback": True})}
 
 
 def compared():
@@ -94,7 +95,8 @@ def compared():
     return named | {
         "first": report(1), "burst": burst, "lossy": report(1, loss=0.01), "slow": report(9, middle_us=6200),
         "eight": report(9, 8, 50, 9000, 0.1), "stretched": report(4, 33, 20, 5300, 0.05), "silent": report(3, loss=1),
-        "short": report(9, 7, 50, 9000), "brief": first, "window": first | {"timing": "window", "verdict": "failed"},
+        "short": report(9, 7, 50, 9000), "brief": first, "window": changed(first, {
+            "timing": "window", "verdict": "failed", "configuration.payload": "zeros", "configuration.loopback": True}),
         "timer": changed(first, {"adapter.latencyTimerMs": 2}), "bare": first | {"adapter": None}} | {
         name: changed(first, {"configuration." + name: value}) for name, value in settings.items()}
 
@@ -128,6 +130,7 @@ def explained():
              "late": {"packetsReceived": 0, "packetsLost": 7, "unexpected.lateEchoes": 7},
              "busy": {"packetsLeftOut": {"byComputer": 30, "byLine": 4}, "verdict": "disturbed", "reasons": ["busy"]},
              "unplugged": lost | {"verdict": "lineLost", "timing": "window"}, "unknown": lost | {"lineErrors": None},
+             "plugged": lost | {"configuration.loopback": True},
              "refused": {"unexpected.errorReplies": 2 * [{"code": 255, "text": "", "count": 3}]}}
     cases |= {f"{prefix}{name}": lost | {f"lineErrors.{name}": count} for prefix, count in (("", 1), ("no-", None))
               for name in ("framing", "parity", "break", "overrun", "bufferOverrun")}

@@ -1,6 +1,8 @@
 #!/usr/bin/python3
 """MODULE RUNNER PORTS [UMOCKDEV]: how the built program deals with ports, places to write and the ends of a run."""
 
+import concurrent.futures
+import contextlib
 import fcntl
 import json
 import os
@@ -10,6 +12,7 @@ import resource
 import shutil
 import subprocess
 import sys
+import threading
 import unittest
 
 import helpers
@@ -23,6 +26,32 @@ USB_FAULTS = ["{0} is running, which may open the port and send to it",
               "/sys/devices/usb1/1-1/1-1:1.0/ttyUSB0/latency_timer",
               "the system may put the adapter to sleep; to prevent that: echo on | sudo tee "
               "/sys/devices/usb1/1-1/power/control"]
+
+
+def bit(register):
+    """The next bit of a shift register of 15 bits with taps at the last two, which moves on."""
+    register.insert(0, register[14] ^ register[13])
+    register.pop()
+    return register[0]
+
+
+@contextlib.contextmanager
+def plug():
+    """The path of a line on which all comes back, and what has."""
+    master, slave = os.openpty()
+    carried = bytearray()
+
+    def carry():
+        with contextlib.suppress(OSError):  # the line's end
+            while piece := os.read(master, 1000):
+                carried.extend(piece)
+                os.write(master, piece)
+    thread = threading.Thread(target=carry)
+    thread.start()
+    yield os.ttyname(slave), carried
+    os.close(slave)
+    thread.join()
+    os.close(master)
 
 
 class ProgramTest(helpers.FolderTest):
@@ -110,6 +139,30 @@ class ProgramTest(helpers.FolderTest):
         self.assertEqual(pathlib.Path("e").read_text(encoding="ascii").count("error response: 0xc0, error code: 0"), 2)
         self.assertEqual([[*reply.values()] for reply in json.loads(told)["unexpected"]["errorReplies"]],
                          [[None, 1, "no code"], [0, 1, "Ok"]])
+
+    def test_measures_through_a_plug(self):
+        pathlib.Path("file").write_bytes(b"abc")
+        shifted = [1] * 15  # of ITU-T O.150, whose output is inverted
+        prbs = bytes(sum((1 - bit(shifted)) << place for place in range(8)) for _ in range(24))
+        walking = bytes(1 << bit for bit in range(8))
+        sequences = {"zeros": bytes(24), "ones": b"\xff" * 24, "alternating": b"\x55\xaa" * 12, "prbs15": prbs,
+                     "walking": walking + bytes(255 - byte for byte in walking) + walking,
+                     "counting": bytes(range(24)), "file:file": b"abc" * 8}
+
+        def carried_with(payload):
+            with plug() as (port, carried):
+                done = subprocess.run([RUNNER, "--port", port, "--loopback", "--rate=100", "--duration=1", "--min-size=20",
+                                       "--max-size=20", "--json=-", "--max-left-out=100", f"--payload={payload}"],
+                                      capture_output=True, text=True, timeout=60, check=False)
+            return done, [carried[at:at + 24] for at in range(0, len(carried), 24)]
+        with concurrent.futures.ThreadPoolExecutor(len(sequences)) as pool:
+            for payload, (done, pings) in zip(sequences, pool.map(carried_with, sequences)):
+                report = json.loads(done.stdout)
+                self.assertEqual((done.returncode, report["packetsReceived"]), (0, len(pings)), done.stderr)
+                self.assertEqual({key: report["configuration"][key] for key in ("payload", "loopback", "moduleScreen")},
+                                 {"payload": payload, "loopback": True, "moduleScreen": False})
+                self.assertEqual([ping[:10] for ping in pings], [bytes([0, 20, n]) + bytes(7) for n in range(len(pings))])
+                self.assertEqual(b"".join(ping[10:22] for ping in pings[:2]), sequences[payload], payload)
 
     def test_ends_in_order(self):
         def terminate(process):

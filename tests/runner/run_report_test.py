@@ -229,7 +229,7 @@ class RunTest(unittest.TestCase):
             "timeoutMs": given["timeout"], "durationSeconds": given["duration"],
             "moduleScreen": "no-screen" not in run.options, "maxLossPercent": given["max-loss"],
             "maxLatencyMs": run.options.get("max-latency"), "maxP99Ms": run.options.get("max-p99"),
-            "maxLeftOutPercent": None if "window" in name else 100,
+            "maxLeftOutPercent": None if "window" in name else 100, "loopback": False, "payload": usual["payload"],
             "eventFile": run.options["events"], "pingFile": run.options["pings"]}.items())).values()])
         host = dict(zip(("name", "kernel", "machine"), (platform.node(), platform.release(), platform.machine())))
         version = subprocess.check_output([RUNNER, "--version"], text=True).split()
