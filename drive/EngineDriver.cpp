@@ -23,6 +23,7 @@ BraskTestWorker* EngineDriver::makeEngine(const Setup& asked, RunObserver& obser
     BraskTestWorker::Setup setup;
     setup.timing = makeTiming(asked.timing);
     setup.observer = &observer;
+    setup.bytes = &observer;
     setup.writesScreen = asked.writesScreen;
     setup.payload = asked.payload;
     setup.isLoopback = asked.isLoopback;

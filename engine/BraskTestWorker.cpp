@@ -28,6 +28,7 @@ BraskTestWorker::BraskTestWorker(Setup setup, QObject* parent)
     if (timing->keepsUnreadOnLine())
         packetComs->keepUnreadOnLine();
     packetComs->readInOrder([this](std::span<const uint8_t> bytes) { return awaits(bytes); });
+    packetComs->tell(setup.bytes);
     attachTiming();
     resetStatistics();
 }

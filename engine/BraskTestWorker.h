@@ -16,6 +16,7 @@
 #include <memory>
 #include <span>
 
+class ByteListener;
 class EngineTiming;
 class vnPacketComs;
 class vnSerialComs;
@@ -46,6 +47,7 @@ public:
     {
         std::unique_ptr<EngineTiming> timing; ///< not null
         PingObserver* observer = nullptr;     ///< not owned, outlives the engine; null: none
+        ByteListener* bytes = nullptr;        ///< likewise; told of all that is read
         bool writesScreen = true;             ///< false leaves the module's screen alone
         Payload payload{};                    ///< of the pings; each run begins its sequence anew
         /** True: a plug that joins both pins takes the module's place, and pings are the echoes. */

@@ -49,6 +49,13 @@ struct RunFigures
         quint64 count = 0;
         quint64 longest = 0; ///< pings
     };
+    /** What became of the bytes read; those that still waited at the run's end are in no count. */
+    struct Bytes
+    {
+        quint64 inFrames = 0;
+        quint64 skipped = 0; ///< part of no correct frame: damaged, or sent by somebody else
+        quint64 overrun = 0; ///< read too late: the receiver's buffer was full
+    };
     struct Unexpected
     {
         /** Of pings given up. One of a ping more than 65536 ids ago is always taken for late. */
@@ -70,6 +77,7 @@ struct RunFigures
     std::vector<LatencyHistogram::Bin> latencyHistogram{};
     std::vector<TimeSpan> spans{};
     LossCauses lossCauses{};
+    Bytes bytes{};
     quint64 sendFailures = 0;
     LeftOut leftOut{}; ///< zeros too where pings leave by no schedule
     Bursts lossBursts{};

@@ -135,6 +135,24 @@ void RunMeasurement::runEnded(qint64 atNs)
     timeSpans.advanceTo(sinceStart(atNs));
 }
 
+void RunMeasurement::frameTaken(std::span<const uint8_t> frame, qint64)
+{
+    const std::lock_guard lock(mutex);
+    counts.bytes.inFrames += frame.size();
+}
+
+void RunMeasurement::bytesSkipped(std::span<const uint8_t> bytes, qint64)
+{
+    const std::lock_guard lock(mutex);
+    counts.bytes.skipped += bytes.size();
+}
+
+void RunMeasurement::bytesOverrun(std::span<const uint8_t> bytes, qint64)
+{
+    const std::lock_guard lock(mutex);
+    counts.bytes.overrun += bytes.size();
+}
+
 /** Nanoseconds of the run; moves the run's clock on while pings are sent. */
 qint64 RunMeasurement::sinceStart(qint64 atNs)
 {

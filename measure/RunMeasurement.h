@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/timing/PingObserver.h"
+#include "link/ByteListener.h"
 #include "measure/LossBursts.h"
 #include "measure/PingSequence.h"
 #include "measure/RunFigures.h"
@@ -16,7 +17,7 @@ class PingSink;
  * figures() and lastSecond() may be called on any thread at any time; the sums in a record agree
  * with one another. All else is on the engine's thread.
  */
-class RunMeasurement : public PingObserver
+class RunMeasurement : public PingObserver, public ByteListener
 {
 public:
     /**
@@ -44,6 +45,10 @@ public:
     void errorReplied(int code, qint64 atNs) override;
     void sendingEnded(qint64 atNs) override;
     void runEnded(qint64 atNs) override;
+
+    void frameTaken(std::span<const uint8_t> frame, qint64 readNs) override;
+    void bytesSkipped(std::span<const uint8_t> bytes, qint64 readNs) override;
+    void bytesOverrun(std::span<const uint8_t> bytes, qint64 readNs) override;
 
 private:
     qint64 sinceStart(qint64 atNs);

@@ -86,10 +86,15 @@ QString errorCell(const Run& run, std::optional<qint64> LineErrors::*count)
                : QStringLiteral("<abbr title=\"not counted by this port\">–</abbr>");
 }
 
-QString leftOutCell(const Run& run, qint64 LeftOut::*count)
+/** One count of a group of counts that older reports do not have. */
+template <typename Counts>
+std::function<QString(const Run&)> countCell(std::optional<Counts> Run::*counts,
+                                             qint64 Counts::*count)
 {
-    return run.leftOut ? countText(*run.leftOut.*count)
-                       : QStringLiteral("<abbr title=\"not counted\">–</abbr>");
+    return [counts, count](const Run& run) {
+        return run.*counts ? countText(*(run.*counts).*count)
+                           : QStringLiteral("<abbr title=\"not counted\">–</abbr>");
+    };
 }
 
 Rows countRows()
@@ -99,9 +104,6 @@ Rows countRows()
     };
     const auto errors = [](std::optional<qint64> LineErrors::*count) {
         return [count](const Run& run) { return errorCell(run, count); };
-    };
-    const auto leftOut = [](qint64 LeftOut::*count) {
-        return [count](const Run& run) { return leftOutCell(run, count); };
     };
     return {{"Pings sent", counted(&Run::sent)},
             {"Received", counted(&Run::received)},
@@ -113,8 +115,8 @@ Rows countRows()
             {"Interruptions (losses in a row)", counted(&Run::lossBursts)},
             {"Longest row of losses", counted(&Run::longestLossBurst)},
             {"Failed sends", counted(&Run::sendFailures)},
-            {"Left out: this computer was busy", leftOut(&LeftOut::byComputer)},
-            {"Left out: the line was full", leftOut(&LeftOut::byLine)},
+            {"Left out: this computer was busy", countCell(&Run::leftOut, &LeftOut::byComputer)},
+            {"Left out: the line was full", countCell(&Run::leftOut, &LeftOut::byLine)},
             {"Echoes: late", counted(&Run::lateEchoes)},
             {"Echoes: repeated", counted(&Run::repeatedEchoes)},
             {"Echoes: unknown", counted(&Run::unknownEchoes)},
@@ -122,6 +124,9 @@ Rows countRows()
             {"Echoes: out of order", counted(&Run::outOfOrderEchoes)},
             {"Module's reports", counted(&Run::moduleReports)},
             {"Other packets", counted(&Run::otherPackets)},
+            {"Bytes in frames", countCell(&Run::bytes, &ReadBytes::inFrames)},
+            {"Bytes of no frame", countCell(&Run::bytes, &ReadBytes::skipped)},
+            {"Bytes read too late", countCell(&Run::bytes, &ReadBytes::overrun)},
             {"Line: framing errors", errors(&LineErrors::framing)},
             {"Line: parity errors", errors(&LineErrors::parity)},
             {"Line: breaks", errors(&LineErrors::breaks)},

@@ -64,6 +64,14 @@ struct LeftOut
     qint64 byLine{};     ///< it was full
 };
 
+/** What became of the bytes that were read. */
+struct ReadBytes
+{
+    qint64 inFrames{};
+    qint64 skipped{}; ///< part of no correct frame
+    qint64 overrun{}; ///< lost here, as the receiver's buffer was full
+};
+
 struct ErrorReply
 {
     std::optional<int> code; ///< none: the reply carried none
@@ -85,6 +93,7 @@ struct Run : TestPlace
     Figure achievedPacketsPerSecond;
     qint64 sent{}, received{}, lost{}, sendFailures{};
     std::optional<LeftOut> leftOut; ///< none: not counted
+    std::optional<ReadBytes> bytes; ///< likewise
     qint64 noEchoInTime{}, noEchoAtEnd{}, changedEcho{};
     qint64 lossBursts{}, longestLossBurst{}, outOfOrderEchoes{};
     qint64 lateEchoes{}, repeatedEchoes{}, unknownEchoes{}, shortEchoes{};

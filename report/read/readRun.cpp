@@ -41,6 +41,12 @@ void readCounts(FieldReader& from, Run& run)
         if (std::optional<FieldReader> leftOut = from.objectOrNull("packetsLeftOut"))
             run.leftOut = LeftOut{.byComputer = leftOut->count("byComputer"),
                                   .byLine = leftOut->count("byLine")};
+    if (from.all().contains(QStringLiteral("bytes"))) { // older reports have none
+        FieldReader bytes = from.object("bytes");
+        run.bytes = ReadBytes{.inFrames = bytes.count("inFrames"),
+                              .skipped = bytes.count("skipped"),
+                              .overrun = bytes.count("overrun")};
+    }
     FieldReader causes = from.object("lossCauses");
     run.noEchoInTime = causes.count(RunFormat::noEchoInTime);
     run.noEchoAtEnd = causes.count(RunFormat::noEchoAtEnd);

@@ -110,6 +110,14 @@ constexpr Rule rules[]{
      "read "
      "in time, cable and module are not to blame.",
      lineErrors<&LineErrors::bufferOverrun>},
+    {"Line", "Bytes of no frame",
+     "%1 bytes came that belong to no correct frame: echoes were damaged on their way back, or "
+     "another program sends. Damage on the way to the module leaves no such bytes.",
+     [](const Run& run) { return run.bytes ? double(run.bytes->skipped) : 0; }},
+    {"This computer", "Bytes read too late",
+     "%1 bytes were lost because this computer did not read in time: cable and module are not to "
+     "blame.",
+     [](const Run& run) { return run.bytes ? double(run.bytes->overrun) : 0; }},
     {"Line", "Losses through the plug",
      "%1 pings were lost on their way through a loop-back plug: the cable, the adapter or its "
      "driver lost them, for there was no module.",

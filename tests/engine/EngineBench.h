@@ -181,7 +181,9 @@ private:
     std::unique_ptr<BraskTestWorker> makeEngine(Use use)
     {
         time->exact = use == Instrument;
-        BraskTestWorker::Setup setup{std::unique_ptr<EngineTiming>(time), &told, use == Window};
+        BraskTestWorker::Setup setup{.timing = std::unique_ptr<EngineTiming>(time),
+                                     .observer = &told,
+                                     .writesScreen = use == Window};
         return std::make_unique<BraskTestWorker>(std::move(setup));
     }
 

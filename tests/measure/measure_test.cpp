@@ -32,6 +32,7 @@ struct Told : PingSink
 void play(RunMeasurement& run, const QString& script)
 {
     quint64 next = 0, id = 0;
+    const std::array<uint8_t, 12> bytes{};
     qint64 at = 7 * nsPerSec;
     const auto ping = [&] { return PingObserver::Sent{next, int(8 + next), at - 2500, at}; };
     const auto echo = [&](bool afterEnd) {
@@ -47,6 +48,8 @@ void play(RunMeasurement& run, const QString& script)
         {'e', [&] { run.pingGivenUp(id, at, true); }},
         {'o', [&] { run.otherArrived(PingObserver::Other(id % 10), id / 10, at); }},
         {'l', [&] { run.pingsLeftOut({.byComputer = 3, .byLine = 7}, at); }},
+        {'b', [&] { run.frameTaken(bytes, at), run.bytesSkipped(std::span(bytes).first(3), at); }},
+        {'v', [&] { run.bytesOverrun(std::span(bytes).first(4), at); }},
         {'n', [&] { run.errorReplied(PingObserver::noCode, at); }},
         {'x', [&] { run.errorReplied(int(id), at); }},
         {'w', [&] { at += qint64(id) * 1'000'000; }},
@@ -219,7 +222,7 @@ private slots:
         QCOMPARE(run.figures().spans.size(), 3U); // ends with what begins its third second
         play(run, "s s f s s s s s s s s m5 m0 m1 c3 g4 g7 o40 o40 o40 o40 o00 o10 o00 o1 o2 o2 " +
                       QString("o3 ").repeated(5) + QString("o4 ").repeated(6) +
-                      "x2 n x200 n x2 l l . a6 e8 e9 e10");
+                      "x2 n x200 n x2 l l . a6 e8 e9 e10 b b v");
         QFile file(EXPECTED);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(QJsonDocument(figuresJson(run.figures())).toJson(),

@@ -38,7 +38,7 @@ def edges():
     nothing = {name: 0 for name in ("sizeBytes", "capacityPacketsPerSecond")}
     values = {"configuration.baudRate": 1, "configuration.timeoutMs": 0, "complete": True, "reasons": [], "tags": {}}
     older = changed(run, {"configuration.timeoutMs": 0})
-    del older["packetsLeftOut"]
+    del older["packetsLeftOut"], older["bytes"]
     for name in ("maxLeftOutPercent", "payload", "loopback"):
         del older["configuration"][name]
     return {"edge": run, "edge-time": older, "survey": survey(), "edge-survey": changed(survey(), values) | {

@@ -77,7 +77,7 @@ def samples():
             "lossy": changed(lossy, {"lineErrors.framing": 41, "unexpected.errorReplies": [
                 {"code": 3, "text": HOSTILE, "count": 4}, {"code": None, "text": "no code", "count": 5}]}), "hour": report(5, seconds=3600, rate=20, loss=0.0005),
             "hostile": changed(report(6, tags={HOSTILE: HOSTILE, "cable": HOSTILE}, reasons=[HOSTILE], adapter=None,
-                                      seconds=2), {"configuration.payload": HOSTILE, "configuration.loopback": True})}
+                                      seconds=2), {"configuration.payload": "file:" + HOSTILE, "configuration.loopback": True})}
 
 
 def compared():
@@ -127,7 +127,7 @@ def explained():
              "fast": {"sendLagUs.p99": 5100, "configuration.packetsPerSecond": 200, rate: 0},
              "none-sent": {"packetsSent": 0, "packetsReceived": 0, rate: None},
              "silent": {"packetsReceived": 0, "packetsSent": 7, "packetsLost": 7, "lossBursts.longest": 99},
-             "late": {"packetsReceived": 0, "packetsLost": 7, "unexpected.lateEchoes": 7},
+             "skipped": {"bytes.skipped": 12}, "unread": {"bytes.overrun": 3}, "late": {"packetsReceived": 0, "packetsLost": 7, "unexpected.lateEchoes": 7},
              "busy": {"packetsLeftOut": {"byComputer": 30, "byLine": 4}, "verdict": "disturbed", "reasons": ["busy"]},
              "unplugged": lost | {"verdict": "lineLost", "timing": "window"}, "unknown": lost | {"lineErrors": None},
              "plugged": lost | {"configuration.loopback": True},

@@ -138,6 +138,11 @@ class RunTest(unittest.TestCase):
         if (left := report["packetsLeftOut"]) is None or "line" not in name:
             self.assertEqual(left and len(fates) + sum(left.values()),
                              None if "window" in name else run.options.get("rate", 10))
+        told, wrong = report["bytes"], any("corrupted" in row["Fault"] for row in run.rows)
+        self.assertEqual((told["skipped"] > 0, told["overrun"]), (wrong, 0))
+        if name.startswith(("passes", "overtakes")):  # the others are replies of the screen
+            rest = told["inFrames"] - sum(int(row["SizeBytes"]) + 4 for row in run.echoed)
+            self.assertIn(rest, range(0, 4 * run.summary["lcdRequests"] + 1, 4))
         lost = "".join("." if fate in RECEIVED else "x" for fate in fates if fate != "notSent").split(".")
         self.assertEqual(report["lossBursts"], {"count": len(lost) - lost.count(""), "longest": len(max(lost))})
         self.assertAlmostEqual(report["successRatePercent"], 100 * received / sent, delta=0.00005)
