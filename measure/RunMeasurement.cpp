@@ -135,7 +135,10 @@ void RunMeasurement::runEnded(qint64 atNs)
     timeSpans.advanceTo(sinceStart(atNs));
 }
 
-/** Nanoseconds of the run; moves the run's clock on while pings are sent. */
+/**
+ * Converts a time to nanoseconds since the run's start. While pings are sent, it also advances
+ * sendingNs.
+ */
 qint64 RunMeasurement::sinceStart(qint64 atNs)
 {
     if (sending)
@@ -170,7 +173,7 @@ void RunMeasurement::timeLateEcho(quint64 id, qint64 atNs)
     counts.soonestLateUs = std::min(us, counts.soonestLateUs.value_or(us));
 }
 
-/** Not under the lock: a sink may take its time. */
+/** Calls the sink without the lock, because a sink may be slow. */
 void RunMeasurement::endPing(quint64 id, PingFate fate, qint64 roundTripNs)
 {
     sequence.settled(id, fate, roundTripNs);
