@@ -50,7 +50,7 @@ bool OptionReader::isSet(const char* name) const
     return parser.isSet(QLatin1String(name));
 }
 
-/** Whether there is a value, be it the initial one. */
+/** Whether the option has a value, given or default. */
 bool OptionReader::isGiven(const char* name) const
 {
     return isSet(name) || !parser.value(QLatin1String(name)).isEmpty();
@@ -98,7 +98,7 @@ void OptionReader::readNumber(const char* name, double& value, double lowest, do
         return;
     bool ok = false;
     const double given = parser.value(QLatin1String(name)).toDouble(&ok);
-    // Written so that what is not a number at all is refused.
+    // This form of the test also refuses NaN.
     if (ok && given >= lowest && given <= highest)
         value = given;
     else

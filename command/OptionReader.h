@@ -10,7 +10,7 @@
 
 class QCommandLineParser;
 
-/** An option for a whole number. */
+/** An option that takes a whole number. */
 struct IntegerOption
 {
     const char* name;
@@ -20,30 +20,36 @@ struct IntegerOption
     const char* effect;
 };
 
-/** How options are named, explained and limited in --help; each function adds one or two. */
+/**
+ * Adds options to --help with their names, explanations and limits. Each function adds one or two
+ * options.
+ */
 namespace optionTexts {
 
 void addHelp(QCommandLineParser& parser);
 void addVersion(QCommandLineParser& parser);
-/** `initially`: what it is when it is not given; nothing: the help does not say. */
+/** `initially` is the default value; without one, the help shows none. */
 void addInteger(QCommandLineParser& parser, const IntegerOption& option,
                 std::optional<int> initially = {});
-/** Of an option with a value: what it does, and what is allowed where that is not empty. */
+/**
+ * Adds an option with a value. `effect` explains it. `allowed` tells the allowed values; empty: the
+ * help does not tell them. `initially` is the default value; empty: none.
+ */
 void add(QCommandLineParser& parser, const char* name, const char* effect, const QString& allowed,
          const char* unit, const QString& initially = {});
-/** "a number from `lowest` to `highest`". */
+/** Returns "a number from `lowest` to `highest`". */
 QString numberRange(double lowest, double highest);
 
 } // namespace optionTexts
 
 /**
- * Takes values out of a parsed command line. The first complaint is kept, in one line. A value that
- * is not given, or not allowed, leaves its variable as it was.
+ * Reads values from a parsed command line. It keeps only the first complaint, as one line. A value
+ * that is not given or not allowed leaves its variable unchanged.
  */
 class OptionReader
 {
 public:
-    /** Neither is owned. `complaint` may hold one already. */
+    /** `parsed` and `complaint` are not owned. `complaint` may already hold a complaint. */
     OptionReader(const QCommandLineParser& parsed, QString& complaint)
         : parser(parsed), message(complaint)
     {
@@ -51,23 +57,23 @@ public:
 
     bool isSet(const char* name) const;
     void readInteger(const IntegerOption& option, int& value);
-    /** From 0 to 2^64 - 1. */
+    /** Allows 0 to 2^64 - 1. */
     void readInteger(const char* name, quint64& value);
-    /** One of the numbers of `allowed`, which complaints tell as `allowedText`. */
+    /** Allows the numbers in `allowed`. `allowedText` describes them in complaints. */
     void readOneOf(const char* name, int& value, std::span<const int> allowed,
                    const QString& allowedText);
-    /** Decimals are allowed. `allowedText` is the range in words; empty: numberRange(). */
+    /** Allows decimals. `allowedText` describes the range in complaints; empty: numberRange(). */
     void readNumber(const char* name, double& value, double lowest, double highest,
                     const QString& allowedText = {});
-    /** An empty path is refused. */
+    /** Refuses an empty path. Without the option, `path` becomes empty. */
     void readPath(const char* name, QString& path);
-    /** Every --tag, as values by keys. */
+    /** Reads every --tag into a map of values by keys. */
     void readTags(QMap<QString, QString>& tags);
-    /** Refuses two options that name one file. */
+    /** Refuses two options that name the same file. */
     void keepFilesApart(std::initializer_list<const char*> names);
 
     void complain(const QString& complaint);
-    /** Complains of the option's value, or of `value` in its place. */
+    /** Complains about the option's value, or about `value` if given. */
     void refuse(const char* name, const QString& allowed);
     void refuse(const char* name, const QString& value, const QString& allowed);
 
@@ -80,12 +86,16 @@ private:
 };
 
 /**
- * Parses `arguments`, the program's name first, and looks after what is the same everywhere. True:
- * there is nothing more to read, `message` is the help or the version. False: a `message` that is
- * not empty is a complaint. `versionText` is empty for a program without --version.
+ * Parses `arguments`, the program's name first, and handles --help, --version and syntax errors.
+ * True: `message` is the help or the version, and there is nothing more to read. False: read the
+ * options, unless `message` is not empty; it is then a complaint. `versionText` is empty for a
+ * program without --version.
  */
 bool parseArguments(QCommandLineParser& parser, const QStringList& arguments,
                     const QString& versionText, QString& message);
 
-/** Complains in `message`, where there is no complaint yet, of arguments that are no options. */
+/**
+ * Puts a complaint into `message` if there are arguments that are not options. A complaint already
+ * there stays.
+ */
 void refusePositionals(const QCommandLineParser& parser, QString& message);

@@ -16,8 +16,8 @@ namespace {
 constexpr qsizetype fewestBytesAtOnce = 16384;
 
 enum class Target {
-    Replaceable, ///< a regular file, or nothing
-    Direct,      ///< written as it is
+    Replaceable, ///< a regular file, or no file yet
+    Direct,      ///< written directly
     Unsuitable,
 };
 
@@ -31,7 +31,7 @@ bool isWritable(int descriptor)
     return (::fcntl(descriptor, F_GETFL) & O_ACCMODE) != O_RDONLY;
 }
 
-/** The standard stream that `name` stands for, or whose file it names; negative: none. */
+/** Returns the standard stream that `name` stands for, or whose file it names; negative: none. */
 int streamAt(const QByteArray& name)
 {
     if (name == "-")
@@ -53,7 +53,7 @@ Target targetAt(const QByteArray& name)
     struct stat there = {};
     if (streamAt(name) >= 0)
         return Target::Direct;
-    // Where nothing can be seen, opening tells why.
+    // If stat() fails, open() reports the reason.
     if (::stat(name.constData(), &there) != 0 || S_ISREG(there.st_mode))
         return Target::Replaceable;
     return S_ISFIFO(there.st_mode) || S_ISCHR(there.st_mode) ? Target::Direct : Target::Unsuitable;
@@ -101,7 +101,7 @@ bool OutputFile::open()
 bool OutputFile::openDirectly(const QByteArray& name)
 {
     const int stream = streamAt(name);
-    // A pipe without a reader is a fault: nobody knows whether there will be one.
+    // Opening fails for a pipe without a reader: one may never come.
     direct = stream >= 0 ? ::fcntl(stream, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)
                          : ::open(name.constData(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     return direct >= 0 || fail(qt_error_string(errno));
@@ -121,13 +121,13 @@ bool OutputFile::commit()
         return false;
     if (direct >= 0)
         return ::close(std::exchange(direct, -1)) == 0 || fail(qt_error_string(errno));
-    // Else a crash of the computer could leave the new name with nothing behind it.
+    // Without this, a crash of the computer could leave an empty file under the new name.
     if (!syncToDisk(replacement.handle()))
         return fail(qt_error_string(errno));
     return replacement.commit() || fail(replacement.errorString());
 }
 
-/** Not by the QSaveFile, which has no reason for a write that was cut short. */
+/** Does not write through QSaveFile, which gives no reason for a partial write. */
 bool OutputFile::flush()
 {
     return writeAll(descriptor(), std::exchange(waiting, {})) || fail(qt_error_string(errno));
@@ -138,7 +138,7 @@ bool OutputFile::fail(const QString& reason)
     faultText = faultOf(whatText, reason);
     if (replacement.isOpen()) {
         replacement.cancelWriting();
-        replacement.commit(); // gives its room on the disk back
+        replacement.commit(); // frees the disk space
     }
     return false;
 }
@@ -163,7 +163,7 @@ QString outputFault(const QString& kind, const QString& path)
     switch (targetAt(name)) {
     case Target::Replaceable:
         return probe.open(QIODevice::WriteOnly) ? QString() : faultOf(what, probe.errorString());
-    case Target::Direct: // a pipe's reader would take opening and closing it for its end
+    case Target::Direct: // opening and closing a pipe would signal the end to its reader
         return streamAt(name) >= 0 || ::access(name.constData(), W_OK) == 0
                    ? QString()
                    : faultOf(what, qt_error_string(errno));

@@ -5,32 +5,39 @@
 #include <QString>
 
 /**
- * A report or a table that a program leaves behind. A regular file is replaced in one step, by what
- * has reached the disk whole; until then, and after any fault, what was there stays as it is. A
- * pipe, a character device, and the file behind standard output or standard error cannot be
- * replaced and are written as they are. One thread at a time.
+ * An output file of a program, such as a report or a table. A regular file is replaced in one step,
+ * once all of the new content is on the disk; before that, and after any error, the old file stays
+ * unchanged. A pipe, a character device and the file behind standard output or standard error
+ * cannot be replaced; they are written directly. One thread at a time.
  */
 class OutputFile
 {
 public:
-    /** `kind` names it in faults: "the report". The path "-" is standard output. */
+    /**
+     * `kind` names the file in error texts, for example "the report". The path "-" is standard
+     * output.
+     */
     OutputFile(const QString& kind, const QString& path);
-    /** Without commit() a regular file stays as it was. */
+    /** Without commit(), a regular file stays as it was. */
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
     /**
-     * Begins, once in the object's life. False with fault(): also where something else than a
-     * regular file, a pipe or a character device is, and for a pipe that nobody reads.
+     * Opens the file; call it once per object. False with fault() set on any error. It is an error
+     * when the path is not a regular file, a pipe or a character device, and when no program reads
+     * the pipe.
      */
     bool open();
-    /** Adds `bytes` after open(). False with fault(), also after an earlier fault. */
+    /** Adds `bytes`; call it after open(). False with fault() set, also after an earlier error. */
     bool append(const QByteArray& bytes);
-    /** Completes the file; the last call. False with fault() when any of it was not written. */
+    /**
+     * Completes the file; it must be the last call. False with fault() set when any byte was not
+     * written.
+     */
     bool commit();
 
-    /** The first thing that went wrong, in one line with the system's reason; empty: nothing. */
+    /** One line: the first error with the system's reason; empty if none. */
     QString fault() const { return faultText; }
 
 private:
@@ -48,13 +55,13 @@ private:
 };
 
 /**
- * Writes `bytes` as the whole of an OutputFile. An empty path: nothing. Returns the fault, in one
- * line; empty after success.
+ * Writes an OutputFile that contains exactly `bytes`. Does nothing for an empty path. Returns the
+ * error in one line; empty after success.
  */
 QString writeOutput(const QString& kind, const QString& path, const QByteArray& bytes);
 
 /**
- * Why writeOutput() would fail at this moment, as far as that shows without writing; empty: nothing
- * speaks against it. Leaves what is there as it is.
+ * Returns why writeOutput() would fail now, as far as that can be checked without writing; empty if
+ * no reason is found. Leaves an existing file unchanged.
  */
 QString outputFault(const QString& kind, const QString& path);

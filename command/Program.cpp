@@ -34,7 +34,7 @@ void useUtf8()
         freelocale(wanted);
     if (isKnown && !isPlain)
         return;
-    // What else the environment says of the locale is kept where that can be.
+    // Keeps the environment's other locale settings where possible.
     const bool isOverruled = !isKnown || !qEnvironmentVariableIsEmpty("LC_ALL");
     qputenv(isOverruled ? "LC_ALL" : "LC_CTYPE", "C.UTF-8");
 }

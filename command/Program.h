@@ -4,10 +4,10 @@
 
 #include <QString>
 
-/** What a program ends with. The page of each program tells which one counts when several apply. */
+/** Exit status of a program. Each program's page tells which one counts when several apply. */
 enum class ExitStatus {
     Passed = 0,
-    Failed = 1, ///< what the program was asked for went wrong; its page tells when
+    Failed = 1, ///< the program did not reach its goal; its page defines when
     WrongUsage = 2,
     PortNotOpened = 3,
     LineLost = 4,
@@ -15,30 +15,32 @@ enum class ExitStatus {
     Disturbed = 6,    ///< the computer was too busy for the test
 };
 
-/** What is the same in the main() of every command-line program. One thread. */
+/** Common functions for the main() of every command-line program. One thread. */
 class Program
 {
 public:
     /**
-     * Makes a process ready. Call it first of all, before the application object and any thread.
-     * Opens standard streams that are missing, so that no file or port is taken for one. A reader
-     * that leaves and a limit on file sizes become write errors like any other. Where the
-     * environment names no locale, only "C" or one that this system does not have, C.UTF-8 is
-     * chosen, so that Qt, which works in UTF-8 anyway, does not complain of it. A locale with
-     * another encoding stays, and Qt tells what it does instead.
+     * Prepares the process. Call it once, before anything else in the program. It opens missing
+     * standard streams, so that no file or port gets their descriptor numbers. A closed pipe and a
+     * file size limit become write errors instead of signals. If the environment names no locale,
+     * only "C" or a locale that is not installed, it selects C.UTF-8, because Qt uses UTF-8 anyway
+     * and would print a warning. A locale with another encoding is kept; Qt then prints what it
+     * uses instead.
      */
     static void prepare();
 
-    /** `name` begins every complaint: "packetbrask-run". */
+    /** `name` is put in front of every complaint, for example "packetbrask-run". */
     explicit Program(const QString& name) : errors(name) {}
 
-    /** Prints all of `text` on standard output, or complains. Passed or OutputFailed. */
+    /**
+     * Prints all of `text` on standard output. Returns Passed, or OutputFailed after a complaint.
+     */
     int print(const QString& text);
     /** Prints one line on standard error. */
     void complain(const QString& message) { errors.complain(message); }
-    /** Complains of the command line. WrongUsage. */
+    /** Complains about the command line. Returns WrongUsage. */
     int refuse(const QString& message);
-    /** Where complain() writes; owned. */
+    /** The object that complain() writes to; owned by this object. */
     StandardError& standardError() { return errors; }
 
 private:
@@ -46,7 +48,7 @@ private:
 };
 
 /**
- * Whether the open descriptor is a terminal that moves its cursor and shows colours when told to by
- * escape sequences: one for which TERM names a kind, and not the kind "dumb".
+ * Whether `descriptor` is a terminal that understands escape sequences for cursor and colours: TERM
+ * is set and is not "dumb".
  */
 bool takesEscapes(int descriptor);

@@ -4,7 +4,8 @@
 #include <QString>
 
 /**
- * A new file that grows by whole rows, and tells when it cannot. Every function is for one thread.
+ * A new file that is written in whole rows and reports write errors. Call all functions on one
+ * thread.
  */
 class RowFile
 {
@@ -13,24 +14,28 @@ public:
     explicit RowFile(const QString& kind) : kindText(kind) {}
 
     /**
-     * Makes the file and writes `header`. False with fault() when it cannot; whatever is at `path`
-     * already, a link included, is such a case and stays as it is. Not for an open file.
+     * Creates the file and writes `header`. False with fault() set when it cannot. Anything that
+     * exists at `path`, even a link, is an error and stays unchanged. Do not call it while a file
+     * is open.
      */
     bool open(const QString& path, const QString& header);
 
     /**
-     * Appends `rows`, which have reached the system when this returns. False with fault() when they
-     * could not be written whole: they are then cut off again, and the file is closed. True, and
-     * nothing done, on a file that is not open.
+     * Appends `rows` and hands them to the system before it returns. If they cannot be written
+     * completely, it removes the written part again, closes the file and returns false with fault()
+     * set. If no file is open, it does nothing and returns true.
      */
     bool append(const QByteArray& rows);
 
     bool isOpen() const { return file.isOpen(); }
 
-    /** Closes the file when it is on the disk. False with fault(), of now or of before. */
+    /**
+     * Waits until the file is on the disk and closes it. False with fault() set after an error now
+     * or earlier.
+     */
     bool close();
 
-    /** The first thing that went wrong, in one line; empty: nothing. */
+    /** One line: the first error; empty if none. */
     QString fault() const { return faultText; }
 
 private:
@@ -38,6 +43,6 @@ private:
 
     QString kindText;
     QFile file;
-    qint64 wholeBytes = 0; ///< rows and header, as far as they were written
+    qint64 wholeBytes = 0; ///< bytes of the header and the rows written completely
     QString faultText;
 };

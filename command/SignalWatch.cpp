@@ -19,7 +19,10 @@ sigset_t watchedSignals()
     return set;
 }
 
-/** Who starts a program with hang-ups ignored means it; what is blocked comes all the same. */
+/**
+ * A blocked signal arrives even if it is ignored. A SIGHUP that the program's starter had ignored
+ * must not end the program.
+ */
 bool isRequest(const signalfd_siginfo& info)
 {
     if (info.ssi_signo != SIGHUP)

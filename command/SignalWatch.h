@@ -3,24 +3,27 @@
 #include <QObject>
 
 /**
- * Turns the requests to end (SIGINT, SIGTERM, SIGHUP) into a Qt signal, so that the program ends in
- * an orderly way. A hang-up is none while it is ignored, as under nohup. Lives on the thread that
- * makes it, which needs an event loop.
+ * Turns the termination signals SIGINT, SIGTERM and SIGHUP into a Qt signal, so that the program
+ * can end in an orderly way. SIGHUP does not count while it is ignored, as under nohup. The object
+ * lives on the thread that creates it, which needs an event loop.
  */
 class SignalWatch : public QObject
 {
     Q_OBJECT
 
 public:
-    /** Keeps those requests waiting for a watch. Call it before the program starts a thread. */
+    /**
+     * Blocks the three signals, so that they wait for a SignalWatch. Call it before the program
+     * starts a thread.
+     */
     static void block();
 
-    /** block() has been called. */
+    /** Call block() first. */
     explicit SignalWatch(QObject* parent = nullptr);
     ~SignalWatch() override;
 
 signals:
-    /** Once for every request to end. */
+    /** Emitted once for every termination signal received. */
     void endRequested();
 
 private:

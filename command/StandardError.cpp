@@ -18,8 +18,9 @@ bool leadsTo(mode_t kind)
 }
 
 /**
- * Not to wait is a mode of what is open, which standard error shares with other programs; so what
- * can block is opened once more. A socket cannot be, and needs no mode.
+ * O_NONBLOCK belongs to the open file description, which other programs share on standard error. So
+ * a pipe or a terminal is opened again. A socket cannot be opened again and does not need it.
+ * Negative: not opened again.
  */
 int openAgain()
 {
@@ -70,7 +71,7 @@ QString StandardError::leftOutText() const
         .arg(leftOut);
 }
 
-/** Whether some of `bytes` was taken; the rest then comes before anything else. */
+/** Returns whether some of `bytes` was written. The rest is then written before anything else. */
 bool StandardError::begin(const QByteArray& bytes)
 {
     rest.remove(0, write(rest));
@@ -82,7 +83,7 @@ bool StandardError::begin(const QByteArray& bytes)
     return taken > 0;
 }
 
-/** How many bytes were taken without waiting. */
+/** Returns how many bytes were written without waiting. */
 qsizetype StandardError::write(const QByteArray& bytes) const
 {
     const int descriptor = own >= 0 ? own : STDERR_FILENO;
@@ -90,7 +91,7 @@ qsizetype StandardError::write(const QByteArray& bytes) const
     for (ssize_t result = 1; result > 0 && taken < bytes.size();
          taken += std::max<ssize_t>(result, 0)) {
         const char* from = bytes.constData() + taken;
-        // A pipe with room for anything has room for as much as this.
+        // A pipe that poll() reports writable has room for PIPE_BUF bytes.
         const auto size = static_cast<size_t>(std::min<qsizetype>(bytes.size() - taken, PIPE_BUF));
         pollfd room{descriptor, POLLOUT, 0};
         if (::poll(&room, 1, 0) != 1)

@@ -4,34 +4,34 @@
 #include <QString>
 
 /**
- * Standard error, which never holds the program up: what it does not take at once is left out, and
- * a line in front of the next one that fits tells how many lines were. One object at a time in a
- * program; every function is for one thread.
+ * Writes to standard error without ever blocking the program. A line that cannot be written at once
+ * is left out; the next line that can be written is preceded by a line with the number left out.
+ * Create only one object at a time per program. Call all functions on one thread.
  *
- * A pipe or a terminal that belongs to another user cannot be opened once more. It may still block
- * when other programs fill it at the same moment, the terminal also by a line for a part of which
- * there is room.
+ * If standard error is a pipe or a terminal of another user, it cannot be opened again for
+ * non-blocking writes. A write may then block when other programs fill it at the same moment. On
+ * such a terminal, a line that fits only in part may block too.
  */
 class StandardError
 {
 public:
-    /** `program` begins the lines of the program itself. */
+    /** `program` is put in front of each of the program's own lines. */
     explicit StandardError(const QString& program);
-    /** Tells what was left out, if there is room for that by now. */
+    /** Writes the number of lines left out, if there is room for it now. */
     ~StandardError();
     StandardError(const StandardError&) = delete;
     StandardError& operator=(const StandardError&) = delete;
 
     /**
-     * Prints `line` between `before` and `after`, which count as no lines: in one piece, so that
-     * another program's line does not come between them.
+     * Prints `line` between `before` and `after` in one piece, so that no other program's line
+     * comes between them. `before` and `after` do not count as lines.
      */
     void print(const QString& line, const QString& before = {}, const QString& after = {});
-    /** Prints a line of the program itself. */
+    /** Prints `message` as one of the program's own lines; see ownLine(). */
     void complain(const QString& message) { print(ownLine(message)); }
-    /** `message` as complain() prints it. */
+    /** Returns `message` as complain() prints it: after the program's name and ": ". */
     QString ownLine(const QString& message) const;
-    /** Writes `text`, which counts as no line. */
+    /** Writes `text`; it does not count as a line. */
     void draw(const QString& text);
 
 private:
@@ -40,8 +40,8 @@ private:
     qsizetype write(const QByteArray& bytes) const;
 
     QString name;
-    int own; ///< where standard error leads to, opened once more; negative: it is not
+    int own; ///< standard error opened again, non-blocking; negative: not opened again
     bool isSocket;
-    QByteArray rest; ///< of what has been begun
-    int leftOut = 0; ///< lines since the last one that fitted
+    QByteArray rest; ///< not yet written part of the last text begun
+    int leftOut = 0; ///< lines left out since the last one written
 };

@@ -71,7 +71,7 @@ QString TerminalOutput::drawnStatus() const
 {
     winsize size = {};
     const bool known = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    // The last column stays free: a terminal may wrap as soon as that is filled.
+    // Leaves the last column free: a terminal may wrap as soon as it is filled.
     const int room = (known ? size.ws_col : usualColumns) - 1;
     QString line;
     for (const QString& piece : status) {

@@ -8,29 +8,31 @@
 class QDateTime;
 
 /**
- * Standard error, for the people who watch: log lines, complaints, and on a terminal that takes
- * escapes one status line that stays below them. Colours only there, and not when NO_COLOR is set.
+ * Messages for the user on standard error: log lines, complaints and, on a terminal that
+ * understands escape sequences, one status line below them. Colours are used only on such a
+ * terminal, and not when NO_COLOR is set.
  */
 class TerminalOutput
 {
 public:
     /**
-     * Writes to `standardError`, which is not owned and outlives this object. Nothing else writes
-     * to it meanwhile. `beQuiet` leaves out log lines and the status line.
+     * Writes to `standardError`, which is not owned and must outlive this object. Nothing else may
+     * write to it meanwhile. `beQuiet` suppresses log lines and the status line.
      */
     TerminalOutput(StandardError& standardError, bool beQuiet);
-    /** Takes the status line away. */
+    /** Removes the status line. */
     ~TerminalOutput();
     TerminalOutput(const TerminalOutput&) = delete;
     TerminalOutput& operator=(const TerminalOutput&) = delete;
 
-    /** A line on the course of the run; `type` as in BraskTestWorker::logMessage. */
+    /** Prints a log line about the run; `type` as in BraskTestWorker::logMessage. */
     void log(const QDateTime& time, const QString& type, const QString& message);
-    /** A line of the program itself, printed even when quiet. */
+    /** Prints a message of the program itself, even when quiet. */
     void complain(const QString& message);
     /**
-     * Puts the pieces, each with what separates it from the one before, in place of the status
-     * line; empty: none. From the first that the terminal has no room for on they are left out.
+     * Replaces the status line with `pieces`, joined without separators: each piece contains its
+     * own. An empty list removes the status line. From the first piece that does not fit the
+     * terminal's width on, all are left out.
      */
     void showStatus(const QStringList& pieces);
 

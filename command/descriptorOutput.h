@@ -3,13 +3,13 @@
 #include <QByteArray>
 
 /**
- * Writes all of `bytes`. A reader that is slow is waited for, also where `descriptor` is set not to
- * wait. False with `errno` set when the system refuses a part; what was before that is written.
+ * Writes all of `bytes`. Waits while the reader is slow, even when `descriptor` is non-blocking.
+ * False with `errno` set when the system refuses a part; everything before that part is written.
  */
 bool writeAll(int descriptor, const QByteArray& bytes);
 
 /**
  * Waits until everything written to `descriptor`, a regular file, is on the disk. False with
- * `errno` set when some of it cannot get there. True on a file system that does not offer this.
+ * `errno` set when some of it cannot be stored. True on a file system that does not support this.
  */
 bool syncToDisk(int descriptor);

@@ -8,9 +8,9 @@
 struct HostFacts
 {
     QString name;
-    QString kernel;  ///< its release
+    QString kernel;  ///< the kernel's release
     QString machine; ///< such as "x86_64"
 };
 
-/** Nothing when the system does not tell. */
+/** No value when the system does not tell. */
 std::optional<HostFacts> hostFacts();

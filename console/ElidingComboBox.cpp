@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr int styleMargin = 2; ///< that styles leave around the text
+constexpr int styleMargin = 2; ///< space that styles leave around the text
 
 } // namespace
 

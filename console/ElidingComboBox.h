@@ -3,8 +3,8 @@
 #include <QComboBox>
 
 /**
- * A combo box whose current text ends in an ellipsis where it is too narrow for it, and is then its
- * tool tip. GUI thread.
+ * A combo box that shortens its current text with an ellipsis when it is too narrow. The full text
+ * is then the tool tip. GUI thread.
  */
 class ElidingComboBox : public QComboBox
 {

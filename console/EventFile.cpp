@@ -38,7 +38,7 @@ void EventFile::append(const QDateTime& time, const QString& type, const QString
 {
     if (!file.isOpen())
         return;
-    // A stream that has failed takes no more to the file, but keeps every later row in memory.
+    // After an error, a QTextStream writes nothing more and keeps every later row in memory.
     stream.resetStatus();
     stream << eventRow(time, type, message);
     stream.flush();
@@ -46,6 +46,6 @@ void EventFile::append(const QDateTime& time, const QString& type, const QString
 
 void EventFile::close()
 {
-    stream.setDevice(nullptr); // writes what a failure has left in it
+    stream.setDevice(nullptr); // writes what is left in the stream after an error
     file.close();
 }

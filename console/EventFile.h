@@ -6,21 +6,25 @@
 
 class QDateTime;
 
-/** The event file of one run after the other, each a new file in the working directory. */
+/** Writes event files, one after the other: each run gets a new file in the working directory. */
 class EventFile
 {
 public:
     /**
-     * Makes PacketTest_<date>_<time>.csv, named by `time`, and writes its header. Another name is
-     * found where that one is taken. False when no file could be made. Not while one is open.
+     * Creates PacketTest_<date>_<time>.csv, named after `time`, and writes its header. If that name
+     * exists, it adds a number. False when no file could be created. Do not call it while a file is
+     * open.
      */
     bool open(const QDateTime& time);
-    /** Appends a row at once; nothing while no file is open. `type` as in logMessage(). */
+    /**
+     * Appends a row at once; does nothing while no file is open. `type` as in
+     * BraskTestWorker::logMessage.
+     */
     void append(const QDateTime& time, const QString& type, const QString& message);
-    /** Completes the file; nothing while none is open. */
+    /** Completes the file; does nothing while no file is open. */
     void close();
 
-    /** Of the last file, relative to the working directory. */
+    /** Name of the last file, relative to the working directory. */
     QString name() const { return file.fileName(); }
 
 private:

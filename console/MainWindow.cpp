@@ -37,7 +37,7 @@ MainWindow::~MainWindow()
         QMetaObject::invokeMethod(worker, "stopTest", Qt::BlockingQueuedConnection);
     workerThread->quit();
     workerThread->wait();
-    // The engine's last lines are still queued for this thread, and belong into the event file.
+    // The engine's last log lines are still queued for this thread and must go into the event file.
     QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
     eventFile.close();
 }
@@ -54,10 +54,11 @@ void MainWindow::setupUi()
 {
     auto* central = new QWidget(this);
     auto* layout = new QVBoxLayout(central);
-    layout->setAlignment(Qt::AlignTop); // where the window is higher than all of it may become
+    layout->setAlignment(Qt::AlignTop); // used when the window is higher than the groups may grow
     for (QGroupBox* group :
          {createConnectionGroup(), createTestConfigGroup(), createStatisticsGroup()}) {
-        // The room of the first size is theirs; more would only move things that belong together.
+        // Lets the group grow to one and a half times its first height; more would only move
+        // related fields apart.
         group->setMaximumHeight(group->sizeHint().height() * 3 / 2);
         layout->addWidget(group);
     }

@@ -21,20 +21,20 @@ class QTimer;
 
 /**
  * The operator's window: connection, test settings, live statistics, log, and the event file that
- * each run leaves in the working directory.
+ * each run writes in the working directory.
  *
- * Lives on the GUI thread, nothing of it may be called from another. It owns the engine's thread
- * and reaches the engine only by queued calls, so no wait of the engine ever holds up the window;
- * closing it is the exception: the destructor waits until the engine has ended a running test,
- * 2 x time-out + 500 ms as a rule, and the event file is complete. It shows modal boxes for wrong
- * input and for engine errors, none while it is being destroyed.
+ * It lives on the GUI thread; call no function from another thread. It owns the engine's thread and
+ * calls the engine only by queued calls, so the engine never blocks the window. The destructor is
+ * the exception: it waits until the engine has ended a running test, usually 2 x time-out + 500 ms,
+ * and the event file is complete. The window shows modal boxes for wrong input and for engine
+ * errors, but none while it is being destroyed.
  */
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
 
 public:
-    /** Starts the engine's thread at once and the first port scan 100 ms later. */
+    /** Starts the engine's thread at once, and the first port scan after 100 ms. */
     explicit MainWindow(QWidget* parent = nullptr);
     ~MainWindow() override;
 
@@ -73,7 +73,7 @@ private:
     void trimLog();
     void saveLog();
 
-    // Widgets belong to the Qt tree.
+    // The widgets below are owned by their Qt parents.
     QComboBox* portCombo = nullptr;
     QPushButton* refreshButton = nullptr;
     QComboBox* baudCombo = nullptr;
@@ -100,15 +100,15 @@ private:
     QTextEdit* logView = nullptr;
 
     QThread* workerThread = nullptr; ///< child
-    /** Lives in workerThread, and is deleted there when that has finished. */
+    /** Lives in workerThread; deleted there when that thread has finished. */
     BraskTestWorker* worker = nullptr;
 
-    bool isConnected = false;   ///< as the engine last reported
+    bool isConnected = false;   ///< last state that the engine reported
     bool isTestRunning = false; ///< from the start click until the engine reports the run's end
     TestStats currentStats;     ///< the figures now shown
     SteadyClock steadyClock;
-    RunClock clock{steadyClock};            ///< looks at the wall when the engine's does
+    RunClock clock{steadyClock};            ///< restarted together with the engine's clock
     QTimer* durationDisplayTimer = nullptr; ///< child
 
-    EventFile eventFile; ///< open from a start to the run's end, unless it could not be made
+    EventFile eventFile; ///< open during a run, unless it could not be created
 };

@@ -19,7 +19,9 @@ namespace {
 constexpr int resultMessageMs = 3000;
 constexpr int defaultRateIndex = 7;
 
-/** The connected button's background is a fixed light green, so its text must not follow a theme.
+/**
+ * The connected button has a fixed light green background, so its text colour must not follow a
+ * theme.
  */
 QPalette darkTextOnGreen()
 {
@@ -126,7 +128,7 @@ void MainWindow::updateConnectionState(bool connected)
     baudCombo->setEnabled(!connected);
     refreshButton->setEnabled(!connected);
     if (!connected && focusWidget() == startButton)
-        connectButton->setFocus(); // and not on to "Clear Stats"
+        connectButton->setFocus(); // otherwise the focus would move to "Clear Stats"
     startButton->setEnabled(connected);
     statusBar()->showMessage(connected ? QStringLiteral("Connected to ") + portCombo->currentText()
                                        : QStringLiteral("Disconnected"));

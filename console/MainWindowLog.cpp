@@ -29,21 +29,21 @@ QString lineColour(const QString& type)
     return QStringLiteral("black");
 }
 
-/** Writes all of `bytes` and closes the file; why that failed, empty if it did not. */
+/** Writes all of `bytes` and closes the file. Returns the error; empty after success. */
 QString writeFault(QFile& file, QByteArray bytes)
 {
     while (!bytes.isEmpty()) {
-        // A full disk takes a part first. Only the next write tells the reason.
+        // When the disk gets full, one write is partial and only the next one reports the reason.
         const qint64 taken = file.write(bytes);
         if (taken <= 0)
             return file.errorString();
         bytes.remove(0, taken);
     }
-    file.close(); // a file system may tell only then
+    file.close(); // some file systems report an error only here
     return file.error() == QFileDevice::NoError ? QString() : file.errorString();
 }
 
-/** Saves `text` as `fileName`; why that failed, empty if it did not. */
+/** Saves `text` as `fileName`. Returns the error; empty after success. */
 QString saveFault(const QString& fileName, const QString& text)
 {
     constexpr auto mode = QIODevice::WriteOnly | QIODevice::Text | QIODevice::Unbuffered;
@@ -62,13 +62,13 @@ QString saveFault(const QString& fileName, const QString& text)
 void MainWindow::createLogView()
 {
     logView = new QTextEdit;
-    logView->setAccessibleName(QStringLiteral("Log")); // no caption says so
+    logView->setAccessibleName(QStringLiteral("Log")); // there is no caption to name it
     logView->setReadOnly(true);
     logView->setMaximumHeight(250);
     logView->setPlaceholderText(QStringLiteral("Log messages will appear here..."));
-    // With undo on, the document would keep every trimmed line for ever.
+    // With undo on, the document would keep every trimmed line in memory.
     logView->document()->setUndoRedoEnabled(false);
-    // A log line must be one visual line: the trim counts those.
+    // A log line must be one visual line, because the trim counts visual lines.
     logView->setLineWrapMode(QTextEdit::NoWrap);
     // The text colours are fixed, so the background must not follow a dark theme.
     QPalette colours = logView->palette();
@@ -76,7 +76,7 @@ void MainWindow::createLogView()
     colours.setColor(QPalette::Text, Qt::black);
     colours.setColor(QPalette::PlaceholderText, Qt::darkGray);
     logView->setPalette(colours);
-    // A log that stood at its end does so in less room, too.
+    // A log that was scrolled to its end stays there when its view shrinks.
     QScrollBar* bar = logView->verticalScrollBar();
     connect(bar, &QScrollBar::rangeChanged, bar, [bar, end = 0](int, int maximum) mutable {
         if (bar->value() >= end)
@@ -113,12 +113,12 @@ void MainWindow::onLogMessage(QString type, QString msg)
 void MainWindow::onErrorOccurred(QString error)
 {
     appendLog(QStringLiteral("ERROR"), error);
-    // The engine runs no test without a connection, so it has refused the start.
+    // The engine refuses to start a test without a connection.
     if (isTestRunning && !isConnected) {
         setTestRunning(false);
         endRecording();
     }
-    // Once the engine's thread has ended the window is being destroyed.
+    // If the engine's thread has finished, the window is being destroyed.
     if (workerThread->isFinished())
         return;
     QMessageBox::critical(this, QStringLiteral("Error"), error);

@@ -122,7 +122,8 @@ void MainWindow::setTestRunning(bool running)
     for (QSpinBox* setting : {ppsSpin, minSizeSpin, maxSizeSpin, timeoutSpin, durationSpin})
         setting->setEnabled(!running);
 
-    // The next key belongs to the run: from a button that goes Qt would move on to "Clear Stats".
+    // The next key press should act on the run. When a focused button is disabled, Qt would move
+    // the focus to "Clear Stats".
     QPushButton* next = running ? stopButton : isConnected ? startButton : connectButton;
     next->setEnabled(true);
     if (inUse)

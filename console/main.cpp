@@ -14,7 +14,7 @@ int main(int argc, char* argv[])
     QCoreApplication::setOrganizationName(QStringLiteral("Varnott"));
     QCoreApplication::setApplicationName(QStringLiteral("PacketBrask"));
     QCoreApplication::setApplicationVersion(QStringLiteral("1.0"));
-    // The name of the installed desktop entry, by which a desktop finds the icon and the title.
+    // Name of the installed desktop entry; the desktop uses it to find the icon and the title.
     QGuiApplication::setDesktopFileName(QStringLiteral("example.varnott.PacketBrask"));
     QGuiApplication::setWindowIcon(QIcon::fromTheme(QGuiApplication::desktopFileName()));
 

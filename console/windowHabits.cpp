@@ -7,7 +7,8 @@
 
 namespace {
 
-// A desktop tells the size of its frames only when the window is there, too late for its place.
+// Assumed size of the window's frame. The desktop tells the real size only after the window is
+// shown, which is too late for placing it.
 constexpr QSize frame(12, 42);
 
 class NoStatusTips : public QObject

@@ -7,25 +7,25 @@ class QMainWindow;
 class QWidget;
 
 /**
- * A new label "text" that names `control` to assistive technology too. The layout it is put into
- * takes it over; `control` is not owned. GUI thread.
+ * Returns a new label with `text` that also names `control` for assistive technology. The layout
+ * that the label is added to becomes its owner; `control` is not owned. GUI thread.
  */
 QLabel* makeCaption(const QString& text, QWidget* control);
 
 /**
- * Makes a window that has not been shown yet small enough for its screen, what panels and its own
- * frame take of that allowed for; never larger. Its minimum size is respected. GUI thread.
+ * Shrinks a window that has not been shown yet so that it fits on its screen. Allows for panels and
+ * for the window's frame. Never enlarges the window and respects its minimum size. GUI thread.
  */
 void fitToScreen(QWidget* window);
 
 /**
- * Keeps the status text of `window` when a menu entry comes under the mouse: none has a tip here,
- * and Qt shows the empty one in the text's place. GUI thread.
+ * Keeps the status text of `window` when the mouse moves over a menu entry. The menu entries have
+ * no status tip, and Qt would replace the status text with the empty tip. GUI thread.
  */
 void keepStatusText(QMainWindow* window);
 
 /**
- * Lets the wheel change `field`, a spin box or a combo box, only while that has the focus, which
- * the wheel no longer gives it. GUI thread.
+ * Lets the mouse wheel change `field`, a spin box or a combo box, only while it has the focus. The
+ * wheel no longer gives it the focus. GUI thread.
  */
 void followWheelOnlyFocused(QWidget* field);

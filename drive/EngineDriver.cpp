@@ -39,7 +39,7 @@ void EngineDriver::startEngine()
     connect(worker, &BraskTestWorker::logMessage, this, &EngineDriver::logMessage);
     connect(worker, &BraskTestWorker::testCompleted, this, &EngineDriver::runEnded);
     connect(worker, &BraskTestWorker::statisticsUpdated, this, &EngineDriver::onStatisticsUpdated);
-    // Sent from the engine's thread, although the observer lives in this one.
+    // Queued explicitly: emitted on the engine's thread, although the observer lives in this one.
     connect(&observer, &RunObserver::began, this, &EngineDriver::runBegan, Qt::QueuedConnection);
     connect(&observer, &RunObserver::stoppedSending, this, &EngineDriver::stoppedSending,
             Qt::QueuedConnection);
@@ -79,7 +79,7 @@ void EngineDriver::onConnectionChanged(bool isConnected)
     } else if (stage == Stage::Disconnecting) {
         thread.quit();
         thread.wait();
-        // The engine has one more line to say, and that may be on its way yet.
+        // The engine emits one more log line, which may still be queued.
         QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
         emit disconnected();
     } else {

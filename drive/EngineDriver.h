@@ -11,10 +11,10 @@
 class BraskTestWorker;
 
 /**
- * Drives an engine in a thread of its own: connects once, makes any number of runs over that
- * connection, one at a time, and disconnects. Tells what happens by signals, in the order in which
- * it happened. Lives on the thread that makes it, which needs an event loop; every function and
- * every signal is on that thread.
+ * Runs an engine in a thread of its own: connects once, makes any number of runs over that
+ * connection, one at a time, and disconnects. Reports events by signals, in the order in which they
+ * happened. The object lives on the thread that creates it, which needs an event loop. Call every
+ * function on that thread; every signal is emitted there.
  */
 class EngineDriver : public QObject
 {
@@ -24,29 +24,29 @@ public:
     struct Setup
     {
         TimingKind timing = TimingKind::Exact;
-        bool writesScreen = true;  ///< false: the module's screen is left alone
-        int timeoutMs = 500;       ///< of all runs, as in TestConfig
-        PingSink* pings = nullptr; ///< as of RunMeasurement; not owned
-        Payload payload{};         ///< as of BraskTestWorker::Setup
-        bool isLoopback = false;   ///< likewise
+        bool writesScreen = true;  ///< false: nothing is written on the module's screen
+        int timeoutMs = 500;       ///< for all runs, as in TestConfig
+        PingSink* pings = nullptr; ///< as in RunMeasurement; not owned
+        Payload payload{};         ///< as in BraskTestWorker::Setup
+        bool isLoopback = false;   ///< as in BraskTestWorker::Setup
     };
 
     explicit EngineDriver(const Setup& setup, QObject* parent = nullptr);
-    /** Ends a run, disconnects, and waits until the engine has ended. */
+    /** Ends a run, disconnects and waits until the engine has ended. */
     ~EngineDriver() override;
 
-    /** Once in the object's life; connected() or notConnected() follows. */
+    /** Call it once per object; connected() or notConnected() follows. */
     void connectToPort(const QString& port, int baudRate);
-    /** While connected, and not during a run: runBegan() follows. */
+    /** Call it while connected and not during a run; runBegan() follows. */
     void startRun(const TestConfig& config);
-    /** runEnded() follows if there is a run; else nothing happens. */
+    /** Ends a run; runEnded() follows. Does nothing without a run. */
     void endRun();
-    /** While connected: ends a run first. disconnected() follows. */
+    /** Call it while connected. Ends a run first; disconnected() follows. */
     void disconnectPort();
 
-    /** Of the run under way or of the last one, as the engine last reported. */
+    /** Statistics of the current or the last run, as the engine last reported them. */
     const TestStats& stats() const { return lastStats; }
-    /** Likewise, of this moment. */
+    /** Like stats(), but up to now. */
     RunFigures figures() const { return observer.figures(); }
     std::optional<TimeSpan> lastSecond() const { return observer.lastSecond(); }
 
@@ -54,23 +54,23 @@ signals:
     void connected();
     /** One line: the engine's and the system's error. Do not use the object again. */
     void notConnected(const QString& reason);
-    /** In front of the engine's first line on the run. */
+    /** Once per run, before the engine's first log line about it. */
     void runBegan();
-    /** stats() is new. */
+    /** stats() has changed: every 100 ms during a run and once at its end. */
     void statsUpdated();
-    /** No more pings are sent; the final wait begins. */
+    /** Once per run: no more pings are sent and the final wait begins. */
     void stoppedSending();
-    /** In front of the line on an error reply that carried no code; the line has a 0. */
+    /** Before the log line about an error reply without a code; that line shows the code 0. */
     void repliedWithoutCode();
-    /** At most once a run: for longer than the time-out no ping could be sent. */
+    /** At most once per run: no ping could be sent for longer than the time-out. */
     void lineLost();
-    /** stats() and figures() are final. Once a run. */
+    /** Once per run: stats() and figures() are final. */
     void runEnded();
-    /** The engine has sent its last line. Do not use the object again. */
+    /** The engine has sent its last log line. Do not use the object again. */
     void disconnected();
-    /** As of BraskTestWorker; none of these comes while connecting. */
+    /** As in BraskTestWorker, but never while connecting. */
     void errorOccurred(const QString& error);
-    /** As of BraskTestWorker. */
+    /** As in BraskTestWorker. */
     void logMessage(const QString& type, const QString& message);
 
 private:
@@ -78,17 +78,17 @@ private:
     void startEngine();
     void onConnectionChanged(bool isConnected);
     void onErrorOccurred(const QString& error);
-    // By value: the thread sanitizer cannot see that Qt hands a signal's argument over.
+    // By value, because the thread sanitizer cannot see that Qt hands over a signal's argument.
     void onStatisticsUpdated(TestStats stats);
 
     enum class Stage { Connecting, Connected, Disconnecting };
 
-    RunObserver observer; ///< told by the engine, in `thread`
+    RunObserver observer; ///< called by the engine, in `thread`
     QThread thread;
-    BraskTestWorker* worker; ///< lives in `thread` and is deleted there when that has finished
+    BraskTestWorker* worker; ///< lives in `thread`; deleted there when that thread has finished
 
     Stage stage = Stage::Connecting;
     QString portPath;
-    QString connectError; ///< what the engine said about the port it could not open
+    QString connectError; ///< the engine's error for the port that it could not open
     TestStats lastStats;
 };

@@ -7,17 +7,18 @@
 #include <optional>
 
 /**
- * Takes the figures of a run, and tells the driver of the moments that it acts upon.
+ * Collects the figures of a run and signals the events that the driver reacts to.
  *
- * Lives on the driver's thread and is called on the engine's. The signals are sent from there, so
- * connect to them by queued connections. They keep their order among the engine's own.
+ * The object lives on the driver's thread, but its functions are called on the engine's thread. Its
+ * signals are emitted there too, so use queued connections. Their order relative to the engine's
+ * own signals is kept.
  */
 class RunObserver : public QObject, public RunMeasurement
 {
     Q_OBJECT
 
 public:
-    /** `pings` as of RunMeasurement; `timeoutMs` as in TestConfig. */
+    /** `pings` as in RunMeasurement; `timeoutMs` as in TestConfig. */
     RunObserver(PingSink* pings, int timeoutMs)
         : RunMeasurement(pings), timeoutNs(timeoutMs * qint64{1'000'000})
     {
@@ -30,13 +31,13 @@ public:
     void sendingEnded(qint64 atNs) override;
 
 signals:
-    /** Once a run, in front of the engine's first line on it. */
+    /** Once per run, before the engine's first log line about it. */
     void began();
-    /** Once a run, in front of the engine's line that it waits for replies. */
+    /** Once per run, before the engine's log line that it waits for replies. */
     void stoppedSending();
-    /** In front of the engine's line on an error reply that carried no code. */
+    /** Once for each error reply without a code, before the engine's log line about it. */
     void repliedWithoutCode();
-    /** At most once a run: for longer than the time-out no ping could be sent. */
+    /** At most once per run: no ping could be sent for longer than the time-out. */
     void lineLost();
 
 private:

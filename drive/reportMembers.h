@@ -7,22 +7,22 @@
 #include <QJsonObject>
 #include <QMap>
 
-/** Members that several kinds of report have; docs/runner.md tells their names and units. */
+/** JSON members that several kinds of report have; docs/runner.md lists their names and units. */
 
-/** `name`, `kernel` and `machine`; null for nothing. */
+/** Returns an object with `name`, `kernel` and `machine`; null without a value. */
 QJsonValue toJson(const std::optional<HostFacts>& host);
 
 /**
- * `driver`, `vendorId`, `productId`, `serialNumber`, `product` and `latencyTimerMs`, each null
- * where unknown; null as a whole for no adapter.
+ * Returns an object with `driver`, `vendorId`, `productId`, `serialNumber`, `product` and
+ * `latencyTimerMs`, each null if unknown. Returns null without an adapter.
  */
 QJsonValue toJson(const std::optional<PortAdapter>& adapter);
 
 /**
- * `framing`, `parity`, `overrun`, `break` and `bufferOverrun`, each null where unknown; null as a
- * whole for nothing.
+ * Returns an object with `framing`, `parity`, `overrun`, `break` and `bufferOverrun`, each null if
+ * unknown. Returns null without a value.
  */
 QJsonValue toJson(const std::optional<KnownLineErrors>& errors);
 
-/** Each tag as a member. */
+/** Returns an object with one member per tag. */
 QJsonObject toJson(const QMap<QString, QString>& tags);

@@ -24,17 +24,18 @@ enum class Awaited;
 struct vnPacket;
 
 /**
- * The test engine: owns the link to the module and runs one stress test at a time over it.
+ * The test engine. It owns the link to the module and runs one stress test at a time over it.
  *
- * Three states: idle, connected, running (connected too). A run pings the module at a fixed rate,
- * matches every echo to its ping and compares the payloads, gives up pings that stay unanswered
- * for longer than the time-out, and at its end counts each ping it sent as received or lost.
+ * It has three states: idle, connected, and running (which includes connected). A run pings the
+ * module at a fixed rate, matches every echo to its ping and compares the payloads. It gives up
+ * pings that stay unanswered for longer than the time-out. At its end it has counted each ping sent
+ * as received or lost.
  *
- * Threads: knows nothing of the one it lives in. Make it without a parent, move it to a thread of
- * its own with a running event loop, and reach it by queued invocation of the public slots only;
- * listen by queued connections. It holds up its thread for 100 ms after opening a port, for
- * 2 x time-out + 500 ms at the end of a run (or less, as its timing has it), and up to 1.5 s when
- * the line takes no more bytes, 2.7 s when it is closed then. Call registerEngineTypes() before
+ * Threads: create the engine without a parent, move it to a thread of its own with a running event
+ * loop, and call only its public slots, by queued invocation. Connect to its signals by queued
+ * connections. It blocks its thread for 100 ms after opening a port, and for 2 x time-out + 500 ms
+ * at the end of a run (or less, depending on its timing). When the line takes no bytes, a send
+ * blocks for up to 1.5 s and closing the port for up to 2.7 s. Call registerEngineTypes() before
  * its first use.
  */
 class BraskTestWorker : public QObject
@@ -42,22 +43,22 @@ class BraskTestWorker : public QObject
     Q_OBJECT
 
 public:
-    /** What an engine is given for its life. */
+    /** Settings of an engine, fixed for its lifetime. */
     struct Setup
     {
         std::unique_ptr<EngineTiming> timing; ///< not null
         PingObserver* observer = nullptr;     ///< not owned, outlives the engine; null: none
-        ByteListener* bytes = nullptr;        ///< likewise; told of all that is read
-        bool writesScreen = true;             ///< false leaves the module's screen alone
-        Payload payload{};                    ///< of the pings; each run begins its sequence anew
-        /** True: a plug that joins both pins takes the module's place, and pings are the echoes. */
+        ByteListener* bytes = nullptr;        ///< told of all bytes read; like `observer`
+        bool writesScreen = true;             ///< false: nothing is written on the module's screen
+        Payload payload{};                    ///< of the pings; each run restarts its sequence
+        /** True: a plug that joins both pins replaces the module; pings come back as they are. */
         bool isLoopback = false;
     };
 
-    /** With the window's timing, no observer, and the module's screen in use. */
+    /** Makes an engine with the window's timing and no observer; it writes the module's screen. */
     explicit BraskTestWorker(QObject* parent = nullptr);
     explicit BraskTestWorker(Setup setup, QObject* parent = nullptr);
-    /** Ends a run and closes the port first, with all their signals. */
+    /** Ends a run and closes the port first; emits all signals for that. */
     ~BraskTestWorker() override;
 
 signals:
@@ -65,15 +66,19 @@ signals:
     void statisticsUpdated(TestStats stats);
     /**
      * One line for the operator; `type` is "INFO", "SUCCESS", "WARNING", "ERROR" or "TIMEOUT".
-     * Sent, echoed and timed-out pings are reported for the ids 0 to 9 and each multiple of 100;
-     * every failed send, changed echo, error reply, report and ping lost at the end is reported.
+     * Sent, echoed and timed-out pings are reported only for the ids 0 to 9 and each multiple of
+     * 100. Every failed send, changed echo, error reply, report and ping lost at the end is
+     * reported.
      */
     void logMessage(QString type, QString msg);
-    /** Once for each connection, disconnection or start that failed. */
+    /** Once for each connect, disconnect or start that failed. */
     void errorOccurred(QString error);
-    /** Once a run, as its last signal. */
+    /** Once per run, as its last signal. */
     void testCompleted();
-    /** Once for each connection that was tried while there was none, and for each that ended. */
+    /**
+     * Once for each attempt to connect while not connected, and once for each connection that
+     * ended.
+     */
     void connectionChanged(bool connected);
     /** Once for each refreshPorts(), after its log lines. */
     void portsEnumerated(QList<portInfo> ports);
@@ -82,15 +87,22 @@ public slots:
     /** Lists the serial ports; allowed in every state. */
     void refreshPorts();
     /**
-     * Opens the device `port` at `baudRate` bits per second, blanks the module's screen and keeps
-     * it refreshed from then on. A warning line, and nothing else, when there is a connection.
+     * Opens the device `port` at `baudRate` bits per second. If the engine writes the module's
+     * screen, it then clears the screen and rewrites it every second. With a connection already, it
+     * only emits a warning line.
      */
     void connectToPort(QString port, int baudRate);
-    /** Ends a run, then closes the port. Nothing without a connection. */
+    /** Ends a run, then closes the port. Does nothing without a connection. */
     void disconnectPort();
-    /** Begins a run; an error without a connection, a warning line during a run. */
+    /**
+     * Begins a run. Emits errorOccurred() without a connection, and only a warning line during a
+     * run.
+     */
     void startTest(TestConfig config);
-    /** Ends the run: waits for late echoes, counts what stays unanswered as lost, reports. */
+    /**
+     * Ends the run: waits for late echoes, counts unanswered pings as lost and reports the result.
+     * Does nothing without a run.
+     */
     void stopTest();
     /** Ends a run and closes the port, each if there is one. */
     void cleanup();
@@ -125,26 +137,26 @@ private:
 
     std::unique_ptr<EngineTiming> timing;
     PingObserver nobody;
-    PingObserver* observer; ///< not owned; `nobody` where none was given
+    PingObserver* observer; ///< not owned; `nobody` if none was given
     bool writesScreen;
     Payload payload;
-    uint8_t echoCommand; ///< of the packets that answer pings
-    RunClock clock;      ///< tells all times of a run
+    uint8_t echoCommand; ///< command of the packets that answer pings
+    RunClock clock;      ///< gives all times of a run
 
     vnSerialComs* serialPort;         ///< child
-    vnPacketComs* packetComs;         ///< child, speaks over serialPort
+    vnPacketComs* packetComs;         ///< child, uses serialPort
     vnPortEnumerator* portEnumerator; ///< owned, deleted in the destructor
 
     bool testRunning = false;
     bool connected = false;
     TestConfig config;
     TestStats stats;
-    QMap<quint64, PendingPacket> pendingPackets; ///< by sequence id
+    QMap<quint64, PendingPacket> pendingPackets; ///< key: sequence id
     quint64 nextSequenceId = 0;
 };
 
 /**
- * Makes the records that the engine's slots and signals carry known by name. Call it before the
- * first engine is made; repeated calls do nothing. Any thread.
+ * Registers the types used in the engine's slots and signals. Call it before the first engine is
+ * created; repeated calls do nothing. Any thread.
  */
 void registerEngineTypes();

@@ -31,7 +31,7 @@ void BraskTestWorker::pollForPackets()
         handlePacket(packet);
 }
 
-/** Whether `bytes` are, as far as they go, the unchanged echo of a ping that is open. */
+/** Whether `bytes`, as far as they have arrived, are the unchanged echo of an open ping. */
 Awaited BraskTestWorker::awaits(std::span<const uint8_t> bytes) const
 {
     constexpr size_t numbered = vnHeaderLength + sizeof(quint64);

@@ -6,7 +6,7 @@
 
 namespace {
 
-/** Of the final wait, on top of twice the time-out. */
+/** Added to twice the time-out for the final wait. */
 constexpr int finalMarginMs = 500;
 
 } // namespace
@@ -31,7 +31,7 @@ void BraskTestWorker::startTest(TestConfig newConfig)
     payload.restart();
     observer->runBegan(timing->nowNs());
     emit logMessage(QStringLiteral("INFO"), QStringLiteral("Test started"));
-    // What the line still holds is of earlier times: no ping waits for it yet.
+    // Bytes still on the line are from before this run: no ping waits for them.
     packetComs->waitNoLonger();
     pollForPackets();
     timing->beginRun(config, serialPort->descriptor());

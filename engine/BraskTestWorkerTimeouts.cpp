@@ -4,7 +4,10 @@
 
 namespace {
 
-/** A paused sender goes on once no more pings than this are open: well below where it pauses. */
+/**
+ * A paused sender resumes when at most this many pings are open: well below the pause limit of
+ * 1000.
+ */
 constexpr int resumeLimit = 499;
 
 } // namespace

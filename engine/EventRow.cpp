@@ -9,7 +9,7 @@
 
 namespace {
 
-/** What a line of the engine says about one ping; empty where it says nothing. */
+/** The figures that a log line contains about one ping; empty if it contains none. */
 struct PingFigures
 {
     QString sequenceId;

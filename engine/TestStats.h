@@ -3,15 +3,18 @@
 #include <QMetaType>
 #include <QtGlobal>
 
-/** Counters and latencies of one run; a default record is that of a run not yet begun. */
+/** Counters and latencies of one run. A default record is that of a run that has not begun. */
 struct TestStats
 {
-    /** `minLatencyMs` while no round trip has been timed. */
+    /** Value of `minLatencyMs` while no round trip has been timed. */
     static constexpr int noLatencyYet = 999999;
 
-    quint64 packetsSent = 0;     ///< pings that the line took whole
-    quint64 packetsReceived = 0; ///< echoes that came back unchanged for a ping still waited for
-    /** Pings given up: no echo in time, or none by the end of the run, or a changed one. */
+    quint64 packetsSent = 0;     ///< pings written completely to the line
+    quint64 packetsReceived = 0; ///< unchanged echoes of pings that were still open
+    /**
+     * Pings without an unchanged echo: none within the time-out, none by the end of the run, or a
+     * changed one.
+     */
     quint64 packetsLost = 0;
     /** Received / sent in percent; may lag the counters by one sweep (100 ms) during a run. */
     double successRate = 0.0;

@@ -11,11 +11,11 @@
 
 namespace {
 
-/** The sequence id, which every payload begins with. */
+/** Size of the sequence id, with which every payload begins. */
 constexpr int smallestPayload = 8;
 constexpr int longestRunSec = 3600;
 
-/** With one decimal, or none where that is exact. */
+/** Formats with one decimal, or with none for whole numbers. */
 QString figure(double value)
 {
     return QString::number(value, 'f', value == std::floor(value) ? 0 : 1);
@@ -62,7 +62,7 @@ double attemptedRate(const TestConfig& config, bool wholeMilliseconds)
 ScreenTraffic screenTraffic(const TestStats& stats)
 {
     constexpr int overhead = static_cast<int>(vnFrameOverhead);
-    const QDateTime anyTime(QDate(2000, 1, 1), QTime(0, 0)); // all take as many characters
+    const QDateTime anyTime(QDate(2000, 1, 1), QTime(0, 0)); // all have the same length
     ScreenTraffic traffic;
     for (const QString& row : screenRows(anyTime, &stats)) {
         if (row.isEmpty())

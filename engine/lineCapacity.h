@@ -7,37 +7,42 @@
 
 struct TestStats;
 
-/** How a run uses the line besides what its TestConfig says. */
+/** How a run uses the line, beside its TestConfig. */
 struct LineUse
 {
-    /** Pings come every 1000 / rate ms, rounded down to whole milliseconds; else at the very rate.
+    /**
+     * True: the ping interval is 1000 / rate, rounded down to whole milliseconds. False: the rate
+     * is exact.
      */
     bool wholeMilliseconds = true;
     bool writesScreen = true; ///< the counters go to the module's screen every second
 };
 
-/** Bytes of a ping's frame on average over all payload sizes that `config` lets the engine draw. */
+/** Mean size in bytes of a ping's frame, over all payload sizes that `config` allows. */
 double meanFrameBytes(const TestConfig& config);
 
-/** Pings a second that the engine aims at; `wholeMilliseconds` as in LineUse. */
+/** Pings per second that the engine tries to send; `wholeMilliseconds` as in LineUse. */
 double attemptedRate(const TestConfig& config, bool wholeMilliseconds);
 
-/** Bytes that one renewal of the module's screen takes, a second's worth, or is answered with. */
+/** Bytes sent and received when the module's screen is written once, which happens every second. */
 struct ScreenTraffic
 {
     int toModule = 0;
     int fromModule = 0;
 };
 
-/** That of a renewal in the middle of a run, which shows `stats`. */
+/** Returns the traffic of writing the screen during a run with `stats`. */
 ScreenTraffic screenTraffic(const TestStats& stats);
 
-/** How many of 100 bits that the line can carry in a direction `bytesPerSecond` take. */
+/**
+ * Returns the share of the line's capacity in one direction that `bytesPerSecond` use, in percent.
+ */
 double lineSharePercent(double bytesPerSecond, int baudRate);
 
 /**
- * The arithmetic, in one line, when the pings of `config`, and with them the module's screen, need
- * more than a line of `baudRate` bits per second carries; empty when they fit. The screen is taken
- * as it is at the end of the run, or of the longest run that can be asked for, when none was lost.
+ * Returns a calculation in one line if the pings of `config` and the writing of the module's screen
+ * need more than a line of `baudRate` bits per second can carry; empty if they fit. The screen's
+ * traffic is that at the end of the run without losses; a run without a limit counts as the longest
+ * one allowed.
  */
 QString capacityWarning(const TestConfig& config, int baudRate, const LineUse& use);

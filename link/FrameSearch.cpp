@@ -27,7 +27,7 @@ static_assert(crcTable[1] == 0x1189 && crcTable[2] == 0x2312 && crcTable[128] ==
 
 enum class Candidate { Wrong, Incomplete, Correct };
 
-/** What starts at the first of `bytes`. */
+/** Tests whether a frame starts at the first of `bytes`. */
 Candidate examine(std::span<const uint8_t> bytes)
 {
     if (bytes.size() < 2)
@@ -42,11 +42,11 @@ Candidate examine(std::span<const uint8_t> bytes)
     return frameCheck(bytes.first(covered)) == check ? Candidate::Correct : Candidate::Wrong;
 }
 
-/** Where awaited frames are. */
+/** Offsets of the awaited frames. */
 struct AwaitedPlaces
 {
-    uint32_t sure;    ///< the first that is surely one; the number of bytes: none
-    uint32_t perhaps; ///< the first that is perhaps one, likewise
+    uint32_t sure;    ///< first frame that is surely awaited; the number of bytes: none
+    uint32_t perhaps; ///< first frame that is perhaps awaited; the number of bytes: none
 };
 
 AwaitedPlaces locate(std::span<const uint8_t> bytes, const AwaitedFrames& awaited)
@@ -85,7 +85,7 @@ FrameSearch findFrameInOrder(std::span<const uint8_t> bytes, const AwaitedFrames
     const auto [sure, perhaps] = locate(bytes, awaited);
     uint32_t firstOpen = sure;
     for (uint32_t offset = 0; offset < sure; ++offset) {
-        // What would reach into an awaited frame is wrong.
+        // A frame that would overlap an awaited frame is wrong.
         const Candidate candidate = examine(bytes.subspan(offset, sure - offset));
         if (candidate == Candidate::Correct) {
             const bool mayHide = offset + bytes[offset + 1] + vnFrameOverhead > perhaps;

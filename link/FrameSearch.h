@@ -5,48 +5,48 @@
 #include <span>
 
 /**
- * Where the next frame is in bytes that have arrived. Nothing marks a frame's start, so a search
- * goes through positions; a position can be the start of a frame, or prove wrong, or be cut off by
- * the end of what has arrived.
+ * Result of a search for the next frame in bytes that have arrived. Nothing marks a frame's start,
+ * so a search tests each position. A position may start a correct frame, be wrong, or be incomplete
+ * because too few bytes have arrived.
  */
 struct FrameSearch
 {
     enum class Result {
         Frame,   ///< a correct frame starts at `offset`
-        Waiting, ///< none can be taken yet; what starts at `offset` may become one
-        Nothing, ///< none; no byte in front of `offset` starts one, whatever follows
+        Waiting, ///< no frame can be taken yet; the bytes from `offset` on may become one
+        Nothing, ///< no frame; no byte before `offset` can start one, whatever follows
     };
     Result result;
     uint32_t offset;
 };
 
-/** How much bytes that have arrived look like a frame that the receiver's owner waits for. */
+/** Whether bytes that have arrived match a frame that the receiver's owner waits for. */
 enum class Awaited {
     No,
     Perhaps, ///< too few bytes to be sure
-    Surely,  ///< enough bytes to tell it from all others; all of them are as they should be
+    Surely,  ///< enough bytes to identify the frame; all of them match
 };
 /**
- * Compares bytes, from a frame's possible start to the last one that has arrived, at least 1, with
- * the frames waited for. Command, length and data count; the CRC is not looked at.
+ * Compares `bytes` with the frames waited for. `bytes`, at least 1, run from a possible start of a
+ * frame to the last byte that has arrived. Compares command, length and data, but not the CRC.
  */
 using AwaitedFrames = std::function<Awaited(std::span<const uint8_t> bytes)>;
 
 /**
- * The first correct frame; a position whose frame is not complete is passed over. Never Waiting.
- * A frame of which only a part has arrived is therefore hidden where that part happens to contain
- * a correct one: one position in 65,536 has a correct CRC.
+ * Finds the first correct frame and skips incomplete positions. Never returns Waiting. A correct
+ * frame inside the arrived part of an incomplete frame is therefore taken in its place; at one
+ * position in 65,536 the CRC is correct by chance.
  */
 FrameSearch findAnyFrame(std::span<const uint8_t> bytes);
 
 /**
- * The first frame in the order of the stream: where a position's frame is not complete, nothing
- * behind it is taken, unless `isSilent`: then such positions are passed over.
+ * Finds the first frame in stream order: no frame after an incomplete position is taken, unless
+ * `isSilent` is true; then incomplete positions are skipped.
  *
- * An awaited frame is stronger than that. Positions whose frame would reach into it are wrong, so
- * it is taken as soon as it is complete, once the frames in front of it are. While it is not, it is
- * waited for in silence, too, if it is surely one; if it is perhaps one, no frame that reaches into
- * it is taken before silence.
+ * An awaited frame has priority. Positions whose frame would overlap it are wrong, so it is taken
+ * once it is complete and the frames before it have been taken. If it is incomplete and surely
+ * awaited, it is waited for even in silence. If it is perhaps awaited, no frame that overlaps it is
+ * taken before silence.
  */
 FrameSearch findFrameInOrder(std::span<const uint8_t> bytes, const AwaitedFrames& awaited,
                              bool isSilent);

@@ -14,7 +14,7 @@ template <int flag> int always(const ModuleVersion& /*version*/)
     return flag;
 }
 
-/** The family changed its bit with version 2.1. */
+/** The family's bit changed with version 2.1. */
 int changedAt21(const ModuleVersion& version)
 {
     const bool below =
@@ -22,7 +22,7 @@ int changedAt21(const ModuleVersion& version)
     return below ? 0x40 : 0x80;
 }
 
-/** The family has a bit of its own for minor version 4 and one for all later ones. */
+/** The family has one bit for minor version 4 and another for all later ones. */
 int changedAtMinor4(const ModuleVersion& version)
 {
     if (version.versionBMajor <= 0 || version.versionBMinor < 4)
@@ -48,7 +48,7 @@ constexpr std::array<KnownModel, 8> knownModels{{
     {108, vnMaxDataLength, always<0x2000>},
 }};
 
-/** Null when the model is not in the table. */
+/** Returns null for a model that is not in the table. */
 const KnownModel* findModel(int model)
 {
     const auto* const row = std::find_if(knownModels.begin(), knownModels.end(),
@@ -56,7 +56,7 @@ const KnownModel* findModel(int model)
     return row == knownModels.end() ? nullptr : row;
 }
 
-/** 0 to 15; -1 for any other character and behind the end of the text. */
+/** Returns 0 to 15; -1 for any other character and for an index past the end. */
 int digitAt(const QString& text, qsizetype index)
 {
     bool isDigit = false;
@@ -78,7 +78,7 @@ bool ModuleVersion::parse(const QString& text)
     if (colon < 5 || !text.contains(u"VNA"))
         return false;
     const QString modelDigits = text.mid(3, 3);
-    model = modelDigits.contains(QChar::Null) ? 0 : modelDigits.toInt(); // toInt() ends at a NUL
+    model = modelDigits.contains(QChar::Null) ? 0 : modelDigits.toInt(); // toInt() stops at a NUL
     versionAMajor = digitAt(text, colon + 2);
     versionAMinor = digitAt(text, colon + 4);
     versionBMajor = digitAt(text, colon + 7);

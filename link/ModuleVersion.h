@@ -3,12 +3,12 @@
 #include <QString>
 
 /**
- * What a module's version text says of it: its model and two version numbers.
+ * The model and the two version numbers in a module's version text.
  *
- * A module's text begins "VNA" and three decimal digits of the model, and has a colon at index 5 or
- * later, behind which the digits of the two versions stand at fixed places; docs/protocol.md draws
- * it. "VNA" is accepted anywhere, and the model may be padded with blanks or signed. A version
- * digit is 0-9 or a-f for 10 to 15, in either case. A plain record; any thread.
+ * The text begins with "VNA" and three decimal digits of the model. It has a colon at index 5 or
+ * later; the digits of the two versions stand at fixed places after it (docs/protocol.md shows
+ * them). "VNA" is accepted anywhere, and the model may be padded with blanks or signed. A version
+ * digit is 0-9, or a-f in either case for 10 to 15. Value type; any thread.
  */
 struct ModuleVersion
 {
@@ -18,15 +18,18 @@ struct ModuleVersion
     int versionAMinor = -1;
     int versionBMajor = -1;
     int versionBMinor = -1;
-    int familyFlag = 0; ///< one bit for the model's family; 0 for a model that is not known
+    int familyFlag = 0; ///< one bit for the model's family; 0: unknown model
 
     /** Sets every field to its initial value. */
     void reset();
     /**
-     * Fills the record from `text` and returns `valid`. What fails any check leaves the record
-     * reset; any text is allowed.
+     * Fills the record from `text`, which may be any text, and returns `valid`. If a check fails,
+     * the record is reset.
      */
     bool parse(const QString& text);
-    /** Most data bytes that the model takes in one packet: 22 for some, 124 for all others. */
+    /**
+     * Largest number of data bytes that the model accepts in one packet: 22 for some models, 124
+     * for all others.
+     */
     int maxDataLength() const;
 };

@@ -4,7 +4,7 @@
 
 #include <chrono>
 
-/** A clock that never steps: its moments mean nothing but their distance. Any thread. */
+/** A clock that never steps. Only differences between its times have a meaning. Any thread. */
 class SteadyClock
 {
 public:
@@ -13,8 +13,7 @@ public:
     SteadyClock(const SteadyClock&) = delete;
     SteadyClock& operator=(const SteadyClock&) = delete;
 
-    /** Nanoseconds since some moment in the past; the kernel's CLOCK_MONOTONIC as it stands here.
-     */
+    /** Nanoseconds since an unspecified time; here the kernel's CLOCK_MONOTONIC. */
     virtual qint64 nowNs() const
     {
         const auto sinceBoot = std::chrono::steady_clock::now().time_since_epoch();

@@ -14,14 +14,17 @@ namespace {
 
 constexpr int lookMs = 5;
 
-/** While it lives, no wait of this thread in the kernel that a signal can end lasts for long. */
+/**
+ * While it exists, a signal interrupts this thread's interruptible waits in the kernel every
+ * lookMs.
+ */
 class WaitInterrupter
 {
 public:
     WaitInterrupter()
     {
         struct sigaction ignore = {};
-        ignore.sa_handler = [](int) {}; // without SA_RESTART, and ignored signals end no wait
+        ignore.sa_handler = [](int) {}; // not SIG_IGN and no SA_RESTART, or waits would go on
         sigaction(signalNumber, &ignore, &previousAction);
         sigset_t own = {};
         sigemptyset(&own);
@@ -31,7 +34,7 @@ public:
         sigevent notice = {};
         notice.sigev_notify = SIGEV_THREAD_ID;
         notice.sigev_signo = signalNumber;
-        notice._sigev_un._tid = gettid(); // NOLINT(*-union-access): the system gives no other way
+        notice._sigev_un._tid = gettid(); // NOLINT(*-union-access): the system offers no other way
         running = timer_create(CLOCK_MONOTONIC, &notice, &timer) == 0;
         const timespec interval = {.tv_sec = 0, .tv_nsec = lookMs * 1'000'000L};
         const itimerspec again = {.it_interval = interval, .it_value = interval};
@@ -75,7 +78,7 @@ void closeWithin(int descriptor, int waitMs)
         ::close(descriptor);
         return;
     }
-    // The drivers of USB adapters keep their bytes through a flush, and have close() wait for them.
+    // Drivers of USB adapters keep their bytes after a flush, and close() waits for them.
     const WaitInterrupter impatience;
     ::close(descriptor);
 }

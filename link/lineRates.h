@@ -7,5 +7,5 @@ inline constexpr std::array baudRates{1200, 1800, 2400, 4800, 9600, 19200, 38400
 
 inline constexpr int usualBaudRate = 115200;
 
-/** What a byte takes on the line: start bit, 8 data bits, 2 stop bits. */
+/** Bits per byte on the line: start bit, 8 data bits, 2 stop bits. */
 inline constexpr int bitsPerByte = 11;

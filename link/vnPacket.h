@@ -3,20 +3,21 @@
 #include <cstddef>
 #include <cstdint>
 
-/** Most data bytes that one packet carries. */
+/** Largest number of data bytes in one packet. */
 inline constexpr uint8_t vnMaxDataLength = 124;
-/** Command and length, in front of the data. */
+/** Size in bytes of command and length, which precede the data. */
 inline constexpr uint32_t vnHeaderLength = 2;
-/** What a frame adds to its data: the header and two CRC bytes. */
+/** Bytes that a frame adds to its data: the header and two CRC bytes. */
 inline constexpr uint32_t vnFrameOverhead = vnHeaderLength + 2;
 /** Size in bytes of the largest frame. */
 inline constexpr uint32_t vnMaxFrameLength = vnMaxDataLength + vnFrameOverhead;
 
 /**
- * One packet, before framing or after it.
+ * One packet, before framing or after unframing.
  *
- * `command`, `dataLength` and `data` lie in memory as they do on the line, so the CRC runs over the
- * record itself. The record has no default values: write `vnPacket packet{}` for a zeroed one.
+ * `command`, `dataLength` and `data` have the same layout in memory as on the line, so the CRC is
+ * computed over the record itself. The record has no default values: write `vnPacket packet{}` for
+ * a zeroed one.
  */
 struct vnPacket
 {
@@ -25,11 +26,11 @@ struct vnPacket
      * 10 a report it sends unasked, 11 its error reply (0xC0 | request). Bits 5-0 are the code.
      */
     uint8_t command;
-    /** How many bytes of `data` count, 0 to `vnMaxDataLength`. */
+    /** Number of valid bytes in `data`, 0 to `vnMaxDataLength`. */
     uint8_t dataLength;
-    /** The payload; what lies past `dataLength` never reaches the line. */
+    /** The payload. Bytes after `dataLength` are never sent. */
     uint8_t data[vnMaxDataLength];
-    /** CRC of the frame in host byte order, set by whoever last sent or received the packet. */
+    /** CRC of the frame in host byte order, set when the packet is sent or received. */
     uint16_t crc;
 };
 

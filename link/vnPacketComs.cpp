@@ -14,13 +14,13 @@ constexpr uint32_t receiveRingCapacity = 1240;
 constexpr uint32_t readChunk = 32;
 constexpr uint8_t unusedDataByte = 0x99;
 
-/** The record as the frame's bytes, up to its data's end. */
+/** Returns the record's memory, which equals the frame up to the end of the data. */
 uint8_t* frameBytes(vnPacket& packet)
 {
     return reinterpret_cast<uint8_t*>(&packet);
 }
 
-/** `frame`: a correct one, and what follows it. */
+/** Fills `packet`. `frame` starts with a correct frame; more bytes may follow. */
 void fillPacket(vnPacket& packet, std::span<const uint8_t> frame)
 {
     const uint32_t covered = vnHeaderLength + frame[1];
@@ -95,7 +95,8 @@ bool vnPacketComs::receivePacket(vnPacket& packet)
 
 bool vnPacketComs::drainLine()
 {
-    // Looked at before the line is: what this thread loses in between is no silence.
+    // Silence is tested before the line is read, so that a delay of this thread in between does not
+    // count as silence.
     bool isSilent =
         awaited && !received->isEmpty() && serial->nowNs() - serial->lastReadNs() > silenceNs;
     std::array<uint8_t, readChunk> chunk{};

@@ -27,7 +27,7 @@ constexpr std::array<InterfaceRow, 7> interfaceRows{{
     {0xFE, "Unknown"},
 }};
 
-/** Interfaces that a name is given for; "All" and "Unknown" are no single interface. */
+/** Number of interfaces with a name; "All" and "Unknown" are not single interfaces. */
 constexpr int namedInterfaces = 5;
 
 constexpr std::array<ErrorRow, 35> errorRows{{

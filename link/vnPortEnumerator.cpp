@@ -25,7 +25,7 @@ bool isSerialName(const QString& fileName)
     });
 }
 
-/** Null when the device database names no model for the node at `path`. */
+/** Returns the model of the node at `path`; null when the device database has none. */
 QString modelName(const QString& path)
 {
     struct stat node = {};

@@ -4,11 +4,11 @@
 #include <QMetaType>
 #include <QString>
 
-/** One serial port as discovery found it. */
+/** One serial port found. */
 struct portInfo
 {
-    QString portName;        ///< absolute path of the device node, such as /dev/ttyUSB0
-    QString description;     ///< "ttyUSB0 = MODEL" when the model is known, else "ttyUSB0"
+    QString portName;        ///< absolute path of the device node, for example /dev/ttyUSB0
+    QString description;     ///< "ttyUSB0 = MODEL" if the model is known, else "ttyUSB0"
     QString friendlyName;    ///< the same text as `description`
     bool isAvailable = true; ///< true for every listed port
 };
@@ -19,10 +19,10 @@ class vnPortEnumerator
 {
 public:
     /**
-     * The terminals in /dev that may have a module behind them, most recently changed first: names
-     * that start with tty., ttyS, ttys, ttyUSB, ttyACM or ttyVN. The device database adds the
-     * model where it knows it. Never fails: what cannot be described is listed under its file
-     * name, and without a /dev the list is empty.
+     * Returns the terminals in /dev that may have a module, most recently changed first: names that
+     * start with tty., ttyS, ttys, ttyUSB, ttyACM or ttyVN. The device database gives the model if
+     * it knows it; otherwise the description is the file name. Never fails; the list is empty
+     * without a /dev.
      */
     QList<portInfo> enumeratePorts();
 };

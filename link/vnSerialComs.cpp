@@ -19,7 +19,7 @@
 
 namespace {
 
-/** The system's names of the baudRates, in their order. */
+/** The system's constants for baudRates, in the same order. */
 constexpr std::array<speed_t, baudRates.size()> speeds{B1200, B1800,  B2400,  B4800,
                                                        B9600, B19200, B38400, B115200};
 
@@ -47,9 +47,10 @@ void makeRaw(termios& line, speed_t speed)
 }
 
 /**
- * Without O_NONBLOCK a port that heeds its modem lines would wait for a carrier, for ever; without
- * O_NOCTTY a session leader would get the line as its controlling terminal and be killed by the
- * line's hang-up. Once it is open, the descriptor waits like any other.
+ * Opens with O_NONBLOCK, because a port that uses its modem lines would otherwise wait for a
+ * carrier without limit. Opens with O_NOCTTY, because a session leader would otherwise get the line
+ * as its controlling terminal and be killed when the line hangs up. The returned descriptor is in
+ * blocking mode.
  */
 int openDevice(const QString& path)
 {
@@ -60,7 +61,9 @@ int openDevice(const QString& path)
     return descriptor;
 }
 
-/** False when another program has the device. Ends with the descriptor. */
+/**
+ * False when another program has locked the device. The lock ends when the descriptor is closed.
+ */
 bool lockDevice(int descriptor)
 {
     return ::flock(descriptor, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
@@ -99,7 +102,7 @@ bool vnSerialComs::openPort(const QString& newPortName, int newBaudRate)
         error = OpenFailed;
         return false;
     }
-    // 0 means "none" in this class, so a device that got it cannot be kept.
+    // 0 means "none" in this class, so descriptor 0 cannot be used.
     if (descriptor == 0 || !lockDevice(descriptor)) {
         ::close(descriptor);
         error = OpenFailed;

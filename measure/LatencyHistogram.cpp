@@ -36,7 +36,8 @@ void LatencyHistogram::add(qint64 timeNs)
     counts->byBin(timeUs);
     least = total == 0 ? timeUs : std::min(least, timeUs);
     greatest = std::max(greatest, timeUs);
-    // Welford's way: a sum of squares would lose the small differences of a long run.
+    // Welford's method, because a plain sum of squares would lose the small differences in a long
+    // run.
     ++total;
     const double distance = timeUs - mean;
     mean += distance / static_cast<double>(total);

@@ -7,14 +7,14 @@
 #include <vector>
 
 /**
- * Counts times by bins that are no wider than 2 % of their lower end, in memory that never grows.
+ * A histogram of times. Each bin's width is at most 2 % of its lower end; memory use is constant.
  *
- * The bins reach from 1 us to 30 s. One more takes what is shorter and begins at 0, another takes
- * what is longer and ends at the longest time. Figures are in microseconds. Count, minimum,
- * maximum, mean and standard deviation do not depend on the bins.
+ * The bins reach from 1 us to 30 s. One more bin from 0 takes shorter times, and another one takes
+ * longer times and ends at the longest. Figures are in microseconds. Count, minimum, maximum, mean
+ * and standard deviation do not depend on the bins.
  *
- * Not locked: one thread at a time. Allocates in the constructor only, bins() aside. One that was
- * moved from may only be destroyed or assigned to.
+ * Not locked: one thread at a time. Only the constructor and bins() allocate memory. An object that
+ * was moved from may only be destroyed or assigned to.
  */
 class LatencyHistogram
 {
@@ -22,7 +22,7 @@ public:
     struct Bin
     {
         double lowerUs;
-        double upperUs; ///< times of exactly this length are in the next bin
+        double upperUs; ///< exclusive, except in the bin of times beyond 30 s
         quint64 count;  ///< at least 1
     };
 
@@ -31,25 +31,25 @@ public:
     LatencyHistogram(LatencyHistogram&&) noexcept;
     LatencyHistogram& operator=(LatencyHistogram&&) noexcept;
 
-    /** Takes a negative time for 0. */
+    /** Counts a negative time as 0. */
     void add(qint64 timeNs);
     void merge(const LatencyHistogram& other);
     void clear();
 
     quint64 count() const { return total; }
-    // All 0 while nothing has been counted.
+    // All are 0 while nothing has been counted.
     double minimumUs() const { return least; }
     double maximumUs() const { return greatest; }
     double meanUs() const { return mean; }
-    /** Of the times counted, as of a whole population and not a sample: of one time it is 0. */
+    /** Standard deviation of the population, not estimated from a sample; 0 for a single time. */
     double standardDeviationUs() const;
 
     /**
-     * The time that the share `q`, 0 to 1, of all times does not exceed. It lies in the right bin,
-     * between its ends in proportion, and never beyond minimum or maximum. Nothing when empty.
+     * Returns the time that the share `q`, 0 to 1, of all times does not exceed. It is interpolated
+     * linearly within the right bin and limited to the minimum and maximum. No value when empty.
      */
     std::optional<double> percentileUs(double q) const;
-    /** The bins that are not empty, shortest times first. */
+    /** Returns the bins that are not empty, shortest times first. */
     std::vector<Bin> bins() const;
 
 private:

@@ -4,14 +4,17 @@
 
 #include <algorithm>
 
-/** Rows of pings, by id, that were lost one after another; a single one is a row too. */
+/**
+ * Counts bursts of lost pings: pings with consecutive ids that were all lost. A single lost ping is
+ * a burst too.
+ */
 struct LossBursts
 {
     quint64 count = 0;
     quint64 longest = 0; ///< pings
-    quint64 current = 0; ///< pings of the row that the last ping belongs to; 0: it was not lost
+    quint64 current = 0; ///< length of the burst that the last ping belongs to; 0: it was not lost
 
-    /** Pings come in the order of their ids. One that was not sent says nothing about the line. */
+    /** Call it in the order of the ids. A ping that was not sent is ignored. */
     void add(PingFate fate)
     {
         if (fate == PingFate::NotSent)

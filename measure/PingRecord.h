@@ -2,10 +2,10 @@
 
 #include <QtGlobal>
 
-/** What became of a ping. All but the received ones and the one not sent are lost. */
+/** The fate of a ping. It is lost unless it is Received, ReceivedAfterEnd or NotSent. */
 enum class PingFate : quint8 {
     Received,
-    ReceivedAfterEnd, ///< in the final wait
+    ReceivedAfterEnd, ///< received in the final wait
     NoEchoInTime,
     NoEchoAtEnd,
     ChangedEcho,
@@ -18,11 +18,11 @@ struct PingRecord
     quint64 id;
     int sizeBytes;
     PingFate fate;
-    qint64 sentNs;      ///< since the run's start; of one not sent, when that was known
+    qint64 sentNs;      ///< since the run's start; for NotSent, when the send failed
     qint64 roundTripNs; ///< -1 without an echo
 };
 
-/** Is handed the pings of a run, in the order of their ids and without a gap. */
+/** Receives the pings of a run in the order of their ids, without gaps. */
 class PingSink
 {
 public:
@@ -31,6 +31,6 @@ public:
     PingSink(const PingSink&) = delete;
     PingSink& operator=(const PingSink&) = delete;
 
-    /** On the engine's thread, whose work waits meanwhile. */
+    /** Called on the engine's thread, which waits until it returns. */
     virtual void pingEnded(const PingRecord& ping) = 0;
 };

@@ -2,7 +2,7 @@
 
 namespace {
 
-constexpr std::size_t usuallyHeld = 2048; ///< twice what the engine leaves open
+constexpr std::size_t usuallyHeld = 2048; ///< twice the limit of open pings in the engine
 constexpr std::size_t remembered = 65536;
 
 } // namespace
@@ -41,7 +41,7 @@ std::optional<PingRecord> PingSequence::takeEnded()
 
 std::optional<qint64> PingSequence::sentNs(quint64 id) const
 {
-    // Their places in the ring have not been used again, by whatever it has grown.
+    // The slots of the last usuallyHeld ids have not been reused, whatever the size of the ring.
     if (id >= next || next - id > usuallyHeld)
         return std::nullopt;
     return ring[id % ring.size()].ping.sentNs;

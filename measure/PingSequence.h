@@ -8,10 +8,10 @@
 #include <vector>
 
 /**
- * Brings pings, whose fates are told in any order, back into the order of their ids.
+ * Puts pings, whose fates are reported in any order, back into the order of their ids.
  *
- * It holds the pings from the first one on that is still open, and of the last 65536 ids whether
- * they were answered. It allocates only when more pings are held than ever before.
+ * It stores the pings from the first open one on. For the last 65536 ids it also stores whether
+ * they were answered. It allocates memory only when it has to store more pings than ever before.
  *
  * Not locked: one thread at a time.
  */
@@ -19,21 +19,24 @@ class PingSequence
 {
 public:
     PingSequence();
-    /** The next ping is 0 again. */
+    /** Starts again at ping 0. */
     void clear();
 
-    /** Ids come one after another, those of pings that could not be sent included. */
+    /** Call it for consecutive ids, including those of pings that could not be sent. */
     void opened(quint64 id, int sizeBytes, qint64 sentNs);
-    /** Once for each ping. `roundTripNs` is -1 without an echo. */
+    /** Call it once for each opened ping. `roundTripNs` is -1 without an echo. */
     void settled(quint64 id, PingFate fate, qint64 roundTripNs);
 
-    /** Takes out the ping with the lowest id; nothing while its fate is not known. */
+    /** Removes and returns the ping with the lowest id; no value while its fate is unknown. */
     std::optional<PingRecord> takeEnded();
 
-    /** When a ping was sent; nothing for an id that is none of the last 2048. */
+    /** Returns when a ping was sent; no value for an id that is not among the last 2048. */
     std::optional<qint64> sentNs(quint64 id) const;
 
-    /** Whether an echo, changed or not, ended the ping. False too when that is too long ago. */
+    /**
+     * Whether the ping was ended by an echo, changed or not. Also false for an id that is not among
+     * the last 65536.
+     */
     bool wasAnswered(quint64 id) const;
 
 private:
@@ -45,7 +48,7 @@ private:
     Held& held(quint64 id) { return ring[id % ring.size()]; }
     void grow();
 
-    std::vector<Held> ring; ///< each id has its place; from `first` to before `next`
+    std::vector<Held> ring; ///< holds the ids from `first` to before `next`, each at id modulo size
     quint64 first = 0;
     quint64 next = 0;
     std::vector<bool> answered;

@@ -9,10 +9,13 @@
 #include <optional>
 #include <vector>
 
-/** The figures of a run, or of a run up to now. A default record is that of a run not yet begun. */
+/**
+ * The figures of a run, complete or up to now. A default record is that of a run that has not
+ * begun.
+ */
 struct RunFigures
 {
-    /** Microseconds; exact but for the percentiles, which are exact to 2 %. */
+    /** In microseconds. Exact, except for the percentiles, which are exact to 2 %. */
     struct Latency
     {
         double minimum = 0;
@@ -22,69 +25,75 @@ struct RunFigures
         double p99 = 0;
         double p999 = 0;
         double maximum = 0;
-        double standardDeviation = 0; ///< of these round trips, not estimated from them as a sample
+        double standardDeviation = 0; ///< of the population, not estimated from a sample
     };
-    /** By how much pings left later than the schedule wanted, in microseconds. */
+    /** How much later than scheduled pings left, in microseconds. */
     struct SendLag
     {
         double p99 = 0;
         double maximum = 0;
     };
-    /** Pings that the schedule wanted and that never left; they are in no other count. */
+    /** Pings that came due and were never sent; they are in no other count. */
     struct LeftOut
     {
-        quint64 byComputer = 0; ///< it was busy for too long
-        quint64 byLine = 0;     ///< it had no room
+        quint64 byComputer = 0; ///< because the computer was busy for too long
+        quint64 byLine = 0;     ///< because the line had no room
     };
-    /** The causes together are all lost pings. */
+    /** The sum of the causes is the number of lost pings. */
     struct LossCauses
     {
         quint64 noEchoInTime = 0;
         quint64 noEchoAtEnd = 0;
         quint64 changedEcho = 0;
     };
-    /** Rows of lost pings; a ping that was not sent neither breaks nor lengthens one. */
+    /**
+     * Bursts: consecutive lost pings. A ping that was not sent neither ends nor lengthens a burst.
+     */
     struct Bursts
     {
         quint64 count = 0;
         quint64 longest = 0; ///< pings
     };
-    /** What became of the bytes read; those that still waited at the run's end are in no count. */
+    /** Numbers of bytes read in the run. Bytes that are still buffered at its end are not counted.
+     */
     struct Bytes
     {
         quint64 inFrames = 0;
-        quint64 skipped = 0; ///< part of no correct frame: damaged, or sent by somebody else
-        quint64 overrun = 0; ///< read too late: the receiver's buffer was full
+        quint64 skipped = 0; ///< not part of a correct frame: damaged, or sent by another program
+        quint64 overrun = 0; ///< lost because the receiver's buffer was full
     };
     struct Unexpected
     {
-        /** Of pings given up. One of a ping more than 65536 ids ago is always taken for late. */
+        /**
+         * Echoes of pings that had been given up. An echo of a ping more than 65536 ids ago always
+         * counts as late.
+         */
         quint64 lateEchoes = 0;
-        quint64 repeatedEchoes = 0; ///< of pings that an echo, perhaps a changed one, had answered
+        quint64 repeatedEchoes = 0; ///< of pings that had an echo already, unchanged or changed
         quint64 unknownEchoes = 0;
         quint64 shortEchoes = 0;
         quint64 reports = 0;
         quint64 otherPackets = 0;
-        std::map<int, quint64> errorReplies{}; ///< how many, by code or PingObserver::noCode
+        std::map<int, quint64> errorReplies{}; ///< count by code, or by PingObserver::noCode
     };
 
     quint64 sent = 0;
     quint64 received = 0;
-    qint64 sendingNs = 0; ///< from the run's start until no more pings were sent, or until now
-    /** Nothing while no ping was received. */
+    qint64 sendingNs = 0; ///< from the run's start until sending ended, or until now
+    /** No value while no ping was received. */
     std::optional<Latency> latencyUs{};
-    std::optional<SendLag> sendLagUs{}; ///< nothing while no ping left by a schedule
+    std::optional<SendLag> sendLagUs{}; ///< no value while no ping was sent by a schedule
     std::vector<LatencyHistogram::Bin> latencyHistogram{};
     std::vector<TimeSpan> spans{};
     LossCauses lossCauses{};
     Bytes bytes{};
     quint64 sendFailures = 0;
-    LeftOut leftOut{}; ///< zeros too where pings leave by no schedule
+    LeftOut leftOut{}; ///< 0 also if pings are not sent by a schedule
     Bursts lossBursts{};
     Unexpected unexpected{};
-    /** The shortest round trip of a late echo; only echoes of the last 2048 pings are timed. */
+    /** The shortest round trip of a late echo. Only echoes of the last 2048 pings are timed. */
     std::optional<double> soonestLateUs{};
-    quint64 outOfOrderEchoes = 0; ///< with a lower id than a matched echo before them
+    quint64 outOfOrderEchoes = 0; ///< with a lower id than an earlier matched echo
 
     quint64 lost() const
     {

@@ -4,14 +4,16 @@
 
 #include <array>
 
-/** The outcome of a run as its report tells it, in the order of RunFormat::verdictWords. */
+/** The outcome of a run in its report, in the order of RunFormat::verdictWords. */
 enum class RunVerdict { Passed, Failed, LineLost, OutputFailed, Disturbed };
 
-/** What the writer and the readers of a run's report have to agree on; docs/runner.md has it all.
+/**
+ * What the writer and the readers of a run's report share; docs/runner.md describes the whole
+ * format.
  */
 namespace RunFormat {
 
-/** Raised when readers of older reports would take something for what it is not. */
+/** Format number; it is raised when a reader of the old format would misread the new one. */
 inline constexpr int number = 2;
 
 inline QString program()
@@ -22,7 +24,7 @@ inline QString program()
 inline constexpr std::array verdictWords{"passed", "failed", "lineLost", "outputFailed",
                                          "disturbed"};
 
-/** Why pings were lost: members of `lossCauses`, and fates in the ping file. */
+/** Causes of lost pings: members of `lossCauses`, and values in the ping file. */
 inline constexpr auto noEchoInTime = "noEchoInTime";
 inline constexpr auto noEchoAtEnd = "noEchoAtEnd";
 inline constexpr auto changedEcho = "changedEcho";

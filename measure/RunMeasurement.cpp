@@ -153,7 +153,10 @@ void RunMeasurement::bytesOverrun(std::span<const uint8_t> bytes, qint64)
     counts.bytes.overrun += bytes.size();
 }
 
-/** Nanoseconds of the run; moves the run's clock on while pings are sent. */
+/**
+ * Converts a time to nanoseconds since the run's start. While pings are sent, it also advances
+ * sendingNs.
+ */
 qint64 RunMeasurement::sinceStart(qint64 atNs)
 {
     if (sending)
@@ -188,7 +191,7 @@ void RunMeasurement::timeLateEcho(quint64 id, qint64 atNs)
     counts.soonestLateUs = std::min(us, counts.soonestLateUs.value_or(us));
 }
 
-/** Not under the lock: a sink may take its time. */
+/** Calls the sink without the lock, because a sink may be slow. */
 void RunMeasurement::endPing(quint64 id, PingFate fate, qint64 roundTripNs)
 {
     sequence.settled(id, fate, roundTripNs);

@@ -11,26 +11,29 @@
 class PingSink;
 
 /**
- * Turns what the engine tells into the figures of the run, in memory that a longer run hardly makes
- * grow: below 2 MB for any length. Each run starts from nothing.
+ * Computes the figures of a run from what the engine reports. It needs less than 2 MB of memory for
+ * a run of any length. Each run starts with empty figures.
  *
- * figures() and lastSecond() may be called on any thread at any time; the sums in a record agree
- * with one another. All else is on the engine's thread.
+ * figures() and lastSecond() may be called on any thread at any time; the counts in one record are
+ * consistent. Call all other functions on the engine's thread.
  */
 class RunMeasurement : public PingObserver, public ByteListener
 {
 public:
     /**
-     * `pingSink` gets every ping once its fate and those of all before it are known, the last ones
-     * before runEnded() returns. It is not owned and must live until then; null: nobody wants them.
+     * `pingSink` receives every ping once the fates of it and of all earlier pings are known; the
+     * last ones before runEnded() returns. It is not owned and must live until then; null: none.
      */
     explicit RunMeasurement(PingSink* pingSink = nullptr) : sink(pingSink) {}
 
-    /** Holds up the engine for a fraction of a millisecond: for the end, or now and then. */
+    /**
+     * Returns the figures up to now. Blocks the engine for a fraction of a millisecond, so call it
+     * at the end of a run or only occasionally.
+     */
     RunFigures figures() const;
     /**
-     * The last whole second of the run; nothing before its first one is over. Seconds pass with
-     * what the engine tells: when it has nothing to tell this is an old one.
+     * The last complete second of the run; no value during the first one. Time advances only with
+     * the engine's reports, so while there are none, this is an older second.
      */
     std::optional<TimeSpan> lastSecond() const;
 
@@ -57,12 +60,12 @@ private:
     void endPing(quint64 id, PingFate fate, qint64 roundTripNs);
 
     PingSink* const sink;
-    PingSequence sequence; ///< of the engine's thread alone
+    PingSequence sequence; ///< used on the engine's thread only
     qint64 beganNs = 0;
     bool sending = false;
 
-    mutable std::mutex mutex; ///< guards what follows
-    RunFigures counts;        ///< only what is counted as it happens
+    mutable std::mutex mutex; ///< guards the members below
+    RunFigures counts;        ///< the figures counted directly; figures() adds the others
     LatencyHistogram roundTrips;
     LatencyHistogram sendLags;
     TimeSpans timeSpans;

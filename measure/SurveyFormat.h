@@ -2,13 +2,16 @@
 
 #include <QString>
 
-/** What writer and readers of a survey's report have to agree on; docs/survey.md has it all. */
+/**
+ * What the writer and the readers of a survey's report share; docs/survey.md describes the whole
+ * format.
+ */
 namespace SurveyFormat {
 
-/** Raised when readers of older reports would take something for what it is not. */
+/** Format number; it is raised when a reader of the old format would misread the new one. */
 inline constexpr int number = 1;
 
-/** The value of `kind`, which the reports of runs do not have. */
+/** The value of `kind`; reports of runs have no such member. */
 inline constexpr auto kind = "survey";
 
 inline QString program()

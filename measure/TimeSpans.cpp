@@ -79,7 +79,7 @@ void TimeSpans::closeSecond()
             level.closed.push_back(
                 level.open.closed(seconds - length, static_cast<double>(length)));
         else
-            level.closed = std::vector<TimeSpan>(); // gives its memory back
+            level.closed = std::vector<TimeSpan>(); // frees its memory
         levels[n + 1].open.merge(level.open);
         level.open.clear();
         if (spans % 2 != 0)
@@ -89,7 +89,7 @@ void TimeSpans::closeSecond()
 
 std::vector<TimeSpan> TimeSpans::spans() const
 {
-    Open rest; // of the level so far: what the levels up to it have not closed yet
+    Open rest; // everything not yet closed on level n
     std::size_t n = 0;
     for (;; ++n) {
         rest.merge(levels[n].open);

@@ -7,34 +7,35 @@
 #include <optional>
 #include <vector>
 
-/** What happened in a span of a run. */
+/** Counts and round trips of one time span of a run. */
 struct TimeSpan
 {
     qint64 startSec;  ///< since the run's start
-    double lengthSec; ///< 0 when the run ended with what happened at the span's very start
+    double lengthSec; ///< 0 when the run ended exactly at the start of the span, but the span has
+                      ///< events
     quint64 sent;
     quint64 received;
     quint64 lost;
-    // Of the round trips told of in the span; nothing when there were none.
+    // Of the round trips reported in the span; no value if there were none.
     std::optional<double> p50Us;
     std::optional<double> p99Us;
     std::optional<double> maximumUs;
 };
 
 /**
- * Divides a run into spans of equal length: a second while these are at most 3620, then 2, 4, 8 and
- * so on, always as short as that number allows. Only the last span may be shorter.
+ * Divides a run into spans of equal length: 1 second if that gives at most 3620 spans, else 2, 4, 8
+ * and so on, whichever is the shortest that gives at most 3620. Only the last span may be shorter.
  *
- * Moments are nanoseconds since the run's start. Time goes on with the latest moment told; what is
- * told later although it happened earlier goes to the span that is open by then, so that no event
- * is left out.
+ * Times are nanoseconds since the run's start. Time advances with the latest time reported. An
+ * event reported with an earlier time is counted in the span that is open then, so that no event is
+ * lost.
  *
- * Not locked: one thread at a time. Allocates once a second at most.
+ * Not locked: one thread at a time. Allocates memory at most once a second.
  */
 class TimeSpans
 {
 public:
-    /** Those of an hour, the final wait included. */
+    /** Largest number of spans: enough seconds for a run of one hour with its final wait. */
     static constexpr quint64 most = 3620;
 
     TimeSpans();
@@ -42,12 +43,12 @@ public:
     void sent(qint64 atNs);
     void received(qint64 atNs, qint64 roundTripNs);
     void lost(qint64 atNs);
-    /** It is at least this late; the run's end for example. */
+    /** Advances the time to `atNs`, for example to the run's end. */
     void advanceTo(qint64 atNs);
 
-    /** From the run's start to the latest moment told, without a gap. */
+    /** Returns all spans from the run's start to the latest time reported, without gaps. */
     std::vector<TimeSpan> spans() const;
-    /** The last whole second; nothing in the first one. */
+    /** The last complete second; no value during the first second. */
     const std::optional<TimeSpan>& lastSecond() const { return closedSecond; }
 
 private:
@@ -66,14 +67,14 @@ private:
     struct Level
     {
         Open open;
-        std::vector<TimeSpan> closed; ///< emptied when they became too many
+        std::vector<TimeSpan> closed; ///< cleared once there are more than `most`
     };
 
     void closeSecond();
 
-    /** What a level closes is merged into the open span of the next. */
+    /** A closed span of one level is merged into the open span of the next level. */
     std::vector<Level> levels;
     std::optional<TimeSpan> closedSecond;
-    quint64 seconds = 0; ///< closed so far
+    quint64 seconds = 0; ///< number of closed seconds
     qint64 latestNs = 0;
 };

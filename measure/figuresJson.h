@@ -5,8 +5,8 @@
 #include <QJsonObject>
 
 /**
- * The figures of a run as members for its report; docs/runner.md tells their names and units.
- * Microseconds are rounded to a tenth, seconds and the ends of bins to a thousandth. A figure for
- * which there is no measurement is null. `sent`, `received` and `sendingNs` are not among them.
+ * Returns the figures of a run as members for its report; docs/runner.md lists their names and
+ * units. Microseconds are rounded to a tenth, seconds and bin limits to a thousandth. A figure
+ * without a measurement is null. `sent`, `received` and `sendingNs` are not included.
  */
 QJsonObject figuresJson(const RunFigures& figures);

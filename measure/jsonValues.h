@@ -6,17 +6,17 @@
 
 class QDateTime;
 
-/** Values as all reports have them. */
+/** JSON values in the form common to all reports. */
 namespace jsonValues {
 
-/** `value` with so many decimals, as figures are given no finer than they are measured. */
+/** Rounds `value` to `decimals` places, so that figures are not finer than they are measured. */
 double rounded(double value, int decimals);
-/** The same; null for nothing. */
+/** Like rounded(double, int); null without a value. */
 QJsonValue rounded(const std::optional<double>& value, int decimals);
 
 QJsonValue count(quint64 value);
 
-/** Null for nothing. */
+/** Null without a value. */
 template <typename Value> QJsonValue orNull(const std::optional<Value>& value)
 {
     return value ? QJsonValue(*value) : QJsonValue();
@@ -25,7 +25,7 @@ template <typename Value> QJsonValue orNull(const std::optional<Value>& value)
 /** Null for an empty text. */
 QJsonValue orNull(const QString& text);
 
-/** Date and time of day to the millisecond, with the offset to UTC. */
+/** Formats date and time to the millisecond, with the offset to UTC. */
 QString isoTime(const QDateTime& time);
 
 } // namespace jsonValues

@@ -6,7 +6,9 @@
 
 #include <optional>
 
-/** Faults that the kernel has counted on a line, since it set the line up unless said otherwise. */
+/**
+ * Errors that the kernel has counted on a line, since the line was set up unless said otherwise.
+ */
 struct LineErrorCounts
 {
     quint32 framing = 0;
@@ -18,7 +20,7 @@ struct LineErrorCounts
     bool operator==(const LineErrorCounts&) const = default;
 };
 
-/** The same as far as it is known; nothing where 0 may only mean that the driver does not count. */
+/** Like LineErrorCounts, but with no value where 0 may only mean that the driver does not count. */
 struct KnownLineErrors
 {
     std::optional<quint32> framing{};
@@ -30,19 +32,19 @@ struct KnownLineErrors
     bool operator==(const KnownLineErrors&) const = default;
 };
 
-/** What came between two readings. The counters start again from 0 after 2^32 - 1. */
+/** Returns the errors counted between two readings. A counter wraps to 0 after 2^32 - 1. */
 LineErrorCounts countedBetween(const LineErrorCounts& start, const LineErrorCounts& end);
 
 /**
- * Counts the faults of one line for as long as it lives, with a descriptor of its own that leaves
- * the line's settings, locks and bytes alone. One thread.
+ * Counts the errors of one line while the object exists. It uses its own descriptor and does not
+ * touch the line's settings, locks or data. One thread.
  */
 class LineErrors
 {
 public:
     /**
-     * Begins to count on the device `path`, which should be open already: opening raises DTR.
-     * `countedKinds`: what its driver counts.
+     * Starts counting on the device `path`. The device should be open already, because opening it
+     * raises DTR. `countedKinds` are the errors that its driver counts.
      */
     LineErrors(const QString& path, CountedErrors countedKinds);
     ~LineErrors();
@@ -50,8 +52,8 @@ public:
     LineErrors& operator=(const LineErrors&) = delete;
 
     /**
-     * Faults since construction. Nothing when no kind is known, when the driver has no counters, as
-     * for a pseudo-terminal, and when the device could not be opened or has gone.
+     * Returns the errors since construction. No value when no kind is known, when the driver has no
+     * counters (as for a pseudo-terminal), or when the device could not be opened or is gone.
      */
     std::optional<KnownLineErrors> sinceStart() const;
 

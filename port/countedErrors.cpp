@@ -17,21 +17,21 @@ struct Driver
 
 /** From the drivers' sources in Linux 6.1. docs/ports.md shows the same table. */
 constexpr Driver drivers[]{
-    // Chips like the 16550 give a status with each byte, and the driver counts by it before it
-    // heeds any setting. Relatives that may move bytes by DMA are left out: they lose some errors.
+    // UARTs like the 16550 give a status with each byte, and the driver counts errors before it
+    // checks any setting. Related drivers that may use DMA are not listed: they miss some errors.
     {"serial", all}, // on the mainboard, and on PCI cards
     {"serial8250", all},
     {"exar_serial", all},
     {"8250_pericom", all},
-    // The same, but with DMA a full buffer is only logged.
+    // Like the above, but with DMA a full buffer is only logged.
     {"uart-pl011", ofTheChip},
     // The adapter sends a status with each packet of bytes. No USB driver counts a full buffer.
     {"ftdi_sio", ofTheChip},
-    // It is told of errors only while INPCK is set, which a raw line clears.
+    // The driver gets errors only while INPCK is set; a raw line clears it.
     {"cp210x", none},
-    // It counts what the device reports by itself, and a device need not report anything.
+    // The driver counts what the device reports, but a device need not report errors.
     {"cdc_acm", none},
-    // They neither count nor answer when asked for counts.
+    // These drivers do not count errors and do not answer requests for counts.
     {"ch341-uart", none},
     {"pl2303", none},
 };

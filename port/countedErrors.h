@@ -2,7 +2,10 @@
 
 #include <QString>
 
-/** Kinds of line error that a driver counts whenever they happen; a 0 of another tells nothing. */
+/**
+ * The kinds of line error that a driver always counts. For the other kinds, a count of 0 tells
+ * nothing.
+ */
 struct CountedErrors
 {
     bool framing = false;
@@ -13,7 +16,7 @@ struct CountedErrors
 };
 
 /**
- * What the driver, named as in PortAdapter, counts on a line as vnSerialComs sets it up. Nothing
- * for a driver that is not known.
+ * Returns which errors the driver counts on a line configured by vnSerialComs. `driver` is named as
+ * in PortAdapter. All are false for an unknown driver.
  */
 CountedErrors countedErrors(const QString& driver);

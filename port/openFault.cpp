@@ -37,7 +37,7 @@ QString openFault(const QString& path)
 {
     const QByteArray device = path.toLocal8Bit();
     const int descriptor = ::open(device.constData(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-    const int error = errno; // before the look-up of the group changes it
+    const int error = errno; // saved before the group lookup changes it
     if (descriptor < 0)
         return openFaultText(error, owningGroup(device));
     const bool locked = ::flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;

@@ -3,11 +3,15 @@
 #include <QString>
 
 /**
- * Why this process cannot have the device `path`, in one line; empty when it can: the system does
- * not open it, another program has locked it, or its line cannot be set up. Tries all that and
- * leaves the settings as they are, so it is meant for a port that this process has not open.
+ * Returns why this process cannot use the device `path`, in one line; empty when it can. Reasons
+ * are: the system does not open it, another program has locked it, or its line cannot be
+ * configured. The check opens and locks the device and leaves its settings unchanged. Do not use it
+ * for a port that this process has open.
  */
 QString openFault(const QString& path);
 
-/** The text of that for the error number `error`; `ownerGroup` is the group that owns the node. */
+/**
+ * Returns that text for the error number `error`. `ownerGroup` is the group that owns the device;
+ * empty: not known.
+ */
 QString openFaultText(int error, const QString& ownerGroup);

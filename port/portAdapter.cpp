@@ -25,7 +25,9 @@ QString parentOf(const QString& device)
     return QFileInfo(device).path();
 }
 
-/** The first of `device` and what it is part of that has the attribute; empty: none. */
+/**
+ * Returns the first of `device` and its parent devices that has the attribute `name`; empty: none.
+ */
 QString ownerOf(QString device, const char* name)
 {
     while (device.startsWith(u"/sys/devices/")) {
@@ -47,7 +49,7 @@ std::optional<PortAdapter> portAdapter(const QString& path)
                                    .arg(major(node.st_rdev))
                                    .arg(minor(node.st_rdev)))
                          .canonicalFilePath();
-    // The chips on a board have devices of the kernel's own making above them.
+    // For on-board UARTs the kernel puts "serial-base" devices between the port and the chip.
     while (linkedName(device, "subsystem") == u"serial-base")
         device = parentOf(device);
     if (device.isEmpty())

@@ -4,19 +4,22 @@
 
 #include <optional>
 
-/** The hardware behind a port as the kernel describes it. A text that it does not tell is empty. */
+/** The hardware behind a port, as the kernel describes it. Unknown texts are empty. */
 struct PortAdapter
 {
     QString driver;
-    QString vendorId;  ///< four hexadecimal digits, of a USB adapter
-    QString productId; ///< likewise
+    QString vendorId;  ///< four hexadecimal digits; USB adapters only
+    QString productId; ///< four hexadecimal digits; USB adapters only
     QString serialNumber;
     QString product;                     ///< the adapter's name
-    std::optional<int> latencyTimerMs{}; ///< longest that received bytes are held back, if they are
-    QString latencyTimerFile;            ///< where that is set
-    bool suspends = false;               ///< USB: may be put to sleep when it is not used
-    QString suspendFile;                 ///< where that is set
+    std::optional<int> latencyTimerMs{}; ///< longest delay of received bytes, if any
+    QString latencyTimerFile;            ///< file that sets `latencyTimerMs`
+    bool suspends = false;               ///< USB: may be suspended when unused
+    QString suspendFile;                 ///< file that sets `suspends`
 };
 
-/** The adapter behind the device node `path`, links followed; nothing for a pseudo-terminal. */
+/**
+ * Returns the adapter behind the device node `path`; follows links. No value if there is none, as
+ * for a pseudo-terminal.
+ */
 std::optional<PortAdapter> portAdapter(const QString& path);

@@ -12,11 +12,11 @@
 
 namespace {
 
-/** Above it echoes wait in the adapter, below it no adapter can be set. */
+/** With a longer timer echoes wait in the adapter; no adapter can be set to a shorter one. */
 constexpr int bestLatencyTimerMs = 1;
 constexpr auto modemProgram = "ModemManager";
 
-/** True when a rule of this system has ModemManager leave the port alone. */
+/** True when a udev rule tells ModemManager to ignore the port. */
 bool isHiddenFromModemProgram(const QString& path)
 {
     struct stat node = {};

@@ -12,7 +12,7 @@
 
 namespace {
 
-/** First and last of the device numbers that the kernel gives to pseudo-terminals. */
+/** First and last major device number that the kernel gives to pseudo-terminals. */
 constexpr unsigned firstPtyMajor = 136;
 constexpr unsigned lastPtyMajor = 143;
 
@@ -77,8 +77,8 @@ QList<PortUser> lockHolders(const QString& path)
                                   .arg(node->st_ino)
                                   .toLatin1();
     QList<PortUser> holders;
-    // Number, kind, manner, access, process, file; whoever waits for a lock has an arrow for a
-    // kind.
+    // Fields: number, type, mode, access, process, file. A process that waits for a lock has "->"
+    // in the type's place.
     for (const QByteArray& line : contentOf(QStringLiteral("/proc/locks")).split('\n')) {
         const QList<QByteArray> fields = line.simplified().split(' ');
         if (fields.value(1) == "FLOCK" && fields.value(5) == wanted && fields[4].toLongLong() > 0)

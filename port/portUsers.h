@@ -8,26 +8,30 @@
 struct PortUser
 {
     qint64 processId{};
-    QString program; ///< as the kernel names it, at most 15 bytes; empty: it does not tell
+    QString program; ///< the kernel's name for it, at most 15 bytes; empty: not known
 
     bool operator==(const PortUser&) const = default;
 };
 
 /**
- * The processes that have a lock by flock() on the device node `path`, links followed. Empty when
- * there is none or the node cannot be looked at, and when the holder is outside of this container.
+ * Returns the processes that hold a flock() lock on the device node `path`; follows links. Empty
+ * when there is none, when the node cannot be examined, or when the holder is outside this
+ * container.
  */
 QList<PortUser> lockHolders(const QString& path);
 
 /**
- * The processes, without this one, that have the device `path` open, links followed, as far as this
- * process may look; without root's rights those are the user's own. Empty for a pseudo-terminal,
- * whose other side keeps it open as a rule, and for what is no character device.
+ * Returns the other processes that have the device `path` open; follows links. Without root's
+ * rights it sees only the user's own processes. Empty for a pseudo-terminal, because its other side
+ * usually keeps it open, and for anything that is not a character device.
  */
 QList<PortUser> portOpeners(const QString& path);
 
-/** The processes that run a program with one of these names, as the kernel names it. */
+/** Returns the processes that run a program with one of these names, as the kernel names it. */
 QList<PortUser> runningPrograms(const QStringList& names);
 
-/** "in use by", followed by programs and process numbers; "another program" for an empty list. */
+/**
+ * Returns "in use by" and a list of programs with process numbers; "another program" for an empty
+ * list.
+ */
 QString inUseText(const QList<PortUser>& users);

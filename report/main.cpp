@@ -16,8 +16,8 @@ namespace {
 struct Reports
 {
     std::vector<Run> runs;
-    std::optional<LinkSurvey> survey; ///< then there are no runs
-    bool complete = true;             ///< all could be read
+    std::optional<LinkSurvey> survey; ///< if it has a value, there are no runs
+    bool complete = true;             ///< all reports could be read
 };
 
 void complain(Program& program, const QString& message)
@@ -25,7 +25,7 @@ void complain(Program& program, const QString& message)
     program.complain(printable(message));
 }
 
-/** Complains of those that cannot be shown. */
+/** Reads the reports and complains about those that cannot be shown. */
 Reports readReports(const QStringList& files, Program& program)
 {
     Reports reports;

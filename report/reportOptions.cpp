@@ -30,7 +30,7 @@ void addOptions(QCommandLineParser& parser)
                                  QStringLiteral("report..."));
 }
 
-/** In one line what is wrong with `options`; empty: nothing. */
+/** Returns what is wrong with `options`, in one line; empty: nothing. */
 QString fault(const QCommandLineParser& parser, const ReportOptions& options)
 {
     if (options.files.isEmpty())
@@ -41,7 +41,7 @@ QString fault(const QCommandLineParser& parser, const ReportOptions& options)
     if (options.onTerminal && options.htmlPath == u"-")
         return QStringLiteral(
             "--html: \"-\" is not allowed with --text, which needs standard output");
-    const QString target = QFileInfo(options.htmlPath).canonicalFilePath(); // empty: not there yet
+    const QString target = QFileInfo(options.htmlPath).canonicalFilePath(); // empty: no such file
     for (const QString& file : options.files)
         if (!target.isEmpty() && QFileInfo(file).canonicalFilePath() == target)
             return QStringLiteral("--html: \"%1\" is one of the reports").arg(options.htmlPath);

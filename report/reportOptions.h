@@ -3,18 +3,18 @@
 #include <QString>
 #include <QStringList>
 
-/** What the command line of packetbrask-report asks for. */
+/** The command-line settings of packetbrask-report. */
 struct ReportOptions
 {
     enum class Outcome { Report, ShowText, Error };
 
     Outcome outcome = Outcome::Report;
-    QString message;         ///< the help, the version, or in one line what is wrong
+    QString message;         ///< the help, the version, or a complaint in one line
     QStringList files;       ///< the reports, as given; at least one
     QString htmlPath;        ///< "-": standard output; empty: no page
     bool onTerminal = false; ///< print the text report
-    QString by;              ///< a tag; empty: none
+    QString by;              ///< the tag that groups a batch; empty: none
 };
 
-/** Reads `arguments`, the program's name first. Without --html the text is asked for. */
+/** Reads `arguments`, the program's name first. Without --html, the text report is printed. */
 ReportOptions parseReportOptions(const QStringList& arguments);

@@ -4,18 +4,18 @@
 
 class QDateTime;
 
-/** The event file of one run. Every function is for one thread. */
+/** The event file of one run. Call all functions on one thread. */
 class EventWriter
 {
 public:
-    /** Makes the file and writes its first line; result and fault() as of RowFile::open(). */
+    /** Creates the file and writes its header; result and fault() as in RowFile::open(). */
     bool open(const QString& path);
-    /** Appends one row to an open file; result and fault() as of RowFile::append(). */
+    /** Appends one row to an open file; result and fault() as in RowFile::append(). */
     bool add(const QDateTime& time, const QString& type, const QString& message);
     /** See RowFile::close(). */
     bool close() { return file.close(); }
 
-    /** The first thing that went wrong, in one line; empty: nothing. */
+    /** One line: the first error; empty if none. */
     QString fault() const { return file.fault(); }
 
 private:

@@ -7,7 +7,7 @@
 
 namespace {
 
-/** Room for the rows of a second, so that a row seldom has to make room. */
+/** Bytes reserved for the rows of a second, so that adding a row seldom allocates memory. */
 constexpr qsizetype usualRows = 65536;
 
 const char* fateName(PingFate fate)

@@ -8,19 +8,20 @@
 #include <mutex>
 
 /**
- * The ping file: a row for every ping of a run, in the order of their numbers.
+ * The ping file: one row for every ping of a run, in the order of their ids.
  *
- * Rows are taken on the engine's thread, which no disk may hold up, and written by flush(). All but
- * pingEnded() is for the thread that made the object.
+ * pingEnded() is called on the engine's thread and only stores the row, because disk access must
+ * not delay that thread; flush() writes the rows. Call all other functions on the thread that
+ * created the object.
  */
 class PingLog : public PingSink
 {
 public:
-    /** Makes the file and writes its first line; result and fault() as of RowFile::open(). */
+    /** Creates the file and writes its header; result and fault() as in RowFile::open(). */
     bool open(const QString& path);
-    /** Writes what has been taken; result and fault() as of RowFile::append(). */
+    /** Writes the rows stored so far; result and fault() as in RowFile::append(). */
     bool flush();
-    /** Writes the rest and closes the file; result and fault() as of RowFile::close(). */
+    /** Writes the remaining rows and closes the file; result and fault() as in RowFile::close(). */
     bool close();
     QString fault() const { return file.fault(); }
 

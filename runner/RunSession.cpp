@@ -33,7 +33,7 @@ RunSession::RunSession(const RunOptions& asked, TerminalOutput& terminal, QObjec
               .payload = asked.payload,
               .isLoopback = asked.isLoopback})
 {
-    statusTimer.setTimerType(Qt::PreciseTimer); // or seconds would be shown twice
+    statusTimer.setTimerType(Qt::PreciseTimer); // a coarse timer could show a second twice
     connect(&statusTimer, &QTimer::timeout, this, &RunSession::updateStatus);
     listen();
 }
@@ -186,12 +186,15 @@ void RunSession::onRunEnded()
     finish(static_cast<int>(written ? verdict.status : ExitStatus::OutputFailed));
 }
 
-/** Writes both as far as that goes, and complains. Whether both are written. */
+/**
+ * Writes both reports, also if one of them fails, and complains about errors. True when both are
+ * written.
+ */
 bool RunSession::writeReports(const Verdict& verdict)
 {
     const QString junitFault =
         writeOutput(reportKind(), options.junitPath, junitReport(options, outcome, verdict));
-    // The other one has the exit status, which is not to be what the program does not end with.
+    // The other report contains the verdict, which must agree with the program's exit status.
     if (outcome.outputFault.isEmpty())
         outcome.outputFault = junitFault;
     const QJsonObject report = runReport(options, outcome, judge(options, outcome));

@@ -17,8 +17,9 @@ class TerminalOutput;
 struct Verdict;
 
 /**
- * One run from opening the port to closing it, with its event file and its report. Lives on the
- * thread that makes it, which needs an event loop; every function is for that thread.
+ * One run, from opening the port to closing it, with its event file and its report. The object
+ * lives on the thread that creates it, which needs an event loop. Call every function on that
+ * thread.
  */
 class RunSession : public QObject
 {
@@ -27,15 +28,18 @@ class RunSession : public QObject
 public:
     /** `terminal` is not owned and must outlive this object. */
     RunSession(const RunOptions& options, TerminalOutput& terminal, QObject* parent = nullptr);
-    /** Begins; once in the object's life. */
+    /** Starts the session; call it once per object. */
     void start();
 
 public slots:
-    /** Ends the run in order, once it has begun; finished() follows. Repeated calls do nothing. */
+    /**
+     * Ends the run in an orderly way, once it has begun; finished() follows. Repeated calls do
+     * nothing.
+     */
     void requestEnd();
 
 signals:
-    /** Once, with an ExitStatus, when everything is written and the port is closed. */
+    /** Emitted once, with an ExitStatus, when everything is written and the port is closed. */
     void finished(int exitStatus);
 
 private:
@@ -60,15 +64,15 @@ private:
     PingLog pings;
     EngineDriver engine;
 
-    bool running = false; ///< from the request for the run to its end
+    bool running = false; ///< from startRun() to the end of the run
     bool endRequested = false;
-    bool recording = false;     ///< from the run's begin to its end
-    bool isWithoutCode = false; ///< the next line is on an error reply that carried no code
+    bool recording = false;     ///< from the begin to the end of the run
+    bool isWithoutCode = false; ///< the next log line is about an error reply without a code
     int exitStatus = 0;
 
     RunOutcome outcome;
     EventWriter events;
-    std::optional<LineErrors> lineErrors; ///< while the run lasts
-    QElapsedTimer clock;                  ///< runs from the run's start
+    std::optional<LineErrors> lineErrors; ///< only during the run
+    QElapsedTimer clock;                  ///< started at the run's start
     QTimer statusTimer;
 };

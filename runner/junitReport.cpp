@@ -6,7 +6,10 @@
 
 namespace {
 
-/** XML has no way to write most control characters, which a file name or a tag may contain. */
+/**
+ * Replaces characters that XML cannot represent: most control characters, which a file name or a
+ * tag may contain.
+ */
 QString writable(QString text)
 {
     std::replace_if(

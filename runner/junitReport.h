@@ -5,8 +5,8 @@
 #include <QByteArray>
 
 /**
- * The verdict as JUnit XML, as build servers show it: a test case for each thing judged. What was
- * disturbed is an error, neither passed nor a failure. Pure.
+ * Returns the verdict as JUnit XML for build servers, with one test case per check. A disturbed
+ * check is an error, neither passed nor failed. Pure.
  */
 QByteArray junitReport(const RunOptions& options, const RunOutcome& outcome,
                        const Verdict& verdict);

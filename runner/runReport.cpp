@@ -65,7 +65,10 @@ std::optional<double> perSecond(quint64 packets, const RunOutcome& outcome)
     return static_cast<double>(packets) / outcome.sendingSeconds();
 }
 
-/** `packets` went one way, and `screenBytes` a second for the module's screen. */
+/**
+ * Estimates the traffic in one direction: `packets` pings or echoes, and `screenBytes` per second
+ * for the module's screen.
+ */
 QJsonObject traffic(const RunOptions& options, const RunOutcome& outcome, quint64 packets,
                     int screenBytes)
 {
@@ -82,7 +85,7 @@ QJsonObject bothTraffics(const RunOptions& options, const RunOutcome& outcome)
 {
     const TestStats& stats = outcome.stats;
     const ScreenTraffic screen = options.writesScreen ? screenTraffic(stats) : ScreenTraffic{};
-    // A module that never echoes is not taken to answer at all.
+    // A module that never echoes is assumed to answer no screen requests either.
     const int answered = stats.packetsReceived > 0 ? screen.fromModule : 0;
     return {
         {"estimatedTrafficToModule", traffic(options, outcome, stats.packetsSent, screen.toModule)},

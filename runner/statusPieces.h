@@ -6,9 +6,10 @@
 #include <QStringList>
 
 /**
- * The pieces of one line on a run under way, see TerminalOutput::showStatus(), plain ASCII: time,
- * counts, achieved rate, and of the round trips of the last second, if there were any, the median
- * and the 99th percentile. `durationSec` as in TestConfig, `elapsedMs` since the run's start.
+ * Returns the pieces of a status line during a run, in plain ASCII, for
+ * TerminalOutput::showStatus(): time, counts, achieved rate and, if there were round trips in the
+ * last second, their median and 99th percentile. `durationSec` as in TestConfig; `elapsedMs` since
+ * the run's start.
  */
 QStringList statusPieces(const TestStats& stats, qint64 elapsedMs, int durationSec,
                          const std::optional<TimeSpan>& lastSecond);

@@ -7,7 +7,7 @@ QString percentText(double percent)
     return QString::number(percent, 'g', 4);
 }
 
-/** Milliseconds, no finer than they are measured. */
+/** Formats milliseconds, not finer than they are measured. */
 QString msText(double ms)
 {
     return QString::number(ms, 'g', 6);
@@ -70,7 +70,7 @@ QList<Check> limits(const RunOptions& options, const RunOutcome& outcome)
     return checks;
 }
 
-/** Whether the pings left that were to leave. */
+/** Checks whether the pings were sent as scheduled. */
 Check schedule(const RunOutcome& outcome, double allowedPercent)
 {
     const RunFigures& figures = outcome.figures;

@@ -9,36 +9,37 @@
 #include <QString>
 #include <QStringList>
 
-/** One thing that a run is judged by. */
+/** One criterion by which a run is judged. */
 struct Check
 {
     enum class Result {
         Kept,
         Broken,
-        Disturbed, ///< this computer spoiled the run
-        Skipped,   ///< another one that broke left nothing to judge
+        Disturbed, ///< this computer disturbed the run
+        Skipped,   ///< a broken check left nothing to judge
     };
 
     QString name;
     Result result = Result::Kept;
-    QString reason{}; ///< of Broken and Disturbed, in one line; else empty
+    QString reason{}; ///< one line for Broken and Disturbed; else empty
 };
 
-/** How a run is judged. */
+/** The verdict on a run. */
 struct Verdict
 {
     ExitStatus status = ExitStatus::Passed;
-    QList<Check> checks; ///< what was judged, most important first
+    QList<Check> checks; ///< the checks made, most important first
 
-    /** Everything that keeps the run from passing, one line each. */
+    /** Returns all reasons why the run did not pass, one line each. */
     QStringList reasons() const;
 };
 
 /**
- * Judges a finished run by the limits of `options`. Of several causes the status tells the first of
- * OutputFailed, LineLost, Failed and Disturbed; the reasons tell them all.
+ * Judges a finished run by the limits of `options`. If there are several causes, the status is the
+ * first of OutputFailed, LineLost, Failed and Disturbed that applies; the reasons contain all of
+ * them.
  */
 Verdict judge(const RunOptions& options, const RunOutcome& outcome);
 
-/** What the report calls a run that ends so. */
+/** Returns the report's verdict for a run that ends with `status`. */
 RunVerdict reportedVerdict(ExitStatus status);

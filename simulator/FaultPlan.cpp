@@ -36,7 +36,10 @@ PingDecisions FaultPlan::next()
     return plan;
 }
 
-/** 0 inclusive to 1 exclusive. The standard distributions differ from one library to the next. */
+/**
+ * Returns a number from 0 inclusive to 1 exclusive. The standard distributions are not used,
+ * because they differ between libraries.
+ */
 double FaultPlan::fraction()
 {
     return static_cast<double>(generator() >> 11U) * 0x1p-53;

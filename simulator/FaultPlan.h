@@ -6,7 +6,9 @@
 
 #include <random>
 
-/** What is done to the answer of one ping. The unbounded numbers are reduced by whoever uses them.
+/**
+ * The decisions for the answer to one ping. The user of an unbounded number reduces it to the range
+ * needed.
  */
 struct PingDecisions
 {
@@ -19,23 +21,23 @@ struct PingDecisions
     bool errorReply;
     bool report;
     bool split;
-    qint64 delayUs;        ///< delay and jitter together
-    quint64 corruptBit;    ///< picks the bit that flips
-    quint64 alterIndex;    ///< picks the byte that changes
-    quint8 alterMask;      ///< what the byte is XORed with; never 0
-    quint64 truncateTo;    ///< picks the length that remains
+    qint64 delayUs;        ///< sum of delay and jitter
+    quint64 corruptBit;    ///< selects the bit that flips
+    quint64 alterIndex;    ///< selects the byte that changes
+    quint8 alterMask;      ///< XORed with that byte; never 0
+    quint64 truncateTo;    ///< selects the remaining length
     QByteArray noise;      ///< the garbage, 1 to 40 bytes
     quint8 reportCommand;  ///< 0x80 to 0xBF
     quint8 reportDataByte; ///< the report's only data byte
-    quint64 splitIndex;    ///< picks the first byte of the second piece
+    quint64 splitIndex;    ///< selects the first byte of the second piece
 };
 
 /**
- * The seeded sequence of decisions, one for each ping in the order in which pings arrive.
+ * The seeded sequence of decisions, one for each ping, in the order of arrival.
  *
- * Every ping takes the same number of draws in the same order, so that its decisions depend on the
- * seed, on its place in the sequence and on the settings, never on the outcome of other draws.
- * Plain value; one thread at a time.
+ * Every ping takes the same number of draws in the same order. So its decisions depend on the seed,
+ * on its place in the sequence and on the settings, but never on the results of other draws. Value
+ * type; one thread at a time.
  */
 class FaultPlan
 {

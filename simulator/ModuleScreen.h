@@ -5,20 +5,26 @@
 
 #include <array>
 
-/** The module's character screen, four rows of twenty. Plain value; one thread at a time. */
+/**
+ * The module's character screen with four rows of twenty characters. Value type; one thread at a
+ * time.
+ */
 class ModuleScreen
 {
 public:
     static constexpr int rowCount = 4;
     static constexpr int columnCount = 20;
 
-    /** A blank screen. */
+    /** Makes a blank screen. */
     ModuleScreen();
 
     void clear();
-    /** Puts `text` there, as much of it as the row holds; nothing when there is no such place. */
+    /**
+     * Writes `text` at `column` and `row`, as much of it as fits in the row. Does nothing for a
+     * position outside the screen.
+     */
     void write(int column, int row, const QByteArray& text);
-    /** The rows from the top, each of 20 characters; a byte stands for its Latin-1 character. */
+    /** Returns the rows from the top, each with 20 characters; each byte is a Latin-1 character. */
     QStringList rows() const;
 
 private:

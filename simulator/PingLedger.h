@@ -6,25 +6,28 @@
 #include <map>
 
 /**
- * Keeps the record of each ping until everything that the ping was to cause has happened, and hands
- * it over then. Plain value; one thread at a time.
+ * Keeps a record of each ping until everything that the ping causes has happened, and then hands it
+ * over. Value type; one thread at a time.
  */
 class PingLedger
 {
 public:
     using Taker = std::function<void(const LedgerEntry&)>;
 
-    /** An empty `taker` makes a ledger that keeps nothing. */
+    /** `taker` receives the records. With an empty one, no records are kept. */
     explicit PingLedger(Taker taker = {}) : hand(std::move(taker)) {}
 
-    /** A ping with these data bytes has arrived. */
+    /** Begins the record of a ping that has arrived with these data bytes. */
     void open(quint64 arrival, const QByteArray& data);
-    /** `what` has happened to a ping; with `isLast` nothing more will. Nothing for one not open. */
+    /**
+     * Adds `what` to the record of a ping. With `isLast`, the record is complete and handed over.
+     * Does nothing for a ping without an open record.
+     */
     void add(quint64 arrival, const ModuleCounts& what, bool isLast);
-    /** Hands over the records still open, as they are, in the order of arrival. */
+    /** Hands over all open records as they are, in the order of arrival. */
     void close();
 
 private:
     Taker hand;
-    std::map<quint64, LedgerEntry> records; ///< by arrival
+    std::map<quint64, LedgerEntry> records; ///< key: arrival
 };

@@ -4,7 +4,7 @@
 
 #include <optional>
 
-/** A packet out of a correct frame. */
+/** A packet from a correct frame. */
 struct ReceivedPacket
 {
     quint8 command;
@@ -12,12 +12,12 @@ struct ReceivedPacket
 };
 
 /**
- * Finds frames in the bytes that a module receives. Plain value; one thread at a time.
+ * Finds frames in the bytes that a module receives. Value type; one thread at a time.
  *
- * Nothing marks a frame's start, so each byte may be one until its length or its CRC proves
- * otherwise. While the line is busy an unfinished frame is waited for: its payload may hold bytes
- * that look like a frame. Once the line is quiet the rest of it may never come, and what lies
- * behind its first byte is searched as well.
+ * Nothing marks a frame's start, so each byte may start a frame until its length or CRC proves
+ * otherwise. While the line is busy, an unfinished frame is waited for, because its payload may
+ * contain bytes that look like a frame. Once the line is quiet, the rest may never come, so the
+ * bytes after its first one are searched too.
  */
 class RequestParser
 {
@@ -27,12 +27,12 @@ public:
     void feed(const QByteArray& bytes);
 
     /**
-     * Removes the first correct frame and all in front of it; nothing when there is none yet.
-     * At most 127 bytes, the possible start of a frame, are kept after an empty result.
+     * Removes and returns the first correct frame and discards all bytes before it; no value when
+     * there is none yet. Then at most 127 bytes are kept, the possible start of a frame.
      */
     std::optional<ReceivedPacket> next(Line line);
 
-    /** True when bytes are kept that may be the start of a frame. */
+    /** Whether bytes are kept that may start a frame. */
     bool isWaiting() const { return !buffer.isEmpty(); }
 
 private:

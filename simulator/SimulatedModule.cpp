@@ -15,9 +15,9 @@ namespace {
 
 constexpr quint8 clearRequest = 6;
 constexpr quint8 writeRequest = 31;
-/** Column and row, in front of the text. */
+/** Size of column and row, which precede the text. */
 constexpr qsizetype writePrefix = 2;
-/** Longer than a byte takes at 1200 baud, shorter than any tool's patience. */
+/** Longer than a byte takes at 1200 baud, and shorter than the time-out of any tool. */
 constexpr int quietMs = 30;
 
 } // namespace

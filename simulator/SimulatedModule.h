@@ -23,58 +23,64 @@ struct Answer;
 struct AnswerPiece;
 
 /**
- * A display module on a line of its own, a pseudo-terminal: answers requests, keeps the text of its
- * screen and misbehaves as told.
+ * A simulated display module on a pseudo-terminal. It answers requests, stores the text of its
+ * screen and shows the configured faults.
  *
- * Request 0 (ping) is echoed, 6 clears the screen, 31 writes text at a column and a row; any other
- * request gets an error reply, and packets that are no request are passed over. Faults and delays
- * touch nothing but answers to pings; the others are sent at once.
+ * Request 0 (ping) is echoed, 6 clears the screen and 31 writes text at a column and a row. Any
+ * other request gets an error reply; packets that are not requests are ignored. Faults and delays
+ * affect only answers to pings; other answers are sent at once.
  *
- * Threads: lives on one thread, which needs an event loop; move the object there before open() is
- * called. Every function is for that thread only: reach them from elsewhere by QMetaObject's
- * invokeMethod(), blocking for a result. Destroy it on that thread too, or move it no further than
- * a thread that has not been started. It never waits, whatever the tool does or fails to do.
+ * Threads: the object lives on one thread, which needs an event loop; move it there before calling
+ * open(). Call every function on that thread only; from other threads use
+ * QMetaObject::invokeMethod(), blocking if you need a result. Destroy it on that thread, or before
+ * the thread that it was moved to has been started. It never blocks, whatever the program on the
+ * line does.
  */
 class SimulatedModule : public QObject
 {
     Q_OBJECT
 
 public:
-    /** Nothing is opened yet. The settings hold for the object's life. */
+    /** Does not open the line. The settings are fixed for the object's lifetime. */
     explicit SimulatedModule(const ModuleFaults& settings, QObject* parent = nullptr);
-    /** Closes the line, without a signal. */
+    /** Closes the line and emits no signal. */
     ~SimulatedModule() override;
 
     /**
-     * Opens the line and begins to answer; once in the object's life. False with errorText() when
-     * the system has no pseudo-terminal to give.
+     * Opens the line and starts answering; call it once per object. False with errorText() set when
+     * the system cannot provide a pseudo-terminal.
      */
     bool open();
     /**
-     * From now on `taker` is given the record of each ping when its answer is out, or it is settled
-     * that there will be none.
+     * From now on, `taker` receives the record of each ping when its answer has been sent or it is
+     * certain that there will be none.
      */
     void keepLedger(PingLedger::Taker taker) { ledger = PingLedger(std::move(taker)); }
-    /** Gives it those of all pings without an end, which are never spoken of again. */
+    /** Hands over the records of all pings that are not complete; they are not reported again. */
     void closeLedger() { ledger.close(); }
-    /** Why open() failed, in one line; empty after success. */
+    /** One line: why open() failed; empty after success. */
     QString errorText() const { return error; }
-    /** Path that a tool opens; empty before open(), kept after the line is gone. */
+    /** The path that a tool opens; empty before open(), kept after the line is closed. */
     QString linePath() const { return path; }
 
-    /** The counts of this moment; they stay readable after unplug() and stall(). */
+    /** The counts now; they can still be read after unplug() and stall(). */
     ModuleCounts counts() const;
-    /** The screen's rows from the top, 4 of 20 characters each. */
+    /** The screen's rows from the top: 4 with 20 characters each. */
     QStringList screen() const { return display.rows(); }
 
 public slots:
-    /** Closes the line like an adapter pulled out: the tool sees a hang-up. Nothing when closed. */
+    /**
+     * Closes the line as if the adapter were unplugged: the tool gets a hang-up. Does nothing when
+     * closed.
+     */
     void unplug();
-    /** Keeps the line open but reads and answers no more; what still waits is never sent. */
+    /**
+     * Keeps the line open but stops reading and answering. Answers that are waiting are never sent.
+     */
     void stall();
 
 signals:
-    /** The line is gone, by unplug() or by the setting for it. At most once. */
+    /** The line was closed by unplug() or by `unplugAfterMs`. At most once. */
     void unplugged();
 
 private:
@@ -92,13 +98,13 @@ private:
     RateGate gate;
     RequestParser parser;
     ModuleScreen display;
-    ModuleCounts totals; ///< without `unanswered`
+    ModuleCounts totals; ///< all but `unanswered`
     PingLedger ledger;
     QString error;
     QString path;
     std::unique_ptr<Pty> pty;
-    std::unique_ptr<QObject> traffic; ///< parent of what follows; null: neither reads nor answers
+    std::unique_ptr<QObject> traffic; ///< parent of the objects below; null: no traffic
     LineWriter* writer = nullptr;
     DelayedAnswers* delayed = nullptr;
-    QTimer* quiet = nullptr; ///< runs out when nothing has arrived for a while
+    QTimer* quiet = nullptr; ///< fires when no bytes have arrived for a while
 };

@@ -7,12 +7,12 @@
 namespace {
 
 /**
- * A ping's identity is in its first eight bytes, lowest first. An altered echo differs in the
- * highest of them or behind, so it never passes for the echo of another ping still under way.
+ * A ping's id is in its first eight bytes, lowest first. An altered echo differs in the highest of
+ * these bytes or after them, so it never looks like the echo of another open ping.
  */
 constexpr qsizetype firstAlterable = 7;
 
-/** A number from 0 to `bound` - 1; `bound` is at least 1. */
+/** Returns a number from 0 to `bound` - 1; `bound` is at least 1. */
 qsizetype below(qsizetype bound, quint64 drawn)
 {
     return static_cast<qsizetype>(drawn % static_cast<quint64>(bound));

@@ -3,25 +3,26 @@
 #include "simulator/FaultPlan.h"
 #include "simulator/line/Answer.h"
 
-/** What a module sends. Stateless functions; any thread. */
+/** Builds the answers of a module. Stateless functions; any thread. */
 namespace moduleAnswers {
 
-/** Code of an error reply: why there is no other. */
+/** Code in an error reply: the reason for it. */
 enum ErrorCode : quint8 {
-    PingRefused = 0x01,    ///< the error reply that stands in for an echo
+    PingRefused = 0x01,    ///< the error reply sent in place of an echo
     UnknownRequest = 0x02, ///< no such request
-    TooShort = 0x03,       ///< data bytes are missing
+    TooShort = 0x03,       ///< too few data bytes
 };
 
-/** Silence between the two pieces of a split answer, in milliseconds. */
+/** Pause between the two pieces of a split answer, in milliseconds. */
 inline constexpr int splitPauseMs = 15;
 
-/** The faultless answer without data. */
+/** Returns the correct reply without data. */
 Answer reply(quint8 request);
 Answer errorReply(quint8 request, ErrorCode code);
 /**
- * The answer to the ping that arrived at this place, with this payload, and all its faults;
- * `plan.drop` and `plan.delayUs` are the caller's.
+ * Returns the answer to a ping, with the faults in `plan`. `arrival` is the ping's place among the
+ * pings that have arrived; `pingData` is its payload. The caller handles `plan.drop` and
+ * `plan.delayUs`.
  */
 Answer echo(quint64 arrival, const QByteArray& pingData, const PingDecisions& plan);
 

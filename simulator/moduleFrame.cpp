@@ -16,7 +16,7 @@ QByteArray moduleFrame::make(quint8 command, const QByteArray& data)
 
 quint16 moduleFrame::crc(QByteArrayView covered)
 {
-    // The same bytes: Qt's have the type char, those of the link layer uint8_t.
+    // Converts the type: Qt uses char, the link layer uint8_t.
     const auto* bytes =
         reinterpret_cast<const uint8_t*>(covered.data()); // NOLINT(*-reinterpret-cast)
     return vnPacketComs::calculateCRC(bytes, static_cast<uint16_t>(covered.size()));

@@ -3,22 +3,22 @@
 #include <QByteArray>
 #include <QByteArrayView>
 
-/** The frame on the line, seen from the module. Stateless functions; any thread. */
+/** Frames on the line, from the module's view. Stateless functions; any thread. */
 namespace moduleFrame {
 
-/** Command and data length, in front of the data. */
+/** Size of command and data length, which precede the data. */
 inline constexpr qsizetype headerLength = 2;
-/** Command bits that tell what kind of packet it is; the rest is the request's code. */
+/** Bits of the command that give the packet type; the others are the request's code. */
 inline constexpr quint8 typeMask = 0xC0;
 inline constexpr quint8 replyType = 0x40;
 inline constexpr quint8 reportType = 0x80;
 inline constexpr quint8 errorType = 0xC0;
-/** The request that is to be echoed. */
+/** The request that the module echoes. */
 inline constexpr quint8 pingRequest = 0;
 
-/** A complete frame; at most 124 bytes of `data`. */
+/** Returns a complete frame; `data` has at most 124 bytes. */
 QByteArray make(quint8 command, const QByteArray& data);
-/** The CRC that has to follow `covered`: command, length and data. */
+/** Returns the CRC of `covered`: command, length and data. */
 quint16 crc(QByteArrayView covered);
 
 } // namespace moduleFrame

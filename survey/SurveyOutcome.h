@@ -11,21 +11,21 @@
 #include <optional>
 #include <vector>
 
-/** A moment of a survey. */
+/** A point in time during a survey. */
 struct SurveyMoment
 {
     double seconds = 0; ///< since the survey's start
     QDateTime time{};   ///< local time
 };
 
-/** What a survey leaves behind. */
+/** The results of a survey. */
 struct SurveyOutcome
 {
     std::vector<SizeResult> sizes{};
     QDateTime start{}; ///< local time
     QDateTime end{};
-    std::optional<SurveyMoment> silentSince{}; ///< of the last echo, where the module fell silent
-    QStringList reasons{}; ///< why it is incomplete or found no rate, one line each
+    std::optional<SurveyMoment> silentSince{}; ///< last echo, if the module stopped answering
+    QStringList reasons{}; ///< why the survey is incomplete or found no rate, one line each
     std::optional<HostFacts> host{};
     std::optional<PortAdapter> adapter{};
     int exitStatus = 0;

@@ -19,11 +19,13 @@
 namespace {
 
 constexpr int statusMs = 1000;
-/** At most; no more than half of what the line has room for. */
+/** Highest ping rate while waking; also at most half of what the line can carry. */
 constexpr int wakingRate = 10;
-/** A module that starts anew when its port is opened has so long to do so. */
+/** Time for the module to answer, because it may restart when its port is opened. */
 constexpr int wakingMs = 3000;
-/** The first ping of a run at 1 a second leaves after a second, so until then it only listens. */
+/**
+ * A run at 1 ping per second sends its first ping after one second, so until then it only listens.
+ */
 constexpr int longestListenMs = 900;
 constexpr int patienceMs = 10000;
 
@@ -36,7 +38,7 @@ QString reportKind()
 
 SurveySession::SurveySession(const SurveyOptions& asked, TerminalOutput& terminal, QObject* parent)
     : QObject(parent), options(asked), output(terminal),
-      // The capacity is to be the pings' alone, so the module's screen is left alone.
+      // The module's screen is not written, so that the pings have the whole line.
       engine({.writesScreen = false, .timeoutMs = asked.timeoutMs}),
       survey(asked.sizesBytes, asked.baudRate, asked.partialLossPercent)
 {
@@ -152,7 +154,7 @@ void SurveySession::onStatsUpdated()
         engine.endRun();
 }
 
-/** Whether so much is lost already that the rest of the trial makes no difference. */
+/** Whether so many pings are lost that the rest of the trial cannot change its result. */
 bool SurveySession::isHopeless() const
 {
     const Survey::Next next = *survey.next();
@@ -227,7 +229,10 @@ void SurveySession::afterTrial()
     }
 }
 
-/** Some modules answer nothing that comes too fast, so slow pings settle what a silence means. */
+/**
+ * Some modules do not answer pings that come too fast, so slow pings show whether the module still
+ * answers.
+ */
 void SurveySession::afterAsking()
 {
     const Trial asked = trialMade(*survey.next(), engine.figures(), options.timeoutMs, false);
@@ -309,7 +314,10 @@ void SurveySession::end(ExitStatus status, const QString& reason)
     engine.disconnectPort();
 }
 
-/** Writes both as far as that goes, and complains. Whether both are written. */
+/**
+ * Writes the table and the report, also if one of them fails, and complains about errors. True when
+ * both are written.
+ */
 bool SurveySession::writeResult()
 {
     QString tableFault;

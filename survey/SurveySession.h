@@ -13,9 +13,9 @@
 class TerminalOutput;
 
 /**
- * One survey from opening the port to closing it: makes the trials over one connection, prints the
- * table and writes the report, of a survey that ended early too. Lives on the thread that makes it,
- * which needs an event loop; every function is for that thread.
+ * One survey, from opening the port to closing it. It makes the trials over one connection, prints
+ * the table and writes the report, also if the survey ended early. The object lives on the thread
+ * that creates it, which needs an event loop. Call every function on that thread.
  */
 class SurveySession : public QObject
 {
@@ -26,24 +26,27 @@ public:
     SurveySession(const SurveyOptions& options, TerminalOutput& terminal,
                   QObject* parent = nullptr);
 
-    /** Begins; once in the object's life. */
+    /** Starts the survey; call it once per object. */
     void start();
 
 public slots:
-    /** Ends the survey with what is known; finished() follows. Repeated calls do nothing. */
+    /**
+     * Ends the survey and keeps the results so far; finished() follows. Repeated calls do nothing.
+     */
     void requestEnd();
 
 signals:
-    /** Once, with an ExitStatus, when everything is written and the port is closed. */
+    /** Emitted once, with an ExitStatus, when everything is written and the port is closed. */
     void finished(int exitStatus);
 
 private:
-    /** What the pings under way are for. */
+    /** The purpose of the current run. */
     enum class Stage {
-        Waking,    ///< to see whether the module answers at all
+        Waking,    ///< to see whether the module answers at all, before the first trial
         Measuring, ///< a trial
         Asking,    ///< to see whether the module still answers, after a trial without an answer
-        Listening, ///< none are sent, so that late echoes of a trial do not get into the next
+        Listening, ///< no pings are sent, so that late echoes of one trial are not counted in the
+                   ///< next
     };
 
     void listen();
@@ -81,14 +84,14 @@ private:
     bool pinging = false; ///< from the request for a run to its end
     bool endRequested = false;
     bool lineIsLost = false;
-    bool cutShort = false; ///< this trial
-    int runMs = 0;         ///< length of the run under way
-    int quietMs = 0;       ///< for how long nothing has been heard
+    bool cutShort = false; ///< the current trial was ended early
+    int runMs = 0;         ///< length of the current run
+    int quietMs = 0;       ///< how long the line has been quiet
     QTimer runTimer;
     QTimer statusTimer;
-    QElapsedTimer listening; ///< runs since the trial's end
+    QElapsedTimer listening; ///< started at the end of the trial
     QElapsedTimer sinceStart;
-    quint64 echoesTaken = 0; ///< of the run under way
-    SurveyMoment lastEcho;   ///< of whatever run, as far as the engine has told
-    Trial silentTrial;       ///< the one that Stage::Asking follows
+    quint64 echoesTaken = 0; ///< echoes of the current run already counted
+    SurveyMoment lastEcho;   ///< last echo of any run that the engine reported
+    Trial silentTrial;       ///< the trial without an answer that led to Stage::Asking
 };

@@ -55,7 +55,7 @@ void readSizes(const QCommandLineParser& parser, OptionReader& reader, QList<int
     }
 }
 
-/** Milliseconds that a ping of the largest size and its echo take at the least. */
+/** Shortest possible time of a ping of the largest size and its echo, in milliseconds. */
 double shortestRoundTripMs(const SurveyOptions& options)
 {
     TestConfig config;

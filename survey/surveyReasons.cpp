@@ -4,7 +4,7 @@
 
 namespace {
 
-/** In how many pings one is lost. */
+/** Returns the number of pings per lost ping. */
 QString oneInText(const LossCount& count)
 {
     const double oneIn = static_cast<double>(count.tried) / static_cast<double>(count.lost);
@@ -14,7 +14,7 @@ QString oneInText(const LossCount& count)
 
 QString sizeReason(const SizeResult& size, int timeoutMs)
 {
-    // The search ends at the lowest rate.
+    // When no rate passed, the search ended at the lowest rate.
     if (size.lossless == 0 && size.trials.back().lateUs)
         return lateText(*size.trials.back().lateUs, timeoutMs);
     if (size.comparison.even)

@@ -4,14 +4,20 @@
 
 #include <QStringList>
 
-/** Why sizes have no rate without loss, a line for each. `timeoutMs` as in TestConfig. Pure. */
+/**
+ * Returns why sizes have no rate without loss, one line per size. `timeoutMs` as in TestConfig.
+ * Pure.
+ */
 QStringList sizeReasons(const std::vector<SizeResult>& sizes, int timeoutMs);
 
-/** "loses 1 in 1000 at every rate", to two digits, or up to which rate. Pure. */
+/**
+ * Returns for example "loses 1 in 1000 at every rate", with two significant digits, or up to which
+ * rate. Pure.
+ */
 QString evenLossText(const EvenLoss& loss);
 
-/** That echoes came after the time-out only; the shortest round trip is `lateUs`. Pure. */
+/** Says that echoes came only after the time-out. `lateUs` is the shortest round trip. Pure. */
 QString lateText(double lateUs, int timeoutMs);
 
-/** That nothing of `trial` came back, and since when nothing has. Pure. */
+/** Says that nothing came back in `trial`, and since when there has been no echo. Pure. */
 QString silentText(const Trial& trial, const SurveyMoment& lastEcho);

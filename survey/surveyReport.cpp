@@ -45,7 +45,7 @@ QJsonObject trialJson(const Trial& trial)
     };
 }
 
-/** A rate found, and its share of the capacity. */
+/** Returns a rate found and its share of the capacity; null without a rate. */
 QJsonValue rateJson(const SizeResult& size, const std::optional<int>& rate)
 {
     if (!rate)

@@ -5,5 +5,7 @@
 
 #include <QJsonObject>
 
-/** The report of a survey, ended early or not; docs/survey.md lists its fields. Pure. */
+/**
+ * Returns the report of a survey, complete or ended early; docs/survey.md lists its fields. Pure.
+ */
 QJsonObject surveyReport(const SurveyOptions& options, const SurveyOutcome& outcome);

@@ -4,5 +4,5 @@
 
 #include <QString>
 
-/** The answers as lines for a terminal, ASCII; what is not known is a dash. Pure. */
+/** Returns the results as a table for a terminal, in ASCII; unknown values are a dash. Pure. */
 QString surveyTable(const SurveyOutcome& outcome, double partialLossPercent);

@@ -4,7 +4,7 @@
 
 namespace {
 
-/** Whatever came that is no unchanged echo in time. */
+/** Counts all received packets that are not an unchanged echo in time. */
 quint64 otherAnswers(const RunFigures& figures)
 {
     const RunFigures::Unexpected& heard = figures.unexpected;

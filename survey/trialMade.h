@@ -4,13 +4,16 @@
 #include "survey/search/Survey.h"
 
 /**
- * What became of the trial `next`, by the figures of its run; `timeoutMs` as in TestConfig. An echo
- * that took longer than that is late even where the engine still took it. Pure.
+ * Returns the result of the trial `next` from the figures of its run; `timeoutMs` as in TestConfig.
+ * An echo that took longer counts as late, even if the engine accepted it. Pure.
  */
 Trial trialMade(const Survey::Next& next, const RunFigures& figures, int timeoutMs, bool cutShort);
 
-/** The shortest round trip in microseconds if echoes came after the time-out only; else nothing. */
+/**
+ * Returns the shortest round trip in microseconds if all echoes came after the time-out; no value
+ * if one came in time or none came.
+ */
 std::optional<double> lateOnlyUs(const RunFigures& figures, int timeoutMs);
 
-/** Whether an echo came in time. */
+/** Whether at least one echo came in time. */
 bool cameInTime(const RunFigures& figures, int timeoutMs);

@@ -2,14 +2,14 @@
 
 #include "survey/search/Survey.h"
 
-/** The last trial of `size`, for the log. Pure. */
+/** Describes the last trial of `size` for the log. Pure. */
 QString trialText(const SizeResult& size);
 
-/** What was found for `size`, which is complete, for the log. Pure. */
+/** Describes the results for `size`, which must be complete, for the log. Pure. */
 QString foundText(const SizeResult& size);
 
 /**
- * The pieces of the status line while `next` is made, the place of its size being one of `sizes`;
- * see TerminalOutput::showStatus(). Pure.
+ * Returns the pieces of the status line during the trial `next`; see TerminalOutput::showStatus().
+ * `sizes` is the number of sizes and `secondsLeft` the estimated rest of the survey. Pure.
  */
 QStringList nextPieces(const Survey::Next& next, qsizetype sizes, double secondsLeft);

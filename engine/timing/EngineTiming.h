@@ -9,71 +9,76 @@
 
 class QObject;
 
-/** Which timing drives a run: WindowTiming or ExactTiming. */
+/** The timing of a run: WindowTiming or ExactTiming. */
 enum class TimingKind { Window, Exact };
 
 /**
- * Decides when an engine acts. It has the clock, the timers and the waits; the engine gives it the
- * callbacks. WindowTiming is the window's. ExactTiming measures to the microsecond.
+ * Decides when an engine acts. It contains the clock, the timers and the waits; the engine gives it
+ * callbacks. WindowTiming is used by the window. ExactTiming measures to the microsecond.
  *
- * Threads: made anywhere, owned by its engine, and used on that engine's thread only, which needs
- * an event loop. The clock may be read on any thread.
+ * Threads: create it on any thread. Its engine owns it and uses it on the engine's thread only,
+ * which needs an event loop. The clock may be read on any thread.
  */
 class EngineTiming : public SteadyClock
 {
 public:
-    /** What the engine does when its time has come. Each of them may end the run from inside. */
+    /** The engine's actions. Each of them may end the run, unless stated otherwise. */
     struct Callbacks
     {
         std::function<void()> send;        ///< sends the next ping
         std::function<void()> sweep;       ///< gives up old pings
-        std::function<bool()> look;        ///< takes in what has arrived; false: nothing had
+        std::function<bool()> look;        ///< reads what has arrived; false: nothing had arrived
         std::function<void()> publish;     ///< publishes the statistics
-        std::function<void()> endInTime;   ///< the run has lasted for its duration
-        std::function<void()> showDisplay; ///< renews the module's screen
-        /** Tells of pings that came due and will never leave; does not end the run. */
+        std::function<void()> endInTime;   ///< the run has reached its duration
+        std::function<void()> showDisplay; ///< rewrites the module's screen
+        /** Reports pings that came due and will never be sent; does not end the run. */
         std::function<void(const PingObserver::LeftOut& pings)> leaveOut;
-        std::function<qint64()> roomWaitNs; ///< as of vnSerialComs
+        std::function<qint64()> roomWaitNs; ///< as in vnSerialComs
     };
 
-    /** The engine calls it once. Timers made from then on are children of `engine`. */
+    /** Called once by the engine. The timers created later are children of `engine`. */
     virtual void attach(QObject* engine, const Callbacks& callbacks) = 0;
 
     /**
-     * Whether the line is read as after vnPacketComs::keepUnreadOnLine(). A look may then leave
-     * bytes on the line, so another look has to follow.
+     * Whether the line is read as described at vnPacketComs::keepUnreadOnLine(). If so, one look
+     * may leave bytes on the line, so another look must follow.
      */
     virtual bool keepsUnreadOnLine() const = 0;
     /**
-     * Whether an echo is late when its round trip is longer than the time-out. If not, it is late
-     * once a sweep has given its ping up.
+     * Whether an echo is late when its round trip is longer than the time-out. If false, an echo is
+     * late only after a sweep has given up its ping.
      */
     virtual bool limitsRoundTrips() const = 0;
 
-    /** Begins all that recurs in a run over the line `descriptor`. Calls none of the callbacks. */
+    /**
+     * Starts the recurring actions of a run over the line `descriptor`. Calls none of the
+     * callbacks.
+     */
     virtual void beginRun(const TestConfig& config, int descriptor) = 0;
-    /** Ends all of it; what beginRun() made does nothing more. Pings may be left out inside. */
+    /** Ends the run's actions; no timer of the run fires afterwards. May call `leaveOut`. */
     virtual void endRun() = 0;
-    /** No more pings, until resumeSending(); in a run. */
+    /** Sends no more pings until resumeSending(). Call it during a run. */
     virtual void pauseSending() = 0;
-    /** The next ping comes one interval later. */
+    /** Sends pings again; the first one comes after one interval. */
     virtual void resumeSending() = 0;
     virtual bool isSendingPaused() const = 0;
-    /** When the ping now being sent should have left, by nowNs(); -1 where there is no schedule. */
+    /**
+     * When the ping being sent should have left, as a nowNs() value; -1 if there is no schedule.
+     */
     virtual qint64 dueNs() const = 0;
 
     /**
-     * After endRun(): holds the thread up for `limitMs`, looking all the while; a timing may return
-     * once `isOver` holds.
+     * Call it after endRun(). Blocks the thread for `limitMs` and reads the line meanwhile. A
+     * timing may return earlier, once `isOver` returns true.
      */
     virtual void waitForReplies(int limitMs, const std::function<bool()>& isOver) = 0;
-    /** Holds the thread up for so long. */
+    /** Blocks the thread for `ms` milliseconds. */
     virtual void pause(int ms) = 0;
 
-    /** Has the display renewed every `intervalMs`, the first time after one interval. */
+    /** Calls `showDisplay` every `intervalMs`, the first time after one interval. */
     virtual void startDisplay(int intervalMs) = 0;
     virtual void stopDisplay() = 0;
 };
 
-/** A new timing of that kind. */
+/** Returns a new timing of that kind. */
 std::unique_ptr<EngineTiming> makeTiming(TimingKind kind);

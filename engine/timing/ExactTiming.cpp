@@ -14,9 +14,12 @@ namespace {
 
 constexpr qint64 secondNs = PingSchedule::secondNs;
 constexpr qint64 millisecondNs = 1'000'000;
-/** For how long the kernel repeats an alarm, whose interval is a little too long, by itself. */
+/**
+ * How long the kernel repeats an alarm before it is set again. The interval is rounded up, so the
+ * alarms drift.
+ */
 constexpr qint64 alarmsNs = secondNs;
-/** For how long requests and timers of the event loop may wait. */
+/** How long requests and timers of the event loop may have to wait. */
 constexpr qint64 stayNs = 10 * millisecondNs;
 
 timespec moment(qint64 ns)
@@ -47,7 +50,7 @@ void ExactTiming::beginRun(const TestConfig& config, int descriptor)
     endNs = config.durationSec > 0 ? startNs + config.durationSec * secondNs : -1;
     schedule.begin(startNs, config.packetsPerSecond, endNs);
     timeoutTimer = makeTimer(sweepMs, [this] {
-        callbacks.look(); // an echo in time may wait on the line
+        callbacks.look(); // an echo that came in time may still be on the line
         callbacks.sweep();
     });
     statsTimer = makeTimer(publishMs, callbacks.publish);
@@ -79,7 +82,7 @@ void ExactTiming::endNotifier(QSocketNotifier*& notifier)
     if (notifier == nullptr)
         return;
     notifier->setEnabled(false);
-    notifier->deleteLater(); // the run may be ending inside its activation
+    notifier->deleteLater(); // the run may end inside the notifier's own slot
     notifier = nullptr;
 }
 
@@ -97,8 +100,8 @@ void ExactTiming::resumeSending()
 }
 
 /**
- * A turn of the event loop costs more than a ping does, so this waits for a while itself for what
- * comes next.
+ * Handles an event and then waits here for the next ones for up to stayNs, because a turn of the
+ * event loop takes longer than a ping.
  */
 void ExactTiming::onReady(void (ExactTiming::*reaction)())
 {
@@ -148,7 +151,7 @@ void ExactTiming::sendMissed()
     leaveOut(due - burst, std::exchange(roundWaitNs, 0));
 }
 
-/** More than a burst of what is due by now would have been left out. */
+/** Pings due by now beyond one burst would have been left out, so they are reported here. */
 void ExactTiming::stopSending()
 {
     if (sending)
@@ -157,14 +160,17 @@ void ExactTiming::stopSending()
     sending = false;
 }
 
-/** For how long pings have waited for room on the line since it was last asked for. */
+/** Returns how long pings have waited for room on the line since the last call. */
 qint64 ExactTiming::takeRoomWaitNs()
 {
     const qint64 waitNs = callbacks.roomWaitNs();
     return waitNs - std::exchange(knownWaitNs, waitNs);
 }
 
-/** Blames the line for as many as came due while earlier pings waited for room, for `waitNs`. */
+/**
+ * Reports `pings` as left out. As many of them as come due within `waitNs`, the time that earlier
+ * pings waited for room, are attributed to the line and the others to the computer.
+ */
 void ExactTiming::leaveOut(qint64 pings, qint64 waitNs)
 {
     if (pings <= 0)
@@ -176,7 +182,7 @@ void ExactTiming::leaveOut(qint64 pings, qint64 waitNs)
 
 void ExactTiming::setAlarm()
 {
-    itimerspec alarms = {}; // none, unless told otherwise
+    itimerspec alarms = {}; // all zero: no alarm
     alarmUntilNs = nowNs() + alarmsNs;
     if (endNs >= 0 && (!sending || schedule.nextDueNs() > endNs)) {
         alarms.it_value = moment(endNs);
@@ -191,7 +197,7 @@ void ExactTiming::setAlarm()
 
 void ExactTiming::takeBytes()
 {
-    // A line that was hung up is ready for ever.
+    // A line that has hung up is always ready to read.
     if (callbacks.look() || lineNotifier == nullptr || !isHungUp())
         return;
     lineNotifier->setEnabled(false);
@@ -216,6 +222,6 @@ void ExactTiming::waitForReplies(int limitMs, const std::function<bool()>& isOve
         pollfd state = {.fd = line, .events = POLLIN, .revents = {}};
         const int ready = ::poll(&state, 1, std::min(lookMs, leftMs));
         if (!callbacks.look() && ready != 0)
-            pause(std::min(lookMs, leftMs)); // a dying line is ready at once
+            pause(std::min(lookMs, leftMs)); // a line that hangs up makes poll() return at once
     }
 }

@@ -6,20 +6,20 @@
 class QSocketNotifier;
 
 /**
- * The timing of a measuring instrument: pings leave by an absolute schedule, the line is read as
- * soon as bytes arrive, and the final wait ends when no ping is open any more.
+ * Timing for exact measurement. Pings are sent by an absolute schedule, the line is read as soon as
+ * bytes arrive, and the final wait ends when no ping is open any more.
  *
- * Pings that a late wake-up has missed are sent at once, 20 ms' worth of them at the most; the rest
- * of the schedule moves and is told as left out. A run of n seconds has rate x n pings when the
+ * If the thread wakes up late, missed pings are sent at once, at most those of 20 ms. The rest are
+ * reported as left out and the schedule moves on. A run of n seconds has rate x n pings when the
  * computer keeps up.
  *
- * During a run it holds the engine's thread for up to 10 ms at a time, so queued calls and timers
- * may be that late. A line that hangs up is watched no more until the next run.
+ * During a run it blocks the engine's thread for up to 10 ms at a time, so queued calls and timers
+ * may be that late. A line that hangs up is not watched any more until the next run.
  */
 class ExactTiming final : public TimerTiming
 {
 public:
-    /** Takes a descriptor; ends the program when the system has none to give. */
+    /** Opens a timer descriptor; ends the program when the system has none left. */
     ExactTiming();
     ~ExactTiming() override;
 
@@ -47,15 +47,15 @@ private:
     static void endNotifier(QSocketNotifier*& notifier);
 
     int alarm;     ///< timer descriptor, owned
-    int line = -1; ///< not owned; negative: none, or one that is dead
+    int line = -1; ///< not owned; negative: none, or the line has hung up
     bool running = false;
     bool sending = false;
-    qint64 endNs = -1;       ///< of the run; negative: none
-    qint64 alarmUntilNs = 0; ///< set the alarm anew at the first one behind this
-    qint64 knownWaitNs = 0;  ///< of callbacks.roomWaitNs() when it was last asked for
-    qint64 roundWaitNs = 0;  ///< waited for room between the last look for due pings and this one
+    qint64 endNs = -1;       ///< end of the run; negative: no end
+    qint64 alarmUntilNs = 0; ///< at the first alarm at or after this, set it again
+    qint64 knownWaitNs = 0;  ///< last value of callbacks.roomWaitNs()
+    qint64 roundWaitNs = 0;  ///< time waited for room between the last two checks for due pings
     PingSchedule schedule;
     // Children of the engine; they exist during a run only.
     QSocketNotifier* alarmNotifier = nullptr;
-    QSocketNotifier* lineNotifier = nullptr; ///< off once the line is dead, like `line` then
+    QSocketNotifier* lineNotifier = nullptr; ///< disabled once the line has hung up
 };

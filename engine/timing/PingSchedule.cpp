@@ -17,7 +17,7 @@ void PingSchedule::restart(qint64 nowNs)
 
 qint64 PingSchedule::dueAfter(qint64 pings) const
 {
-    // Whole seconds apart, so that no run is long enough to overflow.
+    // Computes whole seconds separately, so that no run is long enough to overflow.
     return baseNs + pings / rate * secondNs + pings % rate * secondNs / rate;
 }
 
@@ -28,7 +28,7 @@ qint64 PingSchedule::countDue(qint64 nowNs) const
     if (elapsedNs < 0)
         return 0;
     qint64 due = countWithin(elapsedNs);
-    // A due moment is rounded down to a whole nanosecond, so one more may have come.
+    // A due time is rounded down to a whole nanosecond, so one more ping may be due.
     if (dueAfter(due + 1) <= untilNs)
         ++due;
     return due - taken;

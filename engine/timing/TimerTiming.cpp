@@ -43,6 +43,6 @@ void TimerTiming::endTimer(QTimer*& timer)
     if (timer == nullptr)
         return;
     timer->stop();
-    timer->deleteLater(); // the run may be ending inside this timer's own timeout
+    timer->deleteLater(); // the run may end inside this timer's own slot
     timer = nullptr;
 }

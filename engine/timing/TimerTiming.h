@@ -4,7 +4,7 @@
 
 class QTimer;
 
-/** What all timings by the system's clock have in common. */
+/** The common part of all timings that use the system's clock. */
 class TimerTiming : public EngineTiming
 {
 public:
@@ -18,17 +18,17 @@ protected:
     static constexpr int lookMs = 10;
     static constexpr int publishMs = 100;
 
-    /** A running child of the engine. */
+    /** Returns a started timer, a child of the engine. */
     QTimer* makeTimer(int intervalMs, const std::function<void()>& callback) const;
-    /** Stops and destroys `timer`, even from inside its own time-out, and makes it null. */
+    /** Stops and deletes `timer`, also from inside its own slot, and sets it to null. */
     static void endTimer(QTimer*& timer);
 
     QObject* owner = nullptr; ///< the engine
     Callbacks callbacks;
-    // Children of the engine; these two exist during a run only.
+    // Children of the engine; they exist only during a run.
     QTimer* timeoutTimer = nullptr;
     QTimer* statsTimer = nullptr;
 
 private:
-    QTimer* lcdTimer = nullptr; ///< child of the engine, from the first connection on
+    QTimer* lcdTimer = nullptr; ///< child of the engine; created at the first connection
 };

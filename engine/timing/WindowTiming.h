@@ -3,8 +3,8 @@
 #include "engine/timing/TimerTiming.h"
 
 /**
- * The window's timing: pings at whole milliseconds, a look at the line every 10 ms, and a final
- * wait that is never cut short.
+ * The window's timing: pings at intervals of whole milliseconds, the line read every 10 ms, and a
+ * final wait that always lasts its full time.
  */
 class WindowTiming : public TimerTiming
 {
@@ -20,8 +20,8 @@ public:
     void waitForReplies(int limitMs, const std::function<bool()>& isOver) override;
 
 private:
-    // Children of the engine; they exist during a run only.
-    QTimer* sendTimer = nullptr; ///< inactive while sending pauses
+    // Children of the engine; they exist only during a run.
+    QTimer* sendTimer = nullptr; ///< inactive while sending is paused
     QTimer* pollTimer = nullptr;
-    QTimer* durationTimer = nullptr; ///< only in a run of limited duration
+    QTimer* durationTimer = nullptr; ///< only in a run with a limited duration
 };

@@ -3,7 +3,8 @@
 #include <QDateTime>
 
 /**
- * The time by the system's clock, as local time. It is cut to the millisecond, as RunClock's is, so
- * that no stamp lies ahead of its event. Qt 6.8 rounds its own to the nearest one. Any thread.
+ * Returns the system time as local time. It is rounded down to the millisecond, as RunClock's is,
+ * so that no time stamp is later than its event; Qt 6.8 rounds to the nearest millisecond. Any
+ * thread.
  */
 QDateTime wallTime();

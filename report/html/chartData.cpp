@@ -16,7 +16,7 @@ QJsonValue rounded(const Figure& value)
     return value ? QJsonValue(std::round(*value * 1000) / 1000) : QJsonValue();
 }
 
-/** Rows of a table, and what its columns are called in the page's script. */
+/** Returns the rows of a table and the column names that the page's script uses. */
 QJsonObject table(const QStringList& columns, const QJsonArray& rows)
 {
     return {{"columns", QJsonArray::fromStringList(columns)}, {"rows", rows}};

@@ -5,14 +5,14 @@
 
 #include <QJsonObject>
 
-/** Most points that a run's time is shown by, in charts and tables. */
+/** Largest number of points on the time axis of a run, in charts and tables. */
 inline constexpr std::size_t mostIntervals = 400;
 
-/** What the page's script draws for runs that are laid over each other. */
+/** Returns the data that the page's script draws for runs in one chart. */
 QJsonObject overlayData(const std::vector<Run>& runs);
 
-/** What it draws for a batch: every run as one point, in the order of their start. */
+/** Returns the data for a batch: one point per run, in the order of their start. */
 QJsonObject batchData(const std::vector<Run>& runs);
 
-/** What it draws for a survey. */
+/** Returns the data for a survey. */
 QJsonObject surveyData(const LinkSurvey& survey);

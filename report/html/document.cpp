@@ -26,7 +26,7 @@ QString htmlDocument(const QString& title, const QString& body, const QJsonObjec
         {QStringLiteral("{{data}}"), scriptJson(data)},
         {QStringLiteral("{{library}}"), resource("chart.min.js")},
         {QStringLiteral("{{script}}"), resource("page.js")}};
-    // Each marker is replaced once, so that what is put in is never searched.
+    // Each marker is replaced once, and inserted text is not searched for markers.
     QString rest = resource("page.html");
     QString page;
     for (const auto& [marker, text] : parts) {

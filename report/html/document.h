@@ -4,10 +4,10 @@
 #include <QString>
 
 /**
- * A whole page that needs no other file and no network: `title` is plain text, `body` is markup,
- * and `data` is for the page's script.
+ * Returns a complete HTML page that needs no other file and no network. `title` is plain text,
+ * `body` is HTML, and `data` is for the page's script.
  */
 QString htmlDocument(const QString& title, const QString& body, const QJsonObject& data);
 
-/** The head of a body; both are markup. */
+/** Returns the heading at the top of a page's body; `title` and `line` are HTML. */
 QString pageHeading(const QString& title, const QString& line);

@@ -4,7 +4,9 @@
 
 namespace {
 
-/** Controls, and what turns the direction of all that follows. */
+/**
+ * Whether `character` is a control character or changes the writing direction of the text after it.
+ */
 bool misleads(QChar character)
 {
     return character.category() == QChar::Other_Control ||

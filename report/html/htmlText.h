@@ -4,24 +4,33 @@
 #include <QString>
 #include <QStringList>
 
-/** `text` for the inside of an element or of a quoted attribute; controls are made visible. */
+/**
+ * Escapes `text` for use in an element or in a quoted attribute; control characters are replaced by
+ * U+FFFD.
+ */
 QString html(const QString& text);
 
-/** The same for text of unknown origin, whose writing direction stays inside of it. */
+/**
+ * Like html(), for text of unknown origin: its writing direction does not affect the text around
+ * it.
+ */
 QString isolated(const QString& text);
 
-/** `object` as it may stand in a script element. */
+/** Returns `object` as JSON that is safe inside a script element. */
 QString scriptJson(const QJsonObject& object);
 
-/** A table in a box that scrolls by itself and can be reached by the keyboard. */
+/** An HTML table in a box that scrolls separately and can be reached by the keyboard. */
 class HtmlTable
 {
 public:
-    /** `headers` is markup; columns from the second on hold numbers when `numeric`. */
+    /**
+     * `caption` is plain text and `headers` are HTML. With `numeric`, all columns but the first
+     * contain numbers.
+     */
     HtmlTable(const QString& caption, const QStringList& headers, bool numeric = true);
-    /** `head` and `cells` are markup. */
+    /** Adds a row; `head` and `cells` are HTML. */
     void addRow(const QString& head, const QStringList& cells);
-    /** In place of a table without a row it is said that nothing was measured. */
+    /** Returns the table as HTML or, without rows, a sentence that nothing was measured. */
     QString markup() const;
 
 private:

@@ -214,7 +214,7 @@ QString figure(const QString& id, const QString& title, const QString& descripti
 
 struct VerdictLook
 {
-    QString tone; ///< class of the style sheet
+    QString tone; ///< CSS class
     QString mark;
 };
 

@@ -2,14 +2,17 @@
 
 #include "report/read/Run.h"
 
-/** Small pictures of histograms that share one logarithmic axis of time. */
+/** Small images of histograms that share one logarithmic time axis. */
 class SmallHistogram
 {
 public:
-    /** The axis is as long as all of `runs` need. */
+    /** The axis covers the round trips of all `runs`. */
     explicit SmallHistogram(const std::vector<Run>& runs);
 
-    /** An SVG element; its name tells the run's shortest and longest round trip. */
+    /**
+     * Returns an SVG element; its accessible name contains the run's shortest and longest round
+     * trip.
+     */
     QString svg(const Run& run) const;
     double shortestUs() const { return shortest; }
     double longestUs() const { return longest; }

@@ -21,7 +21,10 @@ QString rateCell(const std::optional<SurveyRate>& rate)
                 : latencyCell({});
 }
 
-/** The rate without loss; where there is none because loss is even, that up to which it is. */
+/**
+ * Returns a cell with the rate without loss or, if the loss is even, with the highest rate that has
+ * this loss.
+ */
 QString carriedCell(const SurveySize& size)
 {
     if (!size.evenLoss)

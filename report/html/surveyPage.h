@@ -2,5 +2,5 @@
 
 #include "report/read/LinkSurvey.h"
 
-/** One HTML document on a survey, like htmlPage(). */
+/** Returns a complete HTML page on a survey, like htmlPage(). */
 QString surveyPage(const LinkSurvey& survey);

@@ -83,7 +83,7 @@ std::optional<double> FieldReader::figure(const char* name)
 
 qint64 FieldReader::count(const char* name)
 {
-    // Sums of as many counts as a file can have stay whole numbers.
+    // With this limit, the sum of all counts in a file is still an exact integer.
     constexpr double most = 1e12;
     const double number = value(name).toDouble(-1);
     if (number < 0 || number > most || number != std::floor(number)) {

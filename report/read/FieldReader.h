@@ -9,22 +9,26 @@
 #include <vector>
 
 /**
- * Takes members out of one JSON object. The first that is missing or not of the kind asked for is
- * told in `fault`, which all readers of a document share; from then on values are made up.
+ * Reads members from one JSON object. The first member that is missing or has another type is
+ * reported in `fault`, which all readers of a document share. Values read after an error are
+ * arbitrary.
  */
 class FieldReader
 {
 public:
-    /** `name` is put in front of the members' names in complaints; `fault` must outlive this. */
+    /**
+     * `name` is put before the members' names in complaints. `sharedFault` must outlive this
+     * object.
+     */
     FieldReader(QJsonObject from, QString name, QString& sharedFault);
 
     const QJsonObject& all() const { return members; }
     FieldReader object(const char* name);
-    /** None for null. */
+    /** Like object(), but returns no value for null. */
     std::optional<FieldReader> objectOrNull(const char* name);
     std::vector<QJsonValue> array(const char* name);
     QString text(const char* name);
-    /** Empty for null. */
+    /** Like text(), but returns an empty text for null. */
     QString textOrNull(const char* name);
     bool flag(const char* name);
     QDateTime time(const char* name);
@@ -32,13 +36,13 @@ public:
     int integer(const char* name, int lowest = 0, int highest = std::numeric_limits<int>::max());
     /** A whole number of at most 10^12. */
     qint64 count(const char* name);
-    /** The same; none for null. */
+    /** Like count(), but returns no value for null. */
     std::optional<qint64> countOrNull(const char* name);
-    /** 0 or more. */
+    /** Reads a number of 0 or more. */
     double number(const char* name);
-    /** The same; none for null. */
+    /** Like number(), but returns no value for null. */
     std::optional<double> figure(const char* name);
-    /** Complains of the member `name`. */
+    /** Complains that the member `name` is not `wanted`. */
     void refuse(const char* name, const char* wanted);
 
 private:

@@ -17,10 +17,10 @@ struct SurveyLoad
     Figure p99Us{};
 };
 
-/** Pings at one rate. */
+/** A trial: pings at one rate. */
 struct SurveyTrial
 {
-    QString purpose; ///< a word of the report's
+    QString purpose; ///< a word from the report
     int packetsPerSecond{};
     qint64 sent{}, lost{}, sendFailures{}, unsent{};
     bool cutShort{};
@@ -35,32 +35,34 @@ struct SurveyRate
     double capacityPercent{};
 };
 
-/** A loss that is the same at every rate up to one. */
+/** A loss that is the same at all rates up to one. */
 struct SurveyLoss
 {
-    QString text; ///< the report's words for it
+    QString text; ///< the report's description of it
     SurveyRate upTo{};
 };
 
-/** What a survey says of payloads of one size. */
+/** The results of a survey for one payload size. */
 struct SurveySize
 {
     int sizeBytes{};
     bool complete{};
     bool hindered{};   ///< the computer may have been too busy for the rates found
-    double capacity{}; ///< pings a second that the line has room for
+    double capacity{}; ///< pings per second that the line has room for
     std::optional<SurveyRate> withoutLoss{};
     std::optional<SurveyRate> withPartialLoss{};
-    std::optional<SurveyLoss> evenLoss{}; ///< then there is no rate without loss
+    std::optional<SurveyLoss> evenLoss{}; ///< if it has a value, there is no rate without loss
     std::vector<SurveyLoad> loads{};
     std::vector<SurveyTrial> trials{};
 };
 
-/** What one report of a survey says. Texts are as the report has them, so nothing about them is
- * safe to show. */
+/**
+ * The content of one report of a survey. Texts come unchecked from the report, so escape them
+ * before showing them.
+ */
 struct LinkSurvey : TestPlace
 {
-    QString path; ///< of the report's file, as given
+    QString path; ///< path of the report's file, as given
     QString version;
     QString port;
     int baudRate{};

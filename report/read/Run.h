@@ -8,7 +8,7 @@
 
 #include <vector>
 
-/** Round trips that took from `lowerUs` to less than `upperUs`. */
+/** The number of round trips from `lowerUs` to less than `upperUs`. */
 struct LatencyBin
 {
     double lowerUs{};
@@ -16,7 +16,7 @@ struct LatencyBin
     qint64 count{};
 };
 
-/** Some of the run's time; the seconds of a report are intervals too. */
+/** A time interval of the run. The seconds in a report are intervals too. */
 struct Interval
 {
     double start{};  ///< seconds since the run's start
@@ -36,12 +36,12 @@ struct RunSettings
     int minDataSizeBytes{};
     int maxDataSizeBytes{};
     int timeoutMs{};
-    int durationSeconds{}; ///< 0: until a signal
+    int durationSeconds{}; ///< 0: until a signal ends the run
     bool moduleScreen{};
-    QString payload{QStringLiteral("random")}; ///< a word of the report's; older ones have none
-    bool loopback{};                           ///< a plug took the module's place
+    QString payload{QStringLiteral("random")}; ///< as in the report; older reports have none
+    bool loopback{};                           ///< a plug replaced the module
     double maxLossPercent{};
-    Figure maxLeftOutPercent{}; ///< none: not judged
+    Figure maxLeftOutPercent{}; ///< no value: not judged
     Figure maxLatencyMs{};      ///< none: no limit
     Figure maxP99Ms{};          ///< none: no limit
 };
@@ -51,49 +51,51 @@ struct Latencies
     Figure minimum{}, mean{}, p50{}, p90{}, p99{}, p999{}, maximum{}, standardDeviation{};
 };
 
-/** Each none where 0 may only mean that the driver does not count. */
+/** A count has no value where 0 may only mean that the driver does not count. */
 struct LineErrors
 {
     std::optional<qint64> framing{}, parity{}, overrun{}, breaks{}, bufferOverrun{};
 };
 
-/** Pings that the schedule wanted and that never left. */
+/** Pings that came due and were never sent. */
 struct LeftOut
 {
-    qint64 byComputer{}; ///< it was busy
-    qint64 byLine{};     ///< it was full
+    qint64 byComputer{}; ///< because the computer was busy
+    qint64 byLine{};     ///< because the line was full
 };
 
-/** What became of the bytes that were read. */
+/** Numbers of bytes read in the run. */
 struct ReadBytes
 {
     qint64 inFrames{};
-    qint64 skipped{}; ///< part of no correct frame
-    qint64 overrun{}; ///< lost here, as the receiver's buffer was full
+    qint64 skipped{}; ///< not part of a correct frame
+    qint64 overrun{}; ///< lost because the receiver's buffer was full
 };
 
 struct ErrorReply
 {
-    std::optional<int> code; ///< none: the reply carried none
+    std::optional<int> code; ///< no value: the reply had no code
     QString text;
     qint64 count{};
 };
 
-/** What one report says. Texts are as the report has them, so nothing about them is safe to show.
+/**
+ * The content of one report of a run. Texts come unchecked from the report, so escape them before
+ * showing them.
  */
 struct Run : TestPlace
 {
-    QString path;  ///< of the report's file, as given
-    QString label; ///< its name among the runs that are shown; see arrangeRuns()
+    QString path;  ///< path of the report's file, as given
+    QString label; ///< the run's name when shown; see arrangeRuns()
     QString version;
     RunSettings settings;
-    bool exactTiming{}; ///< measured at the line; else as the window measures
+    bool exactTiming{}; ///< true: exact timing; false: the window's timing
     QDateTime start, end;
     double sendingSeconds{};
     Figure achievedPacketsPerSecond;
     qint64 sent{}, received{}, lost{}, sendFailures{};
-    std::optional<LeftOut> leftOut; ///< none: not counted
-    std::optional<ReadBytes> bytes; ///< likewise
+    std::optional<LeftOut> leftOut; ///< no value: not counted
+    std::optional<ReadBytes> bytes; ///< no value: not counted
     qint64 noEchoInTime{}, noEchoAtEnd{}, changedEcho{};
     qint64 lossBursts{}, longestLossBurst{}, outOfOrderEchoes{};
     qint64 lateEchoes{}, repeatedEchoes{}, unknownEchoes{}, shortEchoes{};
@@ -104,17 +106,17 @@ struct Run : TestPlace
     Figure sendLagP99Us, sendLagMaximumUs;
     std::vector<Interval> seconds;
     LineErrors lineErrors;
-    Figure lineSharePercent; ///< of the direction to the module
+    Figure lineSharePercent; ///< share of the line to the module that is used
     RunVerdict verdict = RunVerdict::Failed;
     QStringList reasons;
 
-    /** Of 100 pings sent; none without a ping. */
+    /** Loss in percent of the pings sent; no value without a ping. */
     Figure lossPercent() const
     {
         return sent > 0 ? Figure(100.0 * static_cast<double>(lost) / static_cast<double>(sent))
                         : std::nullopt;
     }
-    /** Round trips in the histogram. */
+    /** Number of round trips in the histogram. */
     qint64 timed() const
     {
         qint64 sum = 0;

@@ -7,23 +7,23 @@
 
 class FieldReader;
 
-/** A figure for which the report may have no measurement. */
+/** A figure; no value if the report has no measurement of it. */
 using Figure = std::optional<double>;
 
-/** Texts are empty where the report has none. */
+/** An adapter. Texts are empty if the report has none. */
 struct Adapter
 {
     QString driver, vendorId, productId, serialNumber, product;
     Figure latencyTimerMs{};
 };
 
-/** Where a report was made and with what; its texts are as the report has them. */
+/** Where and with what a report was made. Texts come unchecked from the report. */
 struct TestPlace
 {
     QMap<QString, QString> tags;
-    QString hostName, kernel, machine; ///< empty: not known
+    QString hostName, kernel, machine; ///< empty: unknown
     std::optional<Adapter> adapter;
 };
 
-/** The members that every report has of it. */
+/** Reads the members about the place, which every report has, into `place`. */
 void readPlace(FieldReader& from, TestPlace& place);

@@ -10,7 +10,7 @@
 
 namespace {
 
-/** An hour's report has less than a megabyte. */
+/** The report of an hour's run has less than a megabyte. */
 constexpr qint64 mostBytes = 64LL << 20;
 
 bool isOfSurvey(const QJsonObject& report)
@@ -18,7 +18,7 @@ bool isOfSurvey(const QJsonObject& report)
     return report.value(u"kind").toString() == QLatin1String(SurveyFormat::kind);
 }
 
-/** Why `report` cannot be read; empty when its program and its format are known. */
+/** Returns why `report` cannot be read; empty when its program and its format are known. */
 QString formatFault(const QJsonObject& report)
 {
     const QString program = report.value(u"program").toString();

@@ -5,17 +5,19 @@
 
 #include <QByteArray>
 
-/** A report that has been read, one of the two kinds, or in one line why not. */
+/** The result of reading a report: a report of one of the two kinds, or an error. */
 struct ReadResult
 {
     std::optional<Run> run{};
     std::optional<LinkSurvey> survey{};
-    QString fault{}; ///< not empty: neither is there
+    QString fault{}; ///< one line: the error; if not empty, there is no report
 };
 
-/** Reads the report `json`; `path` is only taken down. Members that it does not know are passed
- * over, one that is missing or of another kind is a fault. */
+/**
+ * Reads the report `json`; `path` is only stored in the result. Unknown members are ignored. A
+ * missing member or one of another type is an error.
+ */
 ReadResult parseReport(const QByteArray& json, const QString& path);
 
-/** The same from a file. */
+/** Like parseReport(), but reads the file `path`. */
 ReadResult readReport(const QString& path);

@@ -5,7 +5,7 @@
 #include <QJsonObject>
 
 /**
- * Takes the figures out of a report of a run. Members that it does not know are passed over; the
- * first that is missing or of another kind is told in `fault`.
+ * Reads a report of a run. Unknown members are ignored. The first member that is missing or has
+ * another type is reported in `fault`.
  */
 Run readRun(const QJsonObject& report, QString& fault);

@@ -4,5 +4,5 @@
 
 #include <QJsonObject>
 
-/** The same for a report of a survey as readRun() is for one of a run. */
+/** Reads a report of a survey; unknown members and `fault` as in readRun(). */
 LinkSurvey readSurvey(const QJsonObject& report, QString& fault);

@@ -5,14 +5,17 @@
 
 #include <vector>
 
-/** `text` with everything that could steer a terminal made visible. */
+/** Returns `text` with every character replaced that could control a terminal. */
 QString printable(const QString& text);
 
-/** Columns as wide as they need to be; the first is aligned left, the others right. */
+/**
+ * A plain text table. Each column is as wide as its longest cell; the first is aligned left, the
+ * others right.
+ */
 class TextTable
 {
 public:
-    /** At least one cell. */
+    /** Adds a row of at least one cell. */
     void addRow(const QStringList& cells);
     QString text() const;
 

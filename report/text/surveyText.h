@@ -2,5 +2,5 @@
 
 #include "report/read/LinkSurvey.h"
 
-/** What surveyPage() says, like textReport(). */
+/** Returns the content of surveyPage() as plain text, like textReport(). */
 QString surveyText(const LinkSurvey& survey);

@@ -3,7 +3,7 @@
 #include "report/read/Run.h"
 
 /**
- * What the page says, as plain lines for a terminal, without its charts. Like htmlPage(); texts
- * from reports cannot steer the terminal.
+ * Returns the content of htmlPage() without its charts as plain text for a terminal; the arguments
+ * are the same. Text from reports is made safe for terminals.
  */
 QString textReport(const std::vector<Run>& runs, const QString& by);

@@ -10,7 +10,7 @@
 
 namespace {
 
-/** Larger is worse. What could not be measured is the worst. */
+/** Returns a sort key; larger is worse. An unmeasured figure is the worst. */
 auto badness(const Run& run)
 {
     const auto rank = [&run] {
@@ -66,10 +66,10 @@ QStringList differingTags(const std::vector<Run>& runs)
 
 Figure worse(const Figure& one, const Figure& other)
 {
-    return std::max(one, other); // none is the smallest
+    return std::max(one, other); // no value is the smallest
 }
 
-/** By verdict, then loss, then p99; runs alike stay in their order. */
+/** Sorts by verdict, then loss, then p99; equal runs keep their order. */
 void sortWorstFirst(std::vector<Run>& runs)
 {
     std::stable_sort(runs.begin(), runs.end(), [](const Run& one, const Run& other) {

@@ -12,14 +12,14 @@ constexpr std::size_t fewestSeconds = 8;
 constexpr std::size_t mostStretches = 20;
 constexpr double standardErrors = 2;
 
-/** What a stretch of seconds adds to a figure that is a quotient of sums. */
+/** The contribution of a stretch of seconds to a figure that is a quotient of two sums. */
 struct Share
 {
     double part = 0;
     double whole = 0;
 };
 
-/** The quotient over all seconds and its range, from the stretches' deviations from it. */
+/** Returns the quotient over all seconds, with a range computed from the stretches' deviations. */
 Ranged quotient(const std::vector<Interval>& seconds,
                 const std::function<Share(const Interval&)>& of)
 {
@@ -53,7 +53,7 @@ Ranged loss(const Run& run)
         return Share{100.0 * static_cast<double>(second.lost), static_cast<double>(second.sent)};
     });
     ranged.value = run.lossPercent();
-    // Of a loss that never came, 95 of 100 such runs would show one if it were larger than this.
+    // Without a loss, this is the upper limit with 95 % confidence.
     if (ranged.high && run.lost == 0)
         ranged.high = 100 * 3.0 / static_cast<double>(run.sent);
     return ranged;
@@ -67,7 +67,7 @@ Ranged meanOfSeconds(const Run& run, Figure Interval::*figure)
     });
 }
 
-/** Ranges for a figure that is not the seconds' mean, moved to where it is. */
+/** Returns the run's p50 with the range of the mean of the seconds' p50, shifted to the p50. */
 Ranged median(const Run& run)
 {
     Ranged ranged = meanOfSeconds(run, &Interval::p50Us);
@@ -80,7 +80,9 @@ Ranged median(const Run& run)
     return {ranged.value, std::max(0.0, *ranged.low + *shift), *ranged.high + *shift};
 }
 
-/** Of all round trips those that may have taken `us` or longer, as far as the bins tell. */
+/**
+ * Returns the share of the round trips that may have taken `us` or longer, as far as the bins tell.
+ */
 double shareReaching(const Run& run, double us)
 {
     double reaching = 0;
@@ -90,7 +92,9 @@ double shareReaching(const Run& run, double us)
     return reaching / static_cast<double>(std::max<qint64>(1, run.timed()));
 }
 
-/** Slow pings of one second count as one event of that size, for one cause may have hit them all.
+/**
+ * Returns a rare latency with its range. Slow pings in one second count as one event, because they
+ * may have one cause.
  */
 Ranged rareLatency(const Run& run, const Figure& value, double share)
 {

@@ -32,7 +32,7 @@ std::vector<LatencyBin> coarseHistogram(const std::vector<LatencyBin>& histogram
 
 std::vector<TailPoint> latencyTail(const Run& run)
 {
-    constexpr double nextPoint = 1.02; // closer ones cannot be told apart in a chart
+    constexpr double nextPoint = 1.02; // closer points cannot be distinguished in a chart
     std::vector<TailPoint> tail;
     const auto timed = static_cast<double>(run.timed());
     double above = timed;

@@ -10,8 +10,8 @@ struct Rule
 {
     const char* where;
     const char* title;
-    const char* sentence;         ///< %1: the amount
-    double (*amount)(const Run&); ///< 0: there is nothing to say
+    const char* sentence;         ///< %1 is the amount
+    double (*amount)(const Run&); ///< 0: no finding
 };
 
 bool isSilent(const Run& run)
@@ -36,13 +36,16 @@ bool hasLineErrors(const Run& run)
            errors.bufferOverrun > 0;
 }
 
-/** Whether damage to received bytes would have been counted. */
+/** Whether the port counts errors in received bytes. */
 bool knowsLineErrors(const Run& run)
 {
     return run.lineErrors.framing && run.lineErrors.overrun && run.lineErrors.breaks;
 }
 
-/** Pings lost on a port without a line error, if it `knows` of them or not. */
+/**
+ * Returns the pings lost without a counted line error. 0 unless the port counts line errors if
+ * `knows` is true, or does not if it is false.
+ */
 template <bool knows> double lostWithoutLineErrors(const Run& run)
 {
     const bool isMeant = knowsLineErrors(run) == knows && !hasLineErrors(run) && !isSilent(run) &&
@@ -50,7 +53,10 @@ template <bool knows> double lostWithoutLineErrors(const Run& run)
     return isMeant ? static_cast<double>(run.lost) : 0;
 }
 
-/** Milliseconds by which 1 in 100 pings left late, when that is much. */
+/**
+ * Returns how late 1 in 100 pings left, in milliseconds; 0 unless that is more than 20 ms or than
+ * the ping interval.
+ */
 double sendLagMs(const Run& run)
 {
     constexpr double muchUs = 20000;
@@ -59,7 +65,10 @@ double sendLagMs(const Run& run)
     return lagUs > allowedUs ? lagUs / 1000 : 0;
 }
 
-/** Percent of the pings asked for, when fewer than nine tenths were sent. */
+/**
+ * Returns the percentage of the requested pings that were sent; 0 when it is at least 90, and when
+ * pings were sent for less than a second.
+ */
 double shareSent(const Run& run)
 {
     if (!run.achievedPacketsPerSecond || run.sendingSeconds < 1)

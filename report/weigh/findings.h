@@ -2,7 +2,7 @@
 
 #include "report/read/Run.h"
 
-/** What a figure of a run means, in one sentence, and where to look first. */
+/** What a figure of a run means, in one sentence, and where to look for the cause. */
 struct Finding
 {
     QString where; ///< "Line", "Module", "This computer", "Adapter" or "Settings"
@@ -10,5 +10,8 @@ struct Finding
     QString sentence;
 };
 
-/** Everything that the run's figures tell beyond its verdict; docs/report.md lists it all. */
+/**
+ * Returns everything that the run's figures show beyond its verdict; docs/report.md lists all
+ * findings.
+ */
 std::vector<Finding> findings(const Run& run);

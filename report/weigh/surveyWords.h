@@ -2,11 +2,11 @@
 
 #include "report/read/LinkSurvey.h"
 
-/** What it is called: its tags, or without any its file. */
+/** Returns the survey's label: its tags or, if there are none, its file name. */
 QString surveyLabel(const LinkSurvey& survey);
 
-/** Which sizes the computer may have been too busy for, in a sentence; empty: none. */
+/** Returns a sentence with the sizes for which the computer may have been too busy; empty: none. */
 QString hinderedText(const LinkSurvey& survey);
 
-/** How much loss the second rate of `survey` may have: "at most 0.5 % loss". */
+/** Returns the allowed loss of the survey's second rate, for example "at most 0.5 % loss". */
 QString partialLossText(const LinkSurvey& survey);

@@ -3,7 +3,8 @@
 #include "report/read/Run.h"
 
 /**
- * The seconds put together by as few as leave at most `most` intervals: counts are added, the
- * maximum is the largest, and p50 is the middle one of the seconds' p50.
+ * Joins consecutive seconds into at most `most` intervals of equal length, except for the last. The
+ * length is the shortest of 1, 2, 5, 10, 20, 30 and 60 seconds that suffices, or a longer one if
+ * needed. Counts are added, the maximum is the largest, and p50 is the median of the seconds' p50.
  */
 std::vector<Interval> timeline(const std::vector<Interval>& seconds, std::size_t most);

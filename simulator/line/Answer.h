@@ -7,17 +7,17 @@
 #include <optional>
 #include <vector>
 
-/** A run of bytes for the line. */
+/** A sequence of bytes to send. */
 struct AnswerPiece
 {
     QByteArray bytes;            ///< never empty
-    int pauseBeforeMs = 0;       ///< silence between the piece in front and this one
-    ModuleCounts tally;          ///< what is to be counted when the last byte is out
-    std::optional<quint64> ping; ///< whose answer it belongs to, by arrival; none: no ping's
-    bool isLast = false;         ///< of that answer
+    int pauseBeforeMs = 0;       ///< pause between the previous piece and this one
+    ModuleCounts tally;          ///< counted when the last byte has been sent
+    std::optional<quint64> ping; ///< arrival number of the ping that it answers; no value: no ping
+    bool isLast = false;         ///< it is the last piece of that answer
 };
 
-/** All that one request makes the module send; it leaves in one go or not at all. */
+/** All bytes that the module sends for one request. They are sent completely or not at all. */
 struct Answer
 {
     std::vector<AnswerPiece> pieces; ///< never empty

@@ -9,24 +9,24 @@
 #include <map>
 
 /**
- * Holds answers back until they are due. Answers that are due at the same moment keep their order.
- * Lives on the thread that makes it, which needs an event loop.
+ * Delays answers until they are due. Answers due at the same time keep their order. The object
+ * lives on the thread that creates it, which needs an event loop.
  */
 class DelayedAnswers : public QObject
 {
     Q_OBJECT
 
 public:
-    /** Most answers held at a time. */
+    /** Largest number of answers held. */
     static constexpr size_t holdLimit = 65536;
 
     explicit DelayedAnswers(QObject* parent);
 
-    /** Holds `answer` for `delayUs` microseconds; false, and nothing held, when full. */
+    /** Holds `answer` for `delayUs` microseconds. False when full; the answer is then not held. */
     bool hold(const Answer& answer, qint64 delayUs);
 
 signals:
-    /** Once for every answer held, when its time has come. */
+    /** Emitted once for every held answer, when it is due. */
     void due(const Answer& answer);
 
 private:

@@ -3,28 +3,28 @@
 #include <QElapsedTimer>
 
 /**
- * Tells how many bytes have had the time to pass over one direction of a line.
+ * Tells how many bytes may have passed in one direction of a line with a given rate.
  *
- * The sum goes by the clock, so a late look at it makes up for itself; a line that idles saves up
- * nothing. Plain value; one thread at a time.
+ * The number is computed from the clock, so a late check loses nothing. An idle line saves up
+ * nothing. Value type; one thread at a time.
  */
 class LinePacer
 {
 public:
-    /** How often to look while the line is busy, in milliseconds. */
+    /** Interval of checks while the line is busy, in milliseconds. */
     static constexpr int tickMs = 5;
 
-    /** `bitsPerSecond` at 11 bits a byte; 0 for a line that takes everything at once. */
+    /** `bitsPerSecond` with 11 bits per byte; 0: no limit. */
     explicit LinePacer(int bitsPerSecond) : baudRate(bitsPerSecond) {}
 
     bool isPaced() const { return baudRate > 0; }
-    /** The line has bytes to move from now on; nothing new while it is busy already. */
+    /** The line starts moving bytes now. Does nothing if it is busy already. */
     void begin();
-    /** The line has run dry. */
+    /** The line has no bytes to move now. */
     void end() { clock.invalidate(); }
-    /** Bytes that may move now. Call begin() first. */
+    /** Number of bytes that may move now. Call begin() first. */
     qsizetype allowance() const;
-    /** That many have moved. */
+    /** Counts `bytes` as moved. */
     void spend(qsizetype bytes) { moved += bytes; }
 
 private:

@@ -45,7 +45,7 @@ bool LineReader::readUpTo(qsizetype limit)
 {
     QByteArray bytes(limit, Qt::Uninitialized);
     const qsizetype taken = pty.read(bytes.data(), limit);
-    if (taken < 0) { // a dead line stays readable for ever
+    if (taken < 0) { // a closed line is always reported readable
         tick.stop();
         notifier.setEnabled(false);
         return true;

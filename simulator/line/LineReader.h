@@ -10,27 +10,29 @@
 class Pty;
 
 /**
- * Takes in what a tool sends, no faster than the line's rate.
+ * Reads what a tool sends, no faster than the line's rate.
  *
- * Lives on the thread that makes it, which needs an event loop; reads from construction to
- * destruction.
+ * The object lives on the thread that creates it, which needs an event loop. It reads from
+ * construction to destruction.
  */
 class LineReader : public QObject
 {
     Q_OBJECT
 
 public:
-    /** `line` is not owned and must outlive this object; `baudRate` as of LinePacer. */
+    /** `line` is not owned and must outlive this object; `baudRate` as in LinePacer. */
     LineReader(Pty& line, int baudRate, QObject* parent);
 
 signals:
-    /** Once for every run of bytes, 1 to 4096 of them. The receiver must not destroy the reader. */
+    /**
+     * Emitted once for each read, with 1 to 4096 bytes. The receiver must not destroy the reader.
+     */
     void bytesArrived(const QByteArray& bytes);
 
 private:
     void onReadable();
     void onTick();
-    /** False when fewer than `limit` bytes were there. */
+    /** Reads at most `limit` bytes. False when fewer were ready. */
     bool readUpTo(qsizetype limit);
 
     Pty& pty;

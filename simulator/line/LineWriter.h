@@ -12,42 +12,46 @@
 class Pty;
 
 /**
- * Sends answers in the order given, no faster than the line's rate and without ever waiting: what
- * the line does not take at once is queued, up to a bound.
+ * Sends answers in the given order, no faster than the line's rate, and never waits. Bytes that the
+ * line does not take at once are queued, up to a limit.
  *
- * Lives on the thread that makes it, which needs an event loop.
+ * The object lives on the thread that creates it, which needs an event loop.
  */
 class LineWriter : public QObject
 {
     Q_OBJECT
 
 public:
-    /** Most bytes that wait in front of the line. */
+    /** Largest number of queued bytes. */
     static constexpr qsizetype queueLimit = 65536;
 
-    /** `line` is not owned and must outlive this object; `baudRate` as of LinePacer. */
+    /** `line` is not owned and must outlive this object; `baudRate` as in LinePacer. */
     LineWriter(Pty& line, int baudRate, QObject* parent);
 
-    /** False, and nothing of `answer` will be sent, when it does not fit in the queue. */
+    /**
+     * Sends or queues `answer`. False when it does not fit in the queue; then none of it is sent.
+     */
     bool send(const Answer& answer);
 
 signals:
-    /** Once for every piece, when its last byte is out. The receiver must not destroy the writer.
+    /**
+     * Emitted once for every piece, when its last byte has been written. The receiver must not
+     * destroy the writer.
      */
     void handedOver(const AnswerPiece& piece);
 
 private:
     void pump();
-    /** Hands over what the first piece may send now; false when it has to be continued later. */
+    /** Writes as much of the first piece as possible now; false when it must be continued later. */
     bool pumpFirst();
     void onRoom();
 
     Pty& pty;
     LinePacer pacer;
     QSocketNotifier notifier; ///< enabled while the line is full
-    QTimer tick;              ///< active while the line's rate holds bytes back
-    QTimer pause;             ///< active in the silence in front of a piece
+    QTimer tick;              ///< active while the line's rate delays bytes
+    QTimer pause;             ///< active during the pause before a piece
     std::deque<AnswerPiece> queue;
     qsizetype queuedBytes = 0;
-    qsizetype firstSent = 0; ///< bytes of the first piece that are out
+    qsizetype firstSent = 0; ///< bytes of the first piece already written
 };

@@ -5,38 +5,38 @@
 #include <array>
 
 /**
- * What a simulated module has received and what has become of it.
+ * What a simulated module has received and how it has answered.
  *
- * A ping's answer, and each fault in it, is counted once the last byte concerned has been handed to
- * the line, so that the counts tell what happened and not what was planned. At all times
- * pingsReceived == echoesIntact + echoesDamaged + dropped + tooFast + overrun + unanswered.
+ * A ping's answer, and each fault in it, is counted when its last byte has been written to the
+ * line. So the counts tell what happened, not what was planned. At all times pingsReceived ==
+ * echoesIntact + echoesDamaged + dropped + tooFast + overrun + unanswered.
  */
 struct ModuleCounts
 {
     quint64 pingsReceived = 0;
-    quint64 echoesIntact = 0;   ///< pings with a faultless echo handed over, counted once each
-    quint64 echoesDamaged = 0;  ///< pings answered by anything else
-    quint64 dropped = 0;        ///< pings left without an answer on purpose
-    quint64 tooFast = 0;        ///< pings dropped for coming faster than the module takes them
-    quint64 overrun = 0;        ///< pings whose whole answer was lost: too much waited already
-    quint64 unanswered = 0;     ///< pings whose answer is still held back or on its way out
-    quint64 corrupted = 0;      ///< answers with a bit flipped
+    quint64 echoesIntact = 0;  ///< pings with a correct echo written; a second copy is not counted
+    quint64 echoesDamaged = 0; ///< pings with any other answer
+    quint64 dropped = 0;       ///< pings not answered on purpose
+    quint64 tooFast = 0;       ///< pings dropped because they came faster than the module accepts
+    quint64 overrun = 0; ///< pings whose whole answer was lost because too many bytes were waiting
+    quint64 unanswered = 0;     ///< pings whose answer is still delayed or being sent
+    quint64 corrupted = 0;      ///< answers with one bit flipped
     quint64 altered = 0;        ///< echoes with a payload byte changed
-    quint64 truncated = 0;      ///< echoes cut short
-    quint64 duplicated = 0;     ///< second copies
-    quint64 garbage = 0;        ///< runs of random bytes
+    quint64 truncated = 0;      ///< echoes with a shortened payload
+    quint64 duplicated = 0;     ///< second copies of answers
+    quint64 garbage = 0;        ///< sequences of random bytes
     quint64 errorReplies = 0;   ///< error replies to pings
     quint64 reports = 0;        ///< report packets
     quint64 split = 0;          ///< answers sent in two pieces
     quint64 lcdRequests = 0;    ///< requests to clear the screen or to write on it
-    quint64 otherRequests = 0;  ///< requests that the module does not know
-    quint64 repliesLost = 0;    ///< answers to those two kinds lost like an overrun
-    quint64 packetsIgnored = 0; ///< correct frames that are no request
+    quint64 otherRequests = 0;  ///< requests unknown to the module
+    quint64 repliesLost = 0;    ///< answers to those two kinds that were lost, as in `overrun`
+    quint64 packetsIgnored = 0; ///< correct frames that are not requests
 
     ModuleCounts& operator+=(const ModuleCounts& other);
 };
 
-/** A count and the name it is published under. */
+/** A count and the name under which it is published. */
 struct ModuleCountField
 {
     const char* name;

@@ -3,24 +3,24 @@
 #include <QtGlobal>
 
 /**
- * Lets so many events a second pass, evenly: one that comes more than 40 ms ahead of its turn is
- * turned away, and each one let through moves the next one's turn on. Events that a busy computer
- * has bunched together so pass like even ones; a pause saves up nothing.
+ * Limits events to a number per second, evenly spaced. An event that comes more than 40 ms before
+ * its turn is rejected; each accepted event moves the next turn on. So events that a busy computer
+ * has bunched together are accepted like evenly spaced ones. A pause saves up nothing.
  *
- * Moments are nanoseconds of any one steady clock. Plain value; one thread at a time.
+ * Times are nanoseconds of one steady clock. Value type; one thread at a time.
  */
 class RateGate
 {
 public:
-    /** How far ahead of its turn an event may come. */
+    /** How much before its turn an event may come. */
     static constexpr qint64 toleranceNs = 40'000'000;
 
-    /** 0 lets everything pass. */
+    /** `perSecond`: events per second; 0: accept all. */
     explicit RateGate(int perSecond) : rate(perSecond) {}
 
     bool passes(qint64 atNs);
 
 private:
     int rate;
-    qint64 turnNs = 0; ///< when the next event is due by the even spacing
+    qint64 turnNs = 0; ///< when the next event is due with even spacing
 };

@@ -3,17 +3,17 @@
 #include "command/OutputFile.h"
 #include "simulator/LedgerEntry.h"
 
-/** A table of pings. One thread at a time. */
+/** A file with a table of pings. One thread at a time. */
 class LedgerFile
 {
 public:
     explicit LedgerFile(const QString& path) : file(QStringLiteral("the ledger"), path) {}
 
-    /** Begins the file with its header; result and fault() as of OutputFile::open(). */
+    /** Opens the file and writes its header; result and fault() as in OutputFile::open(). */
     bool open();
-    /** Adds a line; a failure shows in commit(). */
+    /** Adds a line; an error is reported by commit(). */
     void add(const LedgerEntry& ping);
-    /** Completes the file; result and fault() as of OutputFile::commit(). */
+    /** Completes the file; result and fault() as in OutputFile::commit(). */
     bool commit() { return file.commit(); }
     QString fault() const { return file.fault(); }
 

@@ -3,16 +3,16 @@
 #include <QString>
 
 /**
- * A symbolic link that gives the line a lasting name. Removed at destruction, unless by then it
- * points elsewhere. One thread at a time.
+ * A symbolic link that gives the line a fixed path. The destructor removes it, unless it points
+ * elsewhere by then. One thread at a time.
  */
 class LineLink
 {
 public:
     enum class Result {
         Made,
-        Occupied, ///< there is something that must not be replaced
-        Failed,   ///< the system refused
+        Occupied, ///< something exists there that must not be replaced
+        Failed,   ///< a system error
     };
 
     LineLink() = default;
@@ -21,13 +21,13 @@ public:
     LineLink& operator=(const LineLink&) = delete;
 
     /**
-     * Makes `path` point to `line`, once in the object's life. Takes the place of nothing, of a
-     * link that leads nowhere and of one that leads to `line` already: what an earlier run left
-     * behind. `errorText` gets the reason of any other result, in one line.
+     * Makes `path` a link to `line`; call it once per object. Replaces only a link left by an
+     * earlier run: one that leads nowhere, or one that leads to `line` already. `errorText` gets
+     * the reason for any other result than Made, in one line.
      */
     Result make(const QString& path, const QString& line, QString& errorText);
 
 private:
-    QString linkPath; ///< empty: no link of ours
+    QString linkPath; ///< empty: no link made
     QString target;
 };

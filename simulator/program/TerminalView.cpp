@@ -12,7 +12,7 @@ namespace {
 constexpr int refreshMs = 125;
 constexpr int countsPerLine = 3;
 
-/** What a terminal could take for more than a character becomes a point. */
+/** Replaces characters that could control a terminal with a dot. */
 QString printable(QString row)
 {
     std::replace_if(

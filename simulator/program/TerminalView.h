@@ -6,9 +6,8 @@
 class SimulatedModule;
 
 /**
- * Draws a module's screen and its counts on standard output, in place, while this object lives;
- * looks eight times a second whether there is anything new. The text cursor is hidden meanwhile.
- * Lives on the module's thread.
+ * Shows a module's screen and counts on standard output, in place, while this object exists. It
+ * checks for changes eight times a second and hides the text cursor. Lives on the module's thread.
  */
 class TerminalView : public QObject
 {
@@ -17,7 +16,7 @@ class TerminalView : public QObject
 public:
     /** `shown` is not owned and must outlive this object. */
     explicit TerminalView(const SimulatedModule& shown, QObject* parent = nullptr);
-    /** Shows the last state and gives the cursor back. */
+    /** Shows the last state and restores the cursor. */
     ~TerminalView() override;
 
 private:

@@ -22,7 +22,7 @@ int fail(Program& program, const QString& message, ExitStatus status)
     return static_cast<int>(status);
 }
 
-/** Writes both as far as that goes; without a `ledger` there is none. */
+/** Writes the summary and the ledger, also if one of them fails. A null `ledger` is not written. */
 int writeResults(Program& program, const SimulatedModule& module, const QString& summaryPath,
                  LedgerFile* ledger)
 {

@@ -5,18 +5,20 @@
 #include <QString>
 #include <QStringList>
 
-/** What the command line of packetbrask-module asks for. */
+/** The command-line settings of packetbrask-module. */
 struct ModuleOptions
 {
     enum class Outcome { Run, Help, Error };
 
     Outcome outcome = Outcome::Run;
-    QString message; ///< the help, or in one line what is wrong
+    QString message; ///< the help, or a complaint in one line
     ModuleFaults faults;
     QString linkPath;    ///< empty: no link
     QString summaryPath; ///< empty: no summary
     QString ledgerPath;  ///< empty: no ledger
 };
 
-/** Reads `arguments`, the program's name first. Of an option given twice the last one counts. */
+/**
+ * Reads `arguments`, the program's name first. If an option is given twice, the last one counts.
+ */
 ModuleOptions parseModuleOptions(const QStringList& arguments);

@@ -5,7 +5,7 @@
 class SimulatedModule;
 
 /**
- * What has happened to `module`, as a JSON object; docs/simulator.md has the keys. Only on the
+ * Returns the counts of `module` as a JSON object; docs/simulator.md lists the keys. Call it on the
  * module's thread.
  */
 QByteArray moduleSummary(const SimulatedModule& module);

@@ -8,12 +8,14 @@
 namespace {
 
 constexpr double significant = 0.01;
-/** Chance is ruled out even for trials that the search has picked by their losses. */
+/**
+ * Below this probability a difference is real, although the search selects trials by their losses.
+ */
 constexpr double certain = 1e-6;
-/** Trials at the rate found that are made only to compare its loss. */
+/** Largest number of trials with purpose Comparison. */
 constexpr int mostFresh = 4;
 
-/** The counts of one size, seen from the rate found. */
+/** The counts of one size, relative to the rate found. */
 class Rates
 {
 public:
@@ -37,7 +39,10 @@ public:
             found = std::max(lossless, counts.begin()->first);
     }
 
-    /** Whether there is anything to compare: some above the rate found, and not all lost. */
+    /**
+     * Whether a comparison is possible: there are pings above the rate found, and some but not all
+     * are lost.
+     */
     bool canCompare() const
     {
         if (counts.empty() || counts.rbegin()->first <= found)
@@ -47,9 +52,12 @@ public:
     }
     int rateFound() const { return found; }
     bool wantsFresh() const { return freshMade < mostFresh; }
-    /** Whether it is so much higher than the rate found that pings there tell something of it. */
+    /** Whether `rate` is at least 25 % above the rate found, so that pings there are meaningful. */
     bool isFar(int rate) const { return rate >= found + found / 4; }
-    /** Those worth asking about, the highest first. */
+    /**
+     * Returns the rates to compare, highest first: the highest rate tried and all that are far
+     * above the rate found.
+     */
     std::vector<int> above() const
     {
         std::vector<int> rates{counts.rbegin()->first};
@@ -59,7 +67,7 @@ public:
         }
         return rates;
     }
-    /** From `first` to `last`. */
+    /** Returns the sum of the counts from rate `first` to rate `last`. */
     LossCount sum(int first, int last) const
     {
         LossCount all;
@@ -68,7 +76,7 @@ public:
             all += rate->second;
         return all;
     }
-    /** Whether loss is even up to `rate`, which is above the rate found. */
+    /** Tells whether loss is even up to `rate`, which is above the rate found. */
     Answer compare(int rate) const
     {
         const LossCount low = sum(0, found);
@@ -83,7 +91,7 @@ public:
                                 chanceOf(sum(found, rate), sum(0, found - 1)) >= significant;
             return isEven ? Answer::Even : Answer::Unclear;
         }
-        // The search stayed below what lost and above what did not: only new trials can tell.
+        // The search selected rates by their losses, so only new trials can decide.
         if (wantsFresh())
             return Answer::TooFewPings;
         if (chanceOf(high, fresh) < significant)
@@ -95,7 +103,7 @@ private:
     std::map<int, LossCount> counts; ///< by rate
     LossCount fresh;
     int freshMade = 0;
-    int found = 0; ///< the lowest rate tried where nothing passed
+    int found = 0; ///< the rate found; the lowest rate tried if none passed
 };
 
 } // namespace
@@ -140,7 +148,7 @@ double chanceOf(const LossCount& high, const LossCount& low)
     const auto all = static_cast<unsigned>(high.tried + low.tried);
     const unsigned fewest = lost + tried > all ? lost + tried - all : 0;
     if (high.lost <= fewest)
-        return 1; // it cannot be less
+        return 1; // `high` cannot have fewer losses
     const boost::math::hypergeometric_distribution<> chance(lost, tried, all);
     return cdf(complement(chance, high.lost - 1));
 }

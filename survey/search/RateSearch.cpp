@@ -27,7 +27,7 @@ void RateSearch::take(const Trial& trial)
 int RateSearch::trialsLeft() const
 {
     if (without.failedFrom > highest && without.tries.empty())
-        return 2; // most links carry what their line does
+        return 2; // most links pass at the highest rate
     return without.trialsLeft() + (without.best() == some.best() ? 0 : some.trialsLeft());
 }
 

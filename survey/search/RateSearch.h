@@ -5,57 +5,57 @@
 #include <map>
 
 /**
- * Finds the highest rate at which a link loses nothing, and the highest at which it loses no more
- * than a given share, in one search: each trial counts for both.
+ * Finds the highest rate at which a link loses nothing, and the highest at which it loses at most a
+ * given share. One search finds both: each trial counts for both.
  *
- * The highest rate is tried first, then bisection goes on until the rate that has passed and the
- * next one that has not are one step apart. A rate passes or fails by two trials of at most three:
- * one that has failed once is tried again at once, one that has passed once when it is the answer.
- * Pure; one thread at a time.
+ * The highest rate is tried first. Then bisection continues until the highest rate that passed and
+ * the lowest that failed are at most one step apart. A rate passes or fails by two of at most three
+ * trials. A rate that failed once is tried again at once; a rate that passed once is tried again
+ * when it is the answer. Pure; one thread at a time.
  */
 class RateSearch
 {
 public:
-    /** `highestRate` in pings a second, 1 to 1000. `partialLossPercent` 0 to 100. */
+    /** `highestRate`: pings per second, 1 to 1000. `partialLossPercent`: 0 to 100. */
     RateSearch(int highestRate, double partialLossPercent);
 
-    /** The rate of the next trial; nothing when both answers are there. */
+    /** Returns the rate of the next trial; no value when both answers are known. */
     std::optional<int> next() const;
-    /** Whether that rate has been tried before. */
+    /** Whether the rate of next() has been tried before. */
     bool confirmsNext() const;
-    /** What came of a trial, at whatever rate. */
+    /** Takes the result of a trial, at any rate. */
     void take(const Trial& trial);
 
-    /** The answers: 0 when not even 1 a second passed, nothing while it is not confirmed. */
+    /** The answers: 0 when not even 1 ping per second passed; no value while not confirmed. */
     std::optional<int> lossless() const { return without.answer(); }
     std::optional<int> withPartialLoss() const { return some.answer(); }
-    /** A guess at how many trials are still to come. */
+    /** Returns an estimate of the number of trials still to come. */
     int trialsLeft() const;
 
-    /** How far apart the rates tried around `rate` are at the end: 1, or 1 % where that is more. */
+    /** Final distance between the rates tried around `rate`: 1, or 1 % of it if that is more. */
     static int step(int rate);
 
 private:
-    /** How often a rate was tried with what result. */
+    /** The numbers of trials at one rate that passed and that failed. */
     struct Tries
     {
         int passed = 0;
         int failed = 0;
 
-        /** Whether it has failed and may still pass. */
+        /** Whether the rate has failed once and may still pass. */
         bool isOpen() const { return failed > 0 && passed < 2; }
     };
 
-    /** What is known by one measure of loss. */
+    /** The state of the search for one allowed loss. */
     struct Bracket
     {
         double allowedLossPercent;
-        int failedFrom;               ///< the lowest rate that has failed
-        std::map<int, Tries> tries{}; ///< of the rates below that
+        int failedFrom;               ///< lowest rate that has failed
+        std::map<int, Tries> tries{}; ///< by rate, for the rates below `failedFrom`
 
-        int best() const; ///< the highest rate that has passed and is not open, or 0
+        int best() const; ///< highest rate that has passed and is not open; 0: none
         bool isNarrow() const { return failedFrom - best() <= step(best()); }
-        std::optional<int> again() const; ///< the rate to be tried once more
+        std::optional<int> again() const; ///< the rate to be tried again; no value: none
         std::optional<int> next(int highestRate) const;
         std::optional<int> answer() const;
         void take(const Trial& trial);

@@ -13,7 +13,7 @@ double framesPerSecond(int sizeBytes, int baudRate)
 {
     TestConfig config;
     config.minDataSize = config.maxDataSize = sizeBytes;
-    // A module echoes what it got, so both directions carry the same.
+    // A module echoes what it receives, so both directions carry the same traffic.
     return baudRate / (meanFrameBytes(config) * bitsPerByte);
 }
 
@@ -84,7 +84,7 @@ int SizeSurvey::trialsLeft() const
     return search.next() ? search.trialsLeft() + loadsLeft - 1 : loadsLeft;
 }
 
-/** What 100 % of the load is; 0: there are no loads. */
+/** The rate of the 100 % load; 0: there are no loads. */
 int SizeSurvey::fullLoad() const
 {
     return known.comparison.even ? known.comparison.even->packetsPerSecond : *known.lossless;

@@ -6,10 +6,10 @@
 #include <array>
 #include <vector>
 
-/** At how many percent of the rate found the round trips are taken. */
+/** Loads at which the round trips are measured, in percent of the rate found. */
 inline constexpr std::array<int, 4> loadPercents{10, 50, 90, 100};
 
-/** What is known of payloads of one size. */
+/** The results for payloads of one size. */
 struct SizeResult
 {
     struct Load
@@ -19,34 +19,42 @@ struct SizeResult
     };
 
     int sizeBytes = 0;
-    double capacity = 0;                  ///< pings a second that the line has room for
-    int highestRate = 0;                  ///< the one tried first
-    std::optional<int> lossless{};        ///< the answers of RateSearch
-    std::optional<int> withPartialLoss{}; ///< likewise
-    LossComparison comparison{};          ///< of all trials but those of the loads
-    std::vector<Load> loads{};            ///< those taken so far; none where nothing passed
-    std::vector<Trial> trials{};          ///< all of them, in their order
+    double capacity = 0;                  ///< pings per second that the line has room for
+    int highestRate = 0;                  ///< first rate tried
+    std::optional<int> lossless{};        ///< answer of RateSearch
+    std::optional<int> withPartialLoss{}; ///< answer of RateSearch
+    LossComparison comparison{};          ///< of all trials except the loads
+    std::vector<Load> loads{};            ///< those measured so far; empty if no rate passed
+    std::vector<Trial> trials{};          ///< all trials, in their order
     bool complete = false;
 
-    /** The rate without loss; nothing where the loss is even, for then it was found by chance. */
+    /**
+     * Returns the rate without loss. No value if the loss is even, because the rate was then found
+     * by chance.
+     */
     std::optional<int> withoutLoss() const { return comparison.even ? std::nullopt : lossless; }
-    /** Whether the computer was busy in a trial that failed, so that an answer may be too low. */
+    /**
+     * Whether the computer was busy in a trial that failed, so that a rate found may be too low.
+     */
     bool isHindered() const;
-    /** `rate` as a share of the capacity. */
+    /** `rate` in percent of the capacity. */
     double sharePercent(int rate) const { return 100 * rate / capacity; }
 };
 
 /**
- * Decides which trials are made with payloads of one size: the search, where loss cannot be
- * compared without them a few more at the rate found, and then the loads, which are shares of the
- * rate without loss or of that up to which the loss is even. A load whose rate has been tried
- * without loss, or with the even one, takes its figures from that trial. Pure; one thread at a
- * time.
+ * Plans the trials with payloads of one size. First comes the search. If its trials are not enough
+ * to compare losses, a few more at the rate found follow. Then come the loads, which are shares of
+ * the rate without loss, or of the rate up to which the loss is even. If a load's rate has already
+ * been tried without loss, or with the even loss, that trial is used for the load. Pure; one thread
+ * at a time.
  */
 class SizeSurvey
 {
 public:
-    /** `sizeBytes` 8 to 124, on a line of `baudRate` bits per second; the loss as of RateSearch. */
+    /**
+     * `sizeBytes`: 8 to 124. `baudRate`: bits per second of the line. `partialLossPercent` as in
+     * RateSearch.
+     */
     SizeSurvey(int sizeBytes, int baudRate, double partialLossPercent);
 
     struct Next
@@ -54,13 +62,13 @@ public:
         int packetsPerSecond;
         TrialPurpose purpose;
     };
-    /** The next trial; nothing when all is known. */
+    /** Returns the next trial; no value when the size is complete. */
     std::optional<Next> next() const;
-    /** What came of it. */
+    /** Takes the result of the trial that next() asked for. */
     void take(const Trial& trial);
 
     const SizeResult& result() const { return known; }
-    /** A guess at how many trials are still to come. */
+    /** Returns an estimate of the number of trials still to come. */
     int trialsLeft() const;
 
 private:

@@ -4,7 +4,7 @@
 
 namespace {
 
-/** Of trials at one rate that failed while the computer was busy. */
+/** Largest number of repeated trials at one rate that failed while the computer was busy. */
 constexpr int mostRepeats = 3;
 
 } // namespace

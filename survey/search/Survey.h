@@ -4,35 +4,36 @@
 
 #include <QList>
 
-/** A whole survey: payloads of one size after the other. Pure; one thread at a time. */
+/** Plans a whole survey, one payload size after the other. Pure; one thread at a time. */
 class Survey
 {
 public:
-    /** `sizesBytes` is not empty; the rest as of SizeSurvey. */
+    /** `sizesBytes` must not be empty; the other arguments as in SizeSurvey. */
     Survey(const QList<int>& sizesBytes, int baudRate, double partialLossPercent);
 
     struct Next
     {
         int sizeBytes;
-        int place; ///< of the size, from 1
+        int place; ///< position of the size in the list, from 1
         int packetsPerSecond;
         TrialPurpose purpose;
     };
-    /** The next trial; nothing when all is known. */
+    /** Returns the next trial; no value when the survey is complete. */
     std::optional<Next> next() const;
     /**
-     * What came of it. What is known of its size by then; null when the trial is to be made again
-     * and does not count, because it failed while the computer was busy. A rate has three of those.
+     * Takes the result of the trial that next() asked for. Returns what is now known of its size.
+     * Returns null if the trial does not count and must be repeated, because it failed while the
+     * computer was busy. A rate is repeated at most three times for that.
      */
     const SizeResult* take(const Trial& trial);
 
     std::vector<SizeResult> results() const;
-    /** A guess at how many trials are still to come. */
+    /** Returns an estimate of the number of trials still to come. */
     int trialsLeft() const;
 
 private:
     std::vector<SizeSurvey> sizes;
     std::size_t current = 0;
-    int repeats = 0; ///< of the rate tried last
+    int repeats = 0; ///< uncounted trials at repeatedRate
     int repeatedRate = 0;
 };

@@ -7,7 +7,7 @@
 
 namespace {
 
-/** Pings that even the shortest trial has room for. */
+/** Pings that even the shortest trial can send. */
 constexpr double fewestPings = 3;
 constexpr int shortestQuietMs = 300;
 

@@ -1,8 +1,13 @@
 #pragma once
 
-/** For how long a trial sends that is to last for `seconds` but has room for three pings. Pure. */
+/**
+ * How long a trial sends, in milliseconds: `seconds`, or longer if that is needed for three pings.
+ * Pure.
+ */
 int trialMs(double seconds, int packetsPerSecond);
 
-/** For how long nothing must come before the next trial: twice a frame's time, 300 at least. Pure.
+/**
+ * How long the line must be quiet before the next trial, in milliseconds: twice a frame's time, at
+ * least 300. Pure.
  */
 int quietMsFor(int sizeBytes, int baudRate);

@@ -39,7 +39,7 @@ private slots:
         for (const char* trouble : {"working", "slow", "unplugged", "stalled"})
             for (const char* moment :
                  {"idle", "running", "running, closed", "waiting", "waiting, closed"})
-                QTest::addRow("%s %s", trouble, moment) << trouble;
+                QTest::newRow(QByteArray(trouble) + ' ' + moment) << trouble;
     }
 
     static void endsInOrder()
