@@ -51,6 +51,8 @@ FrameSearch findAnyFrame(std::span<const uint8_t> bytes);
 FrameSearch findFrameInOrder(std::span<const uint8_t> bytes, const AwaitedFrames& awaited,
                              bool isSilent);
 
-/** CRC-16/X-25, the check of a frame: 0x0000 of no bytes, 0x906E of the ASCII digits 1 to 9. Any
- * thread. */
+/**
+ * Computes the check of a frame, the CRC-16/X-25 of `bytes`: 0x0000 for no bytes, 0x906E for the
+ * ASCII digits 1 to 9. Any thread.
+ */
 uint16_t frameCheck(std::span<const uint8_t> bytes);
