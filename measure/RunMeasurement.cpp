@@ -12,10 +12,14 @@ RunFigures RunMeasurement::figures() const
     all.spans = timeSpans.spans();
     all.lossBursts = {bursts.count, bursts.longest};
     if (roundTrips.count() > 0)
-        all.latencyUs = {roundTrips.minimumUs(),         roundTrips.meanUs(),
-                         *roundTrips.percentileUs(0.5),  *roundTrips.percentileUs(0.9),
-                         *roundTrips.percentileUs(0.99), *roundTrips.percentileUs(0.999),
-                         roundTrips.maximumUs(),         roundTrips.standardDeviationUs()};
+        all.latencyUs = {.minimum = roundTrips.minimumUs(),
+                         .mean = roundTrips.meanUs(),
+                         .p50 = *roundTrips.percentileUs(0.5),
+                         .p90 = *roundTrips.percentileUs(0.9),
+                         .p99 = *roundTrips.percentileUs(0.99),
+                         .p999 = *roundTrips.percentileUs(0.999),
+                         .maximum = roundTrips.maximumUs(),
+                         .standardDeviation = roundTrips.standardDeviationUs()};
     if (sendLags.count() > 0)
         all.sendLagUs = {*sendLags.percentileUs(0.99), sendLags.maximumUs()};
     return all;
