@@ -1,13 +1,10 @@
 #include "engine/EventRow.h"
 #include "engine/timing/wallTime.h"
 #include "tests/engine/EngineBench.h"
+#include "tests/support/contentsOf.h"
 #include "tests/support/processes.h"
 
-#include <QFile>
-#include <QRegularExpression>
-#include <QSet>
-#include <QTest>
-#include <QTimer>
+#include <QtTest>
 
 #include <array>
 #include <chrono>
@@ -30,9 +27,8 @@ qint64 wallMs()
 /** The lines below this heading of expected.txt. */
 QStringList expected(const QString& heading)
 {
-    QFile file(EXPECTED);
-    const QString text = file.open(QIODevice::ReadOnly) ? file.readAll() : QString();
-    return text.section("# " + heading + '\n', 1)
+    return QString(contentsOf(EXPECTED))
+        .section("# " + heading + '\n', 1)
         .section("\n#", 0, 0)
         .split('\n', Qt::SkipEmptyParts);
 }

@@ -2,12 +2,10 @@
 #include "link/vnPacketComs.h"
 #include "link/vnSerialComs.h"
 #include "tests/support/RawLine.h"
+#include "tests/support/contentsOf.h"
 #include "tests/support/frame.h"
 
-#include <QFile>
-#include <QMap>
-#include <QRegularExpression>
-#include <QTest>
+#include <QtTest>
 
 #include <algorithm>
 #include <cstdlib>
@@ -69,11 +67,9 @@ void readInOrder(vnPacketComs& coms, const QByteArray& payload)
 /** The rows of the protocol's document that `pattern` finds: code, in hexadecimal, and text. */
 QMap<uint32_t, QString> documented(const QString& pattern)
 {
-    QFile document(PROTOCOL);
-    const QString text = document.open(QIODevice::ReadOnly) ? document.readAll() : QString();
     QMap<uint32_t, QString> rows;
     const QRegularExpression row(pattern, QRegularExpression::MultilineOption);
-    for (const QRegularExpressionMatch& match : row.globalMatch(text))
+    for (const QRegularExpressionMatch& match : row.globalMatch(contentsOf(PROTOCOL)))
         rows[match.captured(1).toUInt(nullptr, 16)] = match.captured(2);
     return rows;
 }

@@ -1,10 +1,9 @@
 #include "measure/PingRecord.h"
 #include "measure/RunMeasurement.h"
 #include "measure/figuresJson.h"
+#include "tests/support/contentsOf.h"
 
-#include <QFile>
-#include <QJsonDocument>
-#include <QTest>
+#include <QtTest>
 
 #include <malloc.h>
 
@@ -220,10 +219,8 @@ private slots:
         play(run, "s s f s s s s s s s s m5 m0 m1 c3 g4 g7 o40 o40 o40 o40 o00 o10 o00 o1 o2 o2 " +
                       QString("o3 ").repeated(5) + QString("o4 ").repeated(6) +
                       "x2 n x200 n x2 l l . a6 e8 e9 e10");
-        QFile file(EXPECTED);
-        QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(QJsonDocument(figuresJson(run.figures())).toJson(),
-                 QJsonDocument::fromJson(file.readAll()).toJson());
+                 QJsonDocument::fromJson(contentsOf(EXPECTED)).toJson());
         QVERIFY(run.figures().leftOut.byComputer == 6 && run.figures().leftOut.byLine == 14);
         QCOMPARE(run.figures().sendingNs, 46'000'000);
         play(run, ".");

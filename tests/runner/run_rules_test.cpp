@@ -12,11 +12,7 @@
 #include "tests/support/RawLine.h"
 #include "tests/support/SystemHand.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
+#include <QtTest>
 
 #include <cerrno>
 

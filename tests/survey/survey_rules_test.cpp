@@ -3,12 +3,9 @@
 #include "survey/surveyReasons.h"
 #include "survey/surveyReport.h"
 #include "survey/surveyTable.h"
+#include "tests/support/contentsOf.h"
 
-#include <QFile>
-#include <QJsonDocument>
-#include <QRegularExpression>
-#include <QTest>
-#include <QTimeZone>
+#include <QtTest>
 
 #include <cmath>
 #include <functional>
@@ -123,9 +120,7 @@ private slots:
                     .toJson(QJsonDocument::Compact)
                     .replace("},{", "},\n{") +
                 "\n" + silentText(outcome.sizes[0].trials[0], *outcome.silentSince);
-        QFile file(EXPECTED);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(told.split('\n'), QString::fromUtf8(file.readAll()).split('\n'));
+        QCOMPARE(told.split('\n'), QString::fromUtf8(contentsOf(EXPECTED)).split('\n'));
     }
 
     /** Counts "RATE PURPOSE: SENT-LOST" of trials, and what is told of them. */
