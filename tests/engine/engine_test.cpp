@@ -24,13 +24,9 @@ qint64 wallMs()
     return floor<milliseconds>(system_clock::now().time_since_epoch()).count();
 }
 
-/** The lines below this heading of expected.txt. */
 QStringList expected(const QString& heading)
 {
-    return QString(contentsOf(EXPECTED))
-        .section("# " + heading + '\n', 1)
-        .section("\n#", 0, 0)
-        .split('\n', Qt::SkipEmptyParts);
+    return linesOf(EXPECTED, heading);
 }
 
 } // namespace
