@@ -116,20 +116,9 @@ def batch():
 
 def explained():
     """Runs at and past the limits from which on there is something to say of them."""
-    lost = {"packetsLost": 7, "lossBursts.longest": 4}
-    timer, rate = "adapter.latencyTimerMs", "achievedPacketsPerSecond"
-    share = "estimatedTrafficToModule.lineSharePercent"
-    cases = {"under": {"sendLagUs.p99": 20000, share: 89.9, timer: 1, rate: 45},
-             "over": {"sendLagUs.p99": 20100, share: 90, timer: 1.5, rate: 44.9, "sendingSeconds": 1,
-                      "lossBursts.longest": 5}, "early": {"sendLagUs.p99": None, rate: 1, "sendingSeconds": 0.9},
-             "fast": {"sendLagUs.p99": 5100, "configuration.packetsPerSecond": 200, rate: 0},
-             "none-sent": {"packetsSent": 0, "packetsReceived": 0, rate: None},
-             "silent": {"packetsReceived": 0, "packetsSent": 7, "packetsLost": 7, "lossBursts.longest": 99},
-             "late": {"packetsReceived": 0, "packetsLost": 7, "unexpected.lateEchoes": 7},
-             "busy": {"packetsLeftOut": {"byComputer": 30, "byLine": 4}, "verdict": "disturbed", "reasons": ["busy"]},
-             "unplugged": lost | {"verdict": "lineLost", "timing": "window"}, "unknown": lost | {"lineErrors": None},
-             "refused": {"unexpected.errorReplies": 2 * [{"code": 255, "text": "", "count": 3}]}}
-    cases |= {f"{prefix}{name}": lost | {f"lineErrors.{name}": count} for prefix, count in (("", 1), ("no-", None))
+    cases = json.loads(HERE.with_name("explained.json").read_text(encoding="utf-8"))
+    cases |= {f"{prefix}{name}": {"packetsLost": 7, "lossBursts.longest": 4, f"lineErrors.{name}": count}
+              for prefix, count in (("", 1), ("no-", None))
               for name in ("framing", "parity", "break", "overrun", "bufferOverrun")}
     return {name: changed(report(2, seconds=2), changes) for name, changes in cases.items()}
 
