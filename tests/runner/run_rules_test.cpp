@@ -112,8 +112,6 @@ private slots:
         options.port = "/dev/<x>";
         options.tags = {{"cable\x01", "<\x01&\"\t\uFFFE"}};
         RunOutcome outcome;
-        outcome.stats.startTime = 1'790'000'000'123;
-        outcome.lastedMs = 1500;
         outcome.outputFault = "\x1F\uFFFD";
         outcome.figures.leftOut.byComputer = 1;
         const QByteArray xml = junitReport(options, outcome, judge(options, outcome));
@@ -123,8 +121,6 @@ private slots:
               "<property name=\"cable\uFFFD\" value=\"&lt;\uFFFD&amp;&quot;&#9;\uFFFD\"/>",
               "<failure message=\"\uFFFD\uFFFD\"/>", "<error message=\"1 of 1 packets"})
             QVERIFY2(xml.contains(part), xml);
-        QCOMPARE(outcome.start().toMSecsSinceEpoch(), 1'790'000'000'123);
-        QCOMPARE(outcome.start().msecsTo(outcome.end()), 1500);
     }
 
     void tellsTheStatus()

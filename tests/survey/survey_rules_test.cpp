@@ -21,12 +21,6 @@ Link dropsAbove(int limit)
     return [limit](int rate, size_t) { return std::max(0., 100. * (rate - limit) / rate); };
 }
 
-/** The rate that passes at first does not when it is confirmed. */
-double notTwice(int rate, size_t trial)
-{
-    return rate > 30 && trial != 1 ? 9 : 0;
-}
-
 Trial made(const Link& link, int rate, TrialPurpose purpose, size_t trial)
 {
     const quint64 sent = quint64(rate) * 5;
@@ -80,7 +74,8 @@ private slots:
             {100, dropsAbove(1000)},
             {32, dropsAbove(0)},
             {9, dropsAbove(0)},
-            {124, notTwice}};
+            // The rate that passes at first does not when it is confirmed.
+            {124, [](int rate, size_t trial) { return rate > 30 && trial != 1 ? 9 : 0; }}};
         SurveyOptions options =
             parseSurveyOptions({"x", "--port=/dev/x", "--sizes=8,124,16,32,9,100,64", "--trial=2.5",
                                 "--partial-loss=2", "--timeout=600", "--tag=cable=7"});
