@@ -1,16 +1,7 @@
 #!/usr/bin/python3
 """MODULE RUNNER PORTS [UMOCKDEV]: how the built program deals with ports, places to write and the ends of a run."""
 
-import fcntl
-import json
-import os
-import pathlib
-import re
-import resource
-import shutil
-import subprocess
-import sys
-import unittest
+import fcntl, json, os, pathlib, re, resource, shutil, subprocess, sys, unittest
 
 import helpers
 

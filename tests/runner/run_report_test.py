@@ -1,23 +1,8 @@
 #!/usr/bin/python3
 """MODULE RUNNER DOCS: all that a run writes, held against the module's account of it and the documents."""
 
-import concurrent.futures
-import csv
-import datetime
-import json
-import math
-import os
-import pathlib
-import platform
-import pty
-import re
-import subprocess
-import sys
-import tempfile
-import termios
-import time
-import unittest
-import xml.etree.ElementTree
+import concurrent.futures, csv, datetime, json, math, os, pathlib, platform, pty, re, subprocess
+import sys, tempfile, termios, time, unittest, xml.etree.ElementTree
 
 import jsonschema
 
