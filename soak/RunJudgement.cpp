@@ -1,6 +1,6 @@
 #include "soak/RunJudgement.h"
 
-#include "tests/support/csvRecord.h"
+#include "soak/csvRecord.h"
 
 #include <algorithm>
 

@@ -1,18 +1,7 @@
 """MODULE RUNNER SURVEY REPORT PROJECT: the built programs, when what they write to takes no more."""
 
-import concurrent.futures
-import contextlib
-import itertools
-import json
-import os
-import pathlib
-import re
-import select
-import socket
-import subprocess
-import sys
-import tempfile
-import time
+import concurrent.futures, contextlib, itertools, json, os, pathlib, re, select, socket, subprocess
+import sys, tempfile, time
 
 MODULE, RUNNER, SURVEY, REPORT, PROJECT = sys.argv[1:]
 NEEDED = {MODULE: ["--drop=1"], RUNNER: ["--duration=1", "--rate=1000", "--timeout=50"], SURVEY: ["--timeout=50"],

@@ -2,9 +2,7 @@
 #include "command/SignalWatch.h"
 #include "tests/support/processes.h"
 
-#include <QCoreApplication>
-#include <QSignalSpy>
-#include <QTest>
+#include <QtTest>
 
 #include <clocale>
 #include <csignal>

@@ -97,6 +97,8 @@ private slots:
         const auto look = [&](QWidget*) { QVERIFY(timeout->isEnabled()); };
         QCOMPARE(bench.boxesOf(start, look),
                  QStringList{"Critical|Error|Cannot start test: Not connected to a port"});
+        QCOMPARE(bench.log().filter("] ERROR: Cannot start test: Not connected to a port").size(),
+                 1);
         QVERIFY(!bench.button("Stop Test")->isEnabled());
         const QStringList rows = bench.eventRows();
         bench.logView()->clear();

@@ -32,7 +32,7 @@ QString placesIn(const QGroupBox* group)
         places += QStringLiteral("|%1.%2").arg(row).arg(column + 10 * (columns - 1));
         places += QString(grid != nullptr ? grid->columnStretch(column) : 0, '+') + ' ';
         places += item->spacerItem() != nullptr ? QString::number(item->sizeHint().width())
-                  : item->widget() == named     ? "*"
+                  : item->widget() == named     ? "*" + named->styleSheet()
                   : label != nullptr            ? label->text()
                                                 : button->text();
         if (item->widget() != nullptr && item->widget()->minimumWidth() > 0)

@@ -7,9 +7,7 @@
 #include "tests/support/RawLine.h"
 #include "tests/support/frame.h"
 
-#include <QDateTime>
-#include <QMultiMap>
-#include <QtEndian>
+#include <QtCore>
 
 #include <utility>
 

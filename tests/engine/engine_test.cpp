@@ -1,13 +1,10 @@
 #include "engine/EventRow.h"
 #include "engine/timing/wallTime.h"
 #include "tests/engine/EngineBench.h"
+#include "tests/support/contentsOf.h"
 #include "tests/support/processes.h"
 
-#include <QFile>
-#include <QRegularExpression>
-#include <QSet>
-#include <QTest>
-#include <QTimer>
+#include <QtTest>
 
 #include <array>
 #include <chrono>
@@ -27,14 +24,9 @@ qint64 wallMs()
     return floor<milliseconds>(system_clock::now().time_since_epoch()).count();
 }
 
-/** The lines below this heading of expected.txt. */
 QStringList expected(const QString& heading)
 {
-    QFile file(EXPECTED);
-    const QString text = file.open(QIODevice::ReadOnly) ? file.readAll() : QString();
-    return text.section("# " + heading + '\n', 1)
-        .section("\n#", 0, 0)
-        .split('\n', Qt::SkipEmptyParts);
+    return linesOf(EXPECTED, heading);
 }
 
 } // namespace

@@ -2,9 +2,7 @@
 #include "engine/timing/WindowTiming.h"
 #include "tests/support/RawLine.h"
 
-#include <QSocketNotifier>
-#include <QTest>
-#include <QTimer>
+#include <QtTest>
 
 #include <array>
 #include <cmath>

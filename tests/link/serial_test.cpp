@@ -2,11 +2,10 @@
 #include "link/vnSerialComs.h"
 #include "tests/support/RawLine.h"
 #include "tests/support/SystemHand.h"
+#include "tests/support/contentsOf.h"
 #include "tests/support/processes.h"
 
-#include <QElapsedTimer>
-#include <QFile>
-#include <QTest>
+#include <QtTest>
 
 #include <csignal>
 #include <cstring>
@@ -98,9 +97,7 @@ private slots:
         for (int rate = 300; rate < 1'000'000; rate += 300)
             if (port.openPort({}, rate))
                 offered += QString::number(rate);
-        QFile document(PROTOCOL);
-        QVERIFY(document.open(QIODevice::ReadOnly));
-        const QString text = document.readAll().replace(" or", ",");
+        const QString text = contentsOf(PROTOCOL).replace(" or", ",");
         QVERIFY(text.contains("runs at " + offered.join(", ") + " bits per second"));
         for (const bool on : {false, true}) {
             std::memset(&before, on ? 0xFF : 0, sizeof before);

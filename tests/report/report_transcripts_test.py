@@ -4,15 +4,7 @@ The folder transcripts/ has the command lines and what is expected of each; --wr
 now, for the difference to be read.
 """
 
-import difflib
-import html
-import json
-import os
-import pathlib
-import re
-import subprocess
-import sys
-import unittest
+import difflib, html, json, os, pathlib, re, subprocess, sys, unittest
 
 import helpers
 from sample_reports import batch, changed, compared, explained, report, samples, singles, survey

@@ -6,12 +6,15 @@ import math
 import pathlib
 import random
 
-HERE = pathlib.Path(__file__)
 HOSTILE = "</script /><img src=x onerror=alert(1)>\u2028\"'&\u202e\x1b[31m{{data}}"
 
 
 def quantile(values, share):
     return values[min(len(values) - 1, int(share * len(values)))] if values else None
+
+
+def stored(name):
+    return json.loads(pathlib.Path(__file__).with_name(name + ".json").read_text(encoding="utf-8"))
 
 
 def changed(made, changes):
@@ -47,7 +50,7 @@ def report(seed=1, seconds=60, rate=50, middle_us=5200.0, loss=0.0, tags=None, *
     us |= {"mean": mean, "standardDeviation":
            math.sqrt(sum((took - mean) ** 2 for took in every) / len(every)) if every else None}
     traffic = {"bytesPerSecond": rate * 70, "lineSharePercent": rate * 70 * 1100 / 115200}
-    made = changed(json.loads(HERE.with_name("report.json").read_text(encoding="utf-8")), {
+    made = changed(stored("report"), {
         "configuration.packetsPerSecond": rate, "configuration.durationSeconds": seconds, "tags": tags or {},
         "start": f"2026-11-22T10:{seed % 60:02}:00.000+01:00", "end": f"2026-11-22T11:{seed % 60:02}:00.000+01:00",
         "sendingSeconds": seconds, "requestedPacketsPerSecond": rate, "achievedPacketsPerSecond": sent / seconds,
@@ -67,7 +70,7 @@ def report(seed=1, seconds=60, rate=50, middle_us=5200.0, loss=0.0, tags=None, *
 
 def survey():
     """A survey of three payloads: one hindered, one at no rate of which all came back, one not ended."""
-    return json.loads(HERE.with_name("survey.json").read_text(encoding="utf-8"))
+    return stored("survey")
 
 
 def samples():
@@ -109,45 +112,20 @@ def batch():
         run["latencyUs"] = run["latencyUs"] | {"p50": p99 and p99 / 2, "p99": p99, "maximum": p99 and 2 * p99}
         run["latencyHistogramUs"] = [[p99 / 4, p99 / 2, 5], [p99, 2 * p99, 2]] if p99 else []
         return run | changes
-    return {"a": made(5000, tag="S2", start=9), "b": made(9000, tag="S2", start=3),
-            "c": made(7000, "failed", 1, "S1"), "d": made(1000, "lineLost"),
-            "e": made(8000, "outputFailed", 2, "S3"), "f": made(2000, "failed", 2, "S1"),
-            "g": made(5000, tag="S2", lost=3, start=1), "h": made(None, "failed", 2, packetsSent=0, start=9),
-            "i": made(None, "failed", 2, "S1"), "j": made(9000, "disturbed", tag="S3"), "k": made(1500, tag="S3")}
+    return {name: made(**changes) for name, changes in stored("changes")["batch"].items()}
 
 
 def explained():
     """Runs at and past the limits from which on there is something to say of them."""
-    lost = {"packetsLost": 7, "lossBursts.longest": 4}
-    timer, rate = "adapter.latencyTimerMs", "achievedPacketsPerSecond"
-    share = "estimatedTrafficToModule.lineSharePercent"
-    cases = {"under": {"sendLagUs.p99": 20000, share: 89.9, timer: 1, rate: 45},
-             "over": {"sendLagUs.p99": 20100, share: 90, timer: 1.5, rate: 44.9, "sendingSeconds": 1,
-                      "lossBursts.longest": 5}, "early": {"sendLagUs.p99": None, rate: 1, "sendingSeconds": 0.9},
-             "fast": {"sendLagUs.p99": 5100, "configuration.packetsPerSecond": 200, rate: 0},
-             "none-sent": {"packetsSent": 0, "packetsReceived": 0, rate: None},
-             "silent": {"packetsReceived": 0, "packetsSent": 7, "packetsLost": 7, "lossBursts.longest": 99},
-             "skipped": {"bytes.skipped": 12}, "unread": {"bytes.overrun": 3}, "late": {"packetsReceived": 0, "packetsLost": 7, "unexpected.lateEchoes": 7},
-             "busy": {"packetsLeftOut": {"byComputer": 30, "byLine": 4}, "verdict": "disturbed", "reasons": ["busy"]},
-             "unplugged": lost | {"verdict": "lineLost", "timing": "window"}, "unknown": lost | {"lineErrors": None},
-             "plugged": lost | {"configuration.loopback": True},
-             "refused": {"unexpected.errorReplies": 2 * [{"code": 255, "text": "", "count": 3}]}}
-    cases |= {f"{prefix}{name}": lost | {f"lineErrors.{name}": count} for prefix, count in (("", 1), ("no-", None))
-              for name in ("framing", "parity", "break", "overrun", "bufferOverrun")}
+    cases = stored("changes")["explained"] | {
+        f"{prefix}{name}": {"packetsLost": 7, "lossBursts.longest": 4, f"lineErrors.{name}": count}
+        for prefix, count in (("", 1), ("no-", None))
+        for name in ("framing", "parity", "break", "overrun", "bufferOverrun")}
     return {name: changed(report(2, seconds=2), changes) for name, changes in cases.items()}
 
 
 def singles():
     """Runs by themselves: with figures of every size, and with what is not known left out."""
-    figures = report(1, seconds=8, packetsReceived=20000) | {"latencyHistogramUs": [
-        [0, 0.5, 200], [100, 110, 8000], [110, 115, 2000], [115, 120, 199], [120, 160, 5801], [1000, 1100, 1800],
-        [1100, 1200, 1800], [90000, 99000, 200]]}
-    figures["latencyUs"] |= {"p50": 111, "p90": 1050, "p99": 1190, "p999": 91000, "maximum": 98000}
-    for second, us in zip(figures["seconds"], (0, 0.0123, 999.4, 12.25, 9995, 999.4e3, 1e6, 12345678)):
-        second["maximumUs"] = us
-    unknown = changed(report(3, seconds=2, loss=1), {
-        "adapter": None, "lineErrors": None, "timing": "window", "verdict": "outputFailed",
-        "reasons": ["full", "worse"], "sendLagUs": {"p99": None, "maximum": None}, "achievedPacketsPerSecond": None,
-        "configuration.durationSeconds": 0, "configuration.moduleScreen": False,
-        "configuration.maxP99Ms": 2.5, "configuration.maxLatencyMs": None})
-    return {"figures": figures, "unknown": unknown}
+    changes = stored("changes")["singles"]
+    return {"figures": changed(report(1, seconds=8), changes["figures"]),
+            "unknown": changed(report(3, seconds=2, loss=1), changes["unknown"])}

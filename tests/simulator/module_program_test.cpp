@@ -2,6 +2,7 @@
 #include "simulator/line/ModuleCounts.h"
 #include "simulator/program/moduleOptions.h"
 #include "tests/support/RawLine.h"
+#include "tests/support/contentsOf.h"
 #include "tests/support/frame.h"
 #include "tests/support/processes.h"
 
@@ -17,8 +18,7 @@ template <typename... Columns> using Rows = std::initializer_list<std::tuple<Col
 /** What `pattern` finds in a section of the document, its first group each time. */
 QStringList documented(const QString& section, const QString& pattern)
 {
-    QFile file(MODULE_DOCUMENT);
-    const QString all = file.open(QIODevice::ReadOnly) ? file.readAll() : QString();
+    const QString all = contentsOf(MODULE_DOCUMENT);
     const QString text = all.section("\n## " + section + "\n", 1).section("\n## ", 0, 0);
     QStringList found;
     const QRegularExpression wanted(pattern, QRegularExpression::MultilineOption);
@@ -176,18 +176,15 @@ private slots:
             QVERIFY(last.contains("+\npingsReceived  1         echoes") && last.count('\n') == 13);
             QVERIFY(last.endsWith("packetsIgnored 0         \n\033[?25h"));
 
-            QFile summary(folder.filePath("sum"));
-            QVERIFY(summary.open(QIODevice::ReadOnly));
-            const QJsonObject all = QJsonDocument::fromJson(summary.readAll()).object();
+            const QByteArray summary = contentsOf(folder.filePath("sum"));
+            const QJsonObject all = QJsonDocument::fromJson(summary).object();
             QCOMPARE(all.keys(), keys);
             for (const ModuleCountField& field : moduleCountFields)
                 QCOMPARE(all[field.name].toInt(), counts.value(field.name));
             QCOMPARE(all["screen"][3].toString(), QString(17, ' ') + "\x1B~\x7F");
-            QFile ledger(folder.filePath("led"));
-            QVERIFY(ledger.open(QIODevice::ReadOnly));
             const QRegularExpression whole('^' + columns + "\n72340172838076673,0,(\\d+)," + fate +
                                            "\n$");
-            const QRegularExpressionMatch match = whole.match(ledger.readAll());
+            const QRegularExpressionMatch match = whole.match(contentsOf(folder.filePath("led")));
             QVERIFY(match.hasMatch() && match.captured(2).toInt() >= 30'000 * (delayMs == 30));
             const qint64 arrivedUs = match.captured(1).toLongLong();
             QVERIFY(arrivedUs >= beforeUs && arrivedUs <= SteadyClock().nowNs() / 1000);

@@ -17,7 +17,6 @@
 
 namespace {
 
-constexpr int patienceMs = 5000;
 using Bytes = const QByteArray&;
 
 /** What a tool has open while it talks to a module. */
@@ -33,16 +32,15 @@ public:
     QByteArray upTo(Bytes ending)
     {
         QByteArray bytes;
-        const QDeadlineTimer deadline(patienceMs);
+        const QDeadlineTimer deadline(5000);
         for (std::array<char, 4096> some{}; !bytes.endsWith(ending);) {
-            if (hasSomething(10))
+            if (::poll(&line, 1, 10) == 1)
                 bytes.append(some.data(), ::read(line.fd, some.data(), some.size()));
             if (deadline.hasExpired())
                 return bytes + " and then nothing";
         }
         return bytes.chopped(ending.size());
     }
-    bool hasSomething(int waitMs) { return ::poll(&line, 1, waitMs) == 1; }
     /** What a request is answered with: all in front of the answer to an unknown one behind it. */
     QByteArray answerTo(Bytes b) { return send(b + frame(0x3E)) ? upTo(frame(0xFE, "\x02")) : "!"; }
 
@@ -153,7 +151,6 @@ private slots:
         for (int i = 0; i < 500; ++i) {
             const PingDecisions decisions = plan.next();
             QVERIFY(!drops.next().drop || decisions.drop);
-            QVERIFY(decisions.delayUs >= 3000 && decisions.delayUs < 43000);
             sum.addData(QByteArray::number(decisions.delayUs) + (decisions.drop ? "d" : ""));
             const QByteArray data(i % 125, static_cast<char>(i));
             for (const AnswerPiece& piece : moduleAnswers::echo(1, data, decisions).pieces)

@@ -37,13 +37,6 @@ ModuleThread::~ModuleThread()
     thread.wait();
 }
 
-ModuleCounts ModuleThread::counts()
-{
-    ModuleCounts now;
-    runner.run([&] { now = module->counts(); });
-    return now;
-}
-
 std::vector<LedgerEntry> ModuleThread::takePings()
 {
     std::vector<LedgerEntry> taken;
@@ -54,16 +47,6 @@ std::vector<LedgerEntry> ModuleThread::takePings()
     std::sort(taken.begin(), taken.end(),
               [](const LedgerEntry& a, const LedgerEntry& b) { return a.arrival < b.arrival; });
     return taken;
-}
-
-void ModuleThread::unplug()
-{
-    runner.run([this] { module->unplug(); });
-}
-
-void ModuleThread::stall()
-{
-    runner.run([this] { module->stall(); });
 }
 
 #include "moc_ModuleThread.cpp"

@@ -47,15 +47,26 @@ public:
 
     /** Path of the line, to be opened by a tool. */
     QString path() const { return linePath; }
-    ModuleCounts counts();
+    ModuleCounts counts()
+    {
+        ModuleCounts now;
+        runner.run([&] { now = module->counts(); });
+        return now;
+    }
     /**
      * The record of every ping that has arrived since the last call, by arrival; one whose answer
      * is not out yet is unanswered for good.
      */
     std::vector<LedgerEntry> takePings();
     /** See SimulatedModule::unplug() and stall(). */
-    void unplug();
-    void stall();
+    void unplug()
+    {
+        runner.run([this] { module->unplug(); });
+    }
+    void stall()
+    {
+        runner.run([this] { module->stall(); });
+    }
 
 private:
     QThread thread;

@@ -1,5 +1,7 @@
 #include "tests/support/WindowBench.h"
 
+#include "tests/support/contentsOf.h"
+
 WindowBench::WindowBench()
 {
     QDir::setCurrent(directory.path());
@@ -59,10 +61,7 @@ QStringList WindowBench::eventFiles() const
 
 QStringList WindowBench::rowsOf(const QString& fileName)
 {
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts);
+    return QString::fromUtf8(contentsOf(fileName)).split('\n', Qt::SkipEmptyParts);
 }
 
 QStringList WindowBench::readmeTable(const QString& heading)

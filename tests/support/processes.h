@@ -1,11 +1,10 @@
 #pragma once
 
-#include <QDateTime>
-#include <QFile>
-#include <QProcess>
+#include <QtCore>
 
 #include <algorithm>
 #include <ctime>
+
 #include <filesystem>
 #include <utility>
 

@@ -3,12 +3,9 @@
 #include "survey/surveyReasons.h"
 #include "survey/surveyReport.h"
 #include "survey/surveyTable.h"
+#include "tests/support/contentsOf.h"
 
-#include <QFile>
-#include <QJsonDocument>
-#include <QRegularExpression>
-#include <QTest>
-#include <QTimeZone>
+#include <QtTest>
 
 #include <cmath>
 #include <functional>
@@ -22,12 +19,6 @@ using Link = std::function<double(int rate, size_t trial)>;
 Link dropsAbove(int limit)
 {
     return [limit](int rate, size_t) { return std::max(0., 100. * (rate - limit) / rate); };
-}
-
-/** The rate that passes at first does not when it is confirmed. */
-double notTwice(int rate, size_t trial)
-{
-    return rate > 30 && trial != 1 ? 9 : 0;
 }
 
 Trial made(const Link& link, int rate, TrialPurpose purpose, size_t trial)
@@ -83,7 +74,8 @@ private slots:
             {100, dropsAbove(1000)},
             {32, dropsAbove(0)},
             {9, dropsAbove(0)},
-            {124, notTwice}};
+            // The rate that passes at first does not when it is confirmed.
+            {124, [](int rate, size_t trial) { return rate > 30 && trial != 1 ? 9 : 0; }}};
         SurveyOptions options =
             parseSurveyOptions({"x", "--port=/dev/x", "--sizes=8,124,16,32,9,100,64", "--trial=2.5",
                                 "--partial-loss=2", "--timeout=600", "--tag=cable=7"});
@@ -123,40 +115,15 @@ private slots:
                     .toJson(QJsonDocument::Compact)
                     .replace("},{", "},\n{") +
                 "\n" + silentText(outcome.sizes[0].trials[0], *outcome.silentSince);
-        QFile file(EXPECTED);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(told.split('\n'), QString::fromUtf8(file.readAll()).split('\n'));
+        QCOMPARE(told.split('\n'), QString::fromUtf8(contentsOf(EXPECTED)).split('\n'));
     }
 
-    /** Counts "RATE PURPOSE: SENT-LOST" of trials, and what is told of them. */
     void comparesLoss()
     {
-        const QString high = "872S4360-4 872C4360-5 436S2180-3 436C2180-1 ";
-        const QString flood = "872S500-400 872C500-390 ";
-        const QString fresh = "109X545-%1 109X545-%1 109X545-%1 109X545-%1 ";
-        const QString close = "872S4360-14 109S545-0 109C3000-0 ";
         static const QRegularExpression form("(\\d+)(.)(\\d+)-(\\d+)");
-        // "more" at the rate found, "even" up to a rate, and whether loss depends on the rate.
-        for (const auto& [script, lossless, told] :
-             {std::tuple(QString("872S4360-0 872C4360-0 "), 872, "- - ?"),
-              {"872S4360-9 872C4360-9 1S5-5 1C5-5", 0, "- - ?"},
-              {"872S500-500 872C500-500 1S5-5 1C5-5 ", 0, "- - ?"},
-              {"872S500-400 872C500-400 1S5-4 1C5-3 ", 0, "- 1 in 1.3 at every rate no"},
-              {high + "109S545-0 109C545-0 ", 109, "109 - ?"},
-              {high + "109S545-0 109C545-1 109C545-0 ", 109, "- 1 in 1100 at every rate no"},
-              {high + "109S545-0 109C545-0 " + fresh.arg(0), 109, "- - ?"},
-              {"872S4360-1 872C4360-1 700S3500-0 700C3500-0", 700, "- - ?"},
-              {flood + "109S545-0 109C545-0 ", 109, "- - yes"},
-              {flood + high.mid(22) + "109S545-0 109C545-1 109C545-0 ", 109,
-               "- 1 in 1200 at every rate up to 436/s yes"},
-              {"872L500-400 872H500-400 109S545-0 109C545-0 ", 109, "- - yes"},
-              {"872H500-400 872H500-400 109S545-0 109C545-0 ", 109, "- - ?"},
-              {close, 109, "109 - ?"},
-              {close + fresh.arg(0), 109, "- - yes"},
-              {close + fresh.arg(1), 109, "- 1 in 560 at every rate no"}}) {
+        for (const QString& row : linesOf(LOSSES, "comparisons")) {
             std::vector<Trial> trials;
-            for (const QString& word : script.split(' ', Qt::SkipEmptyParts)) {
-                const auto part = form.match(word);
+            for (const auto& part : form.globalMatch(row.section('|', 0, 0))) {
                 const auto purpose =
                     TrialPurpose(std::max(0, int(QString("SCXL").indexOf(part.captured(2)))));
                 Trial trial{part.captured(1).toInt(), purpose};
@@ -165,13 +132,13 @@ private slots:
                 trial.sendLagP99Us = part.captured(2) == "H" ? 3000 : 0;
                 trials.push_back(trial);
             }
-            const LossComparison found = compareLoss(trials, lossless);
+            const LossComparison found = compareLoss(trials, row.section('|', 1, 1).toInt());
             const QString even = found.even ? evenLossText(*found.even).mid(6) : QString("-");
             const QString depends =
                 found.dependsOnRate ? (*found.dependsOnRate ? "yes" : "no") : "?";
             QCOMPARE((found.moreAt ? QString::number(*found.moreAt) : "-") + ' ' + even + ' ' +
                          depends,
-                     QString(told));
+                     row.section('|', 2));
         }
         // Of eight cups four with milk first: three of those four are told right, or all.
         QCOMPARE(chanceOf({4, 3}, {4, 1}), 17. / 70);

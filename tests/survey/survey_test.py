@@ -1,17 +1,7 @@
 """MODULE SURVEY REPORT SCHEMA: the built programs against modules that lose some pings, many or all."""
 
-import concurrent.futures
-import contextlib
-import datetime
-import itertools
-import json
-import os
-import pathlib
-import re
-import signal
-import subprocess
-import sys
-import tempfile
+import concurrent.futures, contextlib, datetime, itertools, json, os, pathlib, re, signal
+import subprocess, sys, tempfile
 
 import jsonschema
 

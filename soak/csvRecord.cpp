@@ -1,4 +1,4 @@
-#include "tests/support/csvRecord.h"
+#include "soak/csvRecord.h"
 
 std::optional<QStringList> takeCsvRecord(QStringView& text)
 {
