@@ -1,7 +1,7 @@
 #include "engine/EventRow.h"
 #include "fuzz/Input.h"
 #include "fuzz/disagree.h"
-#include "soak/csvRecord.h"
+#include "tests/support/csvRecord.h"
 
 #include <QDateTime>
 #include <QTimeZone>

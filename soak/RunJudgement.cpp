@@ -1,6 +1,6 @@
 #include "soak/RunJudgement.h"
 
-#include "soak/csvRecord.h"
+#include "tests/support/csvRecord.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "soak/csvRecord.h"
+#include "tests/support/csvRecord.h"
 
 std::optional<QStringList> takeCsvRecord(QStringView& text)
 {
