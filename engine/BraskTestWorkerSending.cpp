@@ -22,7 +22,7 @@ vnPacket BraskTestWorker::makePing(quint64 sequenceId, int size)
     vnPacket ping{}; // its command is 0
     ping.dataLength = static_cast<uint8_t>(size);
     qToLittleEndian(sequenceId, ping.data);
-    payload.fill(std::span(ping.data).subspan(sequenceIdSize, size - sequenceIdSize));
+    payload.fill(std::span(ping.data).first(ping.dataLength).subspan(sequenceIdSize));
     return ping;
 }
 

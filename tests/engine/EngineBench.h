@@ -83,7 +83,9 @@ struct EngineBench
     std::unique_ptr<BraskTestWorker> held;
     BraskTestWorker& worker;
 
-    explicit EngineBench(Use use = Window) : held(makeEngine(use)), worker(*held)
+    /** Random bytes may end a frame as an echo begins, which is then waited for. */
+    explicit EngineBench(Use use = Window, Payload::Kind filler = Payload::Kind::Counting)
+        : held(makeEngine(use, filler)), worker(*held)
     {
         using W = BraskTestWorker;
         const auto on = [this](auto signal, auto text) {
@@ -176,12 +178,13 @@ struct EngineBench
     }
 
 private:
-    std::unique_ptr<BraskTestWorker> makeEngine(Use use)
+    std::unique_ptr<BraskTestWorker> makeEngine(Use use, Payload::Kind filler)
     {
         time->exact = use == Instrument;
         BraskTestWorker::Setup setup{.timing = std::unique_ptr<EngineTiming>(time),
                                      .observer = &told,
-                                     .writesScreen = use == Window};
+                                     .writesScreen = use == Window,
+                                     .payload = Payload(filler)};
         return std::make_unique<BraskTestWorker>(std::move(setup));
     }
 

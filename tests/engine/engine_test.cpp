@@ -98,7 +98,7 @@ private slots:
 
     void drawsPayloads()
     {
-        Bench bench;
+        Bench bench(Bench::Window, Payload::Kind::Random);
         bench.connectIt();
         // Sizes asked for, and sizes drawn.
         for (const auto& [minimum, maximum, drawn] : QList<std::tuple<int, int, QSet<qsizetype>>>{
