@@ -8,6 +8,8 @@
 namespace {
 
 constexpr double significant = 0.01;
+/** Up to this chance a higher loss is not certain, but likely enough not to call it even. */
+constexpr double likely = 0.2;
 /**
  * Below this probability a difference is real, although the search selects trials by their losses.
  */
@@ -94,9 +96,10 @@ public:
         // The search selected rates by their losses, so only new trials can decide.
         if (wantsFresh())
             return Answer::TooFewPings;
-        if (chanceOf(high, fresh) < significant)
+        const double freshChance = chanceOf(high, fresh);
+        if (freshChance < significant)
             return Answer::HigherAbove;
-        return fresh.lost > 0 ? Answer::Even : Answer::Unclear;
+        return freshChance >= likely && fresh.lost > 0 ? Answer::Even : Answer::Unclear;
     }
 
 private:

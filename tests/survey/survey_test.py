@@ -15,7 +15,8 @@ DOCUMENT = pathlib.Path(SCHEMA_FILE).with_name("survey.md").read_text(encoding="
 def check(module_options, options, status, complete=True, happens=lambda module, program: None, tries=3):
     """A survey, shown on a terminal, during which, after its first trial, something `happens`.
 
-    One that the computer has hindered tells nothing of the link and is made again; None when all tries were.
+    One that the computer has hindered tells nothing of the link and is made again; None when all tries were. One that
+    should find a rate and does not is made again, too: on a busy computer pings come too fast for the module's limit.
     """
     master, slave = os.openpty()
     with tempfile.TemporaryDirectory() as folder, open(master, encoding="utf-8", newline="\n") as terminal:
@@ -38,8 +39,11 @@ def check(module_options, options, status, complete=True, happens=lambda module,
         module.communicate(timeout=60)
         report = json.loads(files["json"].read_text(encoding="utf-8"))
         jsonschema.validate(report, SCHEMA, format_checker=jsonschema.FormatChecker())
-        if status == 0 and any(size["hindered"] for size in report["sizes"]):
-            return check(module_options, options, status, complete, happens, tries - 1) if tries > 1 else None
+        spoiled = status == 0 and any(size["hindered"] for size in report["sizes"])
+        if tries > 1 and (spoiled or report["exitStatus"] > status == 0):
+            return check(module_options, options, status, complete, happens, tries - 1)
+        if spoiled:
+            return None
         assert program.returncode == report["exitStatus"] == status, told
         assert (not report["reasons"]) == (status == 0) and report["complete"] == complete, report
         assert all(f"packetbrask-survey: {reason}\r\n" in told for reason in report["reasons"]), told
