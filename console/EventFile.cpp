@@ -20,32 +20,32 @@ bool EventFile::open(const QDateTime& time)
     constexpr auto mode = QIODevice::WriteOnly | QIODevice::Text | QIODevice::NewOnly;
     const QString stem =
         QStringLiteral("PacketTest_%1").arg(time.toString(QStringLiteral("yyyyMMdd_HHmmss")));
-    file.setFileName(stem + QStringLiteral(".csv"));
-    bool opened = file.open(mode);
+    csvFile.setFileName(stem + QStringLiteral(".csv"));
+    bool opened = csvFile.open(mode);
     for (int copy = 2; !opened && isTaken(name()); ++copy) {
-        file.setFileName(QStringLiteral("%1_%2.csv").arg(stem).arg(copy));
-        opened = file.open(mode);
+        csvFile.setFileName(QStringLiteral("%1_%2.csv").arg(stem).arg(copy));
+        opened = csvFile.open(mode);
     }
     if (!opened)
         return false;
-    stream.setDevice(&file);
-    stream << eventHeader();
-    stream.flush();
+    csvStream.setDevice(&csvFile);
+    csvStream << eventHeader();
+    csvStream.flush();
     return true;
 }
 
 void EventFile::append(const QDateTime& time, const QString& type, const QString& message)
 {
-    if (!file.isOpen())
+    if (!csvFile.isOpen())
         return;
     // After an error, a QTextStream writes nothing more and keeps every later row in memory.
-    stream.resetStatus();
-    stream << eventRow(time, type, message);
-    stream.flush();
+    csvStream.resetStatus();
+    csvStream << eventRow(time, type, message);
+    csvStream.flush();
 }
 
 void EventFile::close()
 {
-    stream.setDevice(nullptr); // writes what is left in the stream after an error
-    file.close();
+    csvStream.setDevice(nullptr); // writes what an error has left in the stream
+    csvFile.close();
 }

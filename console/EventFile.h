@@ -25,9 +25,9 @@ public:
     void close();
 
     /** Name of the last file, relative to the working directory. */
-    QString name() const { return file.fileName(); }
+    QString name() const { return csvFile.fileName(); }
 
 private:
-    QFile file;
-    QTextStream stream;
+    QFile csvFile;
+    QTextStream csvStream; ///< has a device only while csvFile is open
 };

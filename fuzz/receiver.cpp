@@ -140,7 +140,7 @@ bool Reception::receive()
     if (found)
         compareFrame(packet, *frame);
     compareBuffered();
-    account.compare(receiver.bufferedBytes());
+    account.compare(ringOf(receiver).count());
     return found;
 }
 

@@ -138,9 +138,4 @@ qint64 vnPacketComs::readMomentOf(uint32_t offset) const
     return readMoments[(received->tail + offset) % receiveRingCapacity];
 }
 
-uint32_t vnPacketComs::bufferedBytes() const
-{
-    return received->count();
-}
-
 #include "moc_vnPacketComs.cpp"

@@ -79,8 +79,6 @@ public:
     bool isWaiting() const { return isHeld; }
     /** From now on `bytes` is told of every byte that is read. Not owned; null: nobody is told. */
     void tell(ByteListener* bytes) { listener = bytes; }
-    /** Number of bytes in the buffer: read, and told to no listener yet. */
-    uint32_t bufferedBytes() const;
 
     /** Until its next false result, receivePacket() treats the line as silent. */
     void waitNoLonger() { waitsNoLonger = true; }
